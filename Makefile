@@ -1,0 +1,30 @@
+# The two commands a person needs: `make run` and `make test`. Both install what is missing first.
+SHELL := /bin/bash
+JOBS ?= $(shell nproc)
+SUDO := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
+
+.PHONY: deps configure build test run bench asan fuzz clean
+
+deps:
+	@$(SUDO) bash scripts/install-deps.sh
+
+configure: deps
+	@cmake --preset default >/dev/null
+
+build: configure
+	@cmake --build build -j $(JOBS)
+
+test: build
+	@cd build && ctest --output-on-failure -j $(JOBS)
+
+run: build
+	@bash scripts/run.sh
+
+bench: build
+	@bash scripts/bench.sh
+
+asan: deps
+	@cmake --preset asan >/dev/null && cmake --build build-asan -j $(JOBS) && cd build-asan && ctest --output-on-failure -j $(JOBS)
+
+clean:
+	rm -rf build build-asan build-fuzz

@@ -1,0 +1,3 @@
+#include "core.h"
+
+Core* p = nullptr;
