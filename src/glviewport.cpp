@@ -92,7 +92,8 @@ std::vector<VehicleUnit*> GLViewport::GetControllableVehicles()
 
 Vec3D GLViewport::FindDriveableVehicleWaypoint(const Vec3D& Point) const
 {
-    return Vec3D(Point.X, SpringMap.GetTerrainHeight(static_cast<float>(Point.X), static_cast<float>(Point.Z)),
+    return Vec3D(Point.X,
+                 SpringMap.GetTerrainHeight(static_cast<float>(Point.X), static_cast<float>(Point.Z)),
                  Point.Z);
 }
 

@@ -48,8 +48,8 @@ namespace
 constexpr SDL_Scancode PatrolScancode = SDL_SCANCODE_P;
 constexpr SDL_Scancode EscapeScancode = SDL_SCANCODE_ESCAPE;
 constexpr std::uint64_t NavRepeatDelayMs = 90; // a press is one step; holding repeats after this
-constexpr double MapPitchMinDeg = 8.0;          // never flat enough to lose the horizon
-constexpr double MapPitchMaxDeg = 84.0;         // never straight down, so yaw stays meaningful
+constexpr double MapPitchMinDeg = 8.0;         // never flat enough to lose the horizon
+constexpr double MapPitchMaxDeg = 84.0;        // never straight down, so yaw stays meaningful
 constexpr double DegToRad = 0.017453292519943295;
 } // namespace
 
@@ -241,7 +241,8 @@ void GLViewport::EventMouseClick(int ButtonID, double x, double y)
     double localX01 = 0.0;
     double localY01 = 0.0;
     const bool insideRenderedViewport = GlobalToLocal01(x, y, localX01, localY01);
-    const auto mark = [] {
+    const auto mark = []
+    {
         if (p && p->pQuindle)
             p->pQuindle->MarkChildWindowProcessed();
     };
@@ -327,8 +328,9 @@ bool BuildPickRay(const GLViewport& view, double x01, double y01, PickRay& ray)
     const double rx = (2.0 * x01 - 1.0) * aspect * tanFov;
     const double ry = (1.0 - 2.0 * y01) * tanFov;
 
-    const double renderYawDeg =
-        view.bAutoRotate ? view.CameraYawDeg + SDL_GetTicks() * 0.001 * view.AutoRotateDegPerSec : view.CameraYawDeg;
+    const double renderYawDeg = view.bAutoRotate
+                                    ? view.CameraYawDeg + SDL_GetTicks() * 0.001 * view.AutoRotateDegPerSec
+                                    : view.CameraYawDeg;
     const double pitch = -view.CameraPitchDeg * M_PI / 180.0;
     const double yaw = -renderYawDeg * M_PI / 180.0;
     const double cosPitch = std::cos(pitch), sinPitch = std::sin(pitch);

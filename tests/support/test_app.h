@@ -16,7 +16,7 @@
 // A viewport that records the calls the layer makes into the rest of the viewport.
 class TestViewport : public GLViewport
 {
-public:
+  public:
     struct RoutePlan
     {
         std::vector<Vec3D> Goals;
@@ -60,7 +60,7 @@ public:
 // The window is 1280x720 and the viewport covers it: global (-1, 1)-(1, -1).
 class TestApp
 {
-public:
+  public:
     CoreSDL CoreSdl;
     Mouse MouseState;
     Rend Renderer;
@@ -98,6 +98,13 @@ public:
         const double gx = View.WindowX1 + x01 * (View.WindowX2 - View.WindowX1);
         const double gy = View.WindowY1 + y01 * (View.WindowY2 - View.WindowY1);
         PointAtGlobal(gx, gy);
+    }
+    // Moves the pointer to the centre of a viewport-local pixel, so whole-pixel conversions are exact.
+    void PointAtPixel(int xPx, int yPx)
+    {
+        const double widthPx = (View.WindowX2 - View.WindowX1) * 0.5 * CoreSdl.Width;
+        const double heightPx = (View.WindowY1 - View.WindowY2) * 0.5 * CoreSdl.Height;
+        PointAtLocal((xPx + 0.5) / widthPx, (yPx + 0.5) / heightPx);
     }
     void PointAtGlobal(double gx, double gy)
     {
