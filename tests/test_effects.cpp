@@ -391,6 +391,7 @@ TEST(EffectsPanelDrawing, StatusRowColourAndTruncation)
         {"SHADER", "SHADER", false},
         {" Shader", " Shader", false},
         {"Reloaded Shader", "Reloaded Shader", false},
+        {"Shaders reloaded", "Shaders reloaded", true}, // only the start counts
         {"Composite link", "Composite link", true},
         {"Composite link failed", "Composite link failed", true},
         {"Composite lin", "Composite lin", false},
@@ -464,20 +465,6 @@ TEST(EffectsPanelDrawing, NothingDrawnWithoutPanelRendererOrFrame)
         EXPECT_TRUE(app.Renderer.GetPrimitives().empty()) << c.Name;
         EXPECT_TRUE(app.Font.GetTextCalls().empty()) << c.Name;
     }
-}
-
-TEST(EffectsPanelDrawing, RedrawShowsTheCurrentFigures)
-{
-    EffectsApp app;
-    EXPECT_EQ(app.DrawRow(1), "Preset Medium | target 0x0");
-    app.View.JetExhaust.Debug().Quality = JetExhaustQuality::Low;
-    app.View.JetEffectsStatusText = "Shader reload failed";
-    const std::vector<TTFTextCall>& texts = app.DrawTexts();
-    ASSERT_EQ(texts.size(), 7u);
-    EXPECT_EQ(texts[1].Text, "Preset Low | target 0x0");
-    EXPECT_TRUE(HasColour(texts[6], StatusError));
-    app.View.JetEffectsStatusText = "Shaders reloaded"; // still begins with "Shader"
-    EXPECT_TRUE(HasColour(app.DrawTexts().at(6), StatusError));
 }
 
 // --- Presses ---
@@ -677,28 +664,55 @@ TEST(EffectsPanelPress, MiddleAndRightPressesOnlyMarkThePointerAsOverThePanel)
 }
 
 // A viewport whose conversion of the pointer yields no number while the pointer counts as inside.
-class NaNPointerViewport : public TestViewport
+// A viewport whose pointer conversion the test steers: a coordinate that is not a number, or a
+// pointer counted as outside the viewport while its local point lies on the panel.
+class SteeredPointerViewport : public TestViewport
 {
   public:
-    bool GlobalToLocal01(double, double, double& LocalX01, double& LocalY01) const override
+    bool bNaNX = false, bNaNY = false, bOutside = false;
+
+    bool GlobalToLocal01(double GlobalX, double GlobalY, double& LocalX01, double& LocalY01) const override
     {
-        LocalX01 = NaN;
-        LocalY01 = NaN;
-        return true;
+        const bool bInside = TestViewport::GlobalToLocal01(GlobalX, GlobalY, LocalX01, LocalY01);
+        if (bNaNX)
+            LocalX01 = NaN;
+        if (bNaNY)
+            LocalY01 = NaN;
+        return bInside;
+    }
+    bool GlobalToLocalPixels(double GlobalX, double GlobalY, int& LocalXPx, int& LocalYPx) const override
+    {
+        return TestViewport::GlobalToLocalPixels(GlobalX, GlobalY, LocalXPx, LocalYPx) && !bOutside;
     }
 };
 
-TEST(EffectsPanelPress, NaNPointerCountsAsOutside)
+TEST(EffectsPanelPress, NaNOrOutsidePointerIsNotThePanels)
 {
-    TestApp app;
-    NaNPointerViewport view;
-    app.PointAtGlobal(0.3, 0.88);
-    app.MouseState.pButton[Mouse::Left] = true;
-    view.MouseProcessing();
-    EXPECT_TRUE(view.bMouseInside);
-    EXPECT_TRUE(std::isnan(view.MouseLocalX));
-    EXPECT_TRUE(view.PresetCalls.empty());
-    EXPECT_TRUE(view.bOrbitDrag) << "the press should reach the orbit start";
+    struct Case
+    {
+        const char* Name;
+        bool bNaNX, bNaNY, bOutside;
+        bool bOrbit, bMarked;
+    } cases[] = {
+        {"x not a number", true, false, false, true, true},
+        {"y not a number", false, true, false, true, true},
+        {"both not a number", true, true, false, true, true},
+        {"outside the viewport", false, false, true, false, false},
+    };
+    for (const Case& c : cases)
+    {
+        TestApp app;
+        SteeredPointerViewport view;
+        view.bNaNX = c.bNaNX;
+        view.bNaNY = c.bNaNY;
+        view.bOutside = c.bOutside;
+        app.PointAtGlobal(0.3, 0.88); // on button 0
+        app.MouseState.pButton[Mouse::Left] = true;
+        view.MouseProcessing();
+        EXPECT_TRUE(view.PresetCalls.empty()) << c.Name;
+        EXPECT_EQ(view.bOrbitDrag, c.bOrbit) << c.Name;
+        EXPECT_EQ(app.App.bChildWindowProcessed, c.bMarked) << c.Name;
+    }
 }
 
 TEST(EffectsPanelPress, PanelWinsOverANavigationButtonBelowIt)
