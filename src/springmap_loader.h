@@ -1,0 +1,49 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "springmap_smf.h"
+
+// A Spring map as loaded from an .smf path, an .sdd folder or an .sdz/.sd7 archive: the parsed .smf,
+// the mapinfo overrides applied, and the tiles of every resolvable .smt.
+struct SpringMap
+{
+    struct TileFile
+    {
+        std::string Name;         // the name used for the lookup (mapinfo's when it overrides)
+        std::string ResolvedPath; // entry inside the map's files; empty when it could not be found
+        int FirstTile = 0;        // global index of this file's first tile
+        int TileCount = 0;
+        std::vector<std::uint8_t> Tiles; // TileCount * 680 bytes; empty when unresolved
+    };
+
+    std::string Name;       // mapinfo's name, else the .smf's base name
+    std::string SourcePath; // what was opened
+    std::string SmfPath;    // entry of the .smf inside the map's files
+    SpringMapSmf Smf;
+    float MinHeight = 0.0f; // after the mapinfo overrides; MinHeight > MaxHeight is legal (inverted)
+    float MaxHeight = 0.0f;
+    float MaxMetal = 0.02f;
+    std::vector<TileFile> TileFiles;
+    std::vector<std::string> Warnings; // problems that did not stop the load
+
+    // Corner height in world units: MinHeight + raw * (MaxHeight - MinHeight) / 65536.
+    float GetCornerHeight(int X, int Z) const;
+    // The 680 bytes of a global tile index, or a visible placeholder when its file is unresolved.
+    const std::uint8_t* GetTile(int GlobalIndex) const;
+};
+
+namespace SpringMapLoader
+{
+struct Options
+{
+    bool bReadTiles = true; // false skips the .smt files (header, heights and minimap only)
+};
+
+// Opens a map. Returns false with Error naming the file and the problem, leaving Out untouched.
+bool Load(const std::string& Path, SpringMap& Out, std::string& Error, const Options& Opts = {});
+// The placeholder drawn for tiles whose .smt cannot be found: a magenta and black checker.
+const std::uint8_t* GetPlaceholderTile();
+} // namespace SpringMapLoader

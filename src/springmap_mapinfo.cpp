@@ -1,0 +1,313 @@
+#include "springmap_mapinfo.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <lua.hpp>
+#include <memory>
+
+#include "springmap_archive.h"
+
+namespace SpringMapInfoLua
+{
+namespace
+{
+constexpr std::size_t MemoryLimitBytes = 64u << 20;
+constexpr int InstructionBudget = 20'000'000;
+constexpr int HookEveryInstructions = 10'000;
+constexpr int MaxIncludeDepth = 16;
+
+struct Sandbox
+{
+    const SpringMapArchive* pArchive = nullptr;
+    std::size_t UsedBytes = 0;
+    int InstructionsRun = 0;
+    int IncludeDepth = 0;
+};
+
+Sandbox* GetSandbox(lua_State* L)
+{
+    void* ud = nullptr;
+    lua_getallocf(L, &ud);
+    return static_cast<Sandbox*>(ud);
+}
+
+void* CappedAlloc(void* ud, void* ptr, std::size_t oldSize, std::size_t newSize)
+{
+    auto* sandbox = static_cast<Sandbox*>(ud);
+    if (newSize == 0)
+    {
+        sandbox->UsedBytes -= oldSize;
+        std::free(ptr);
+        return nullptr;
+    }
+    if (newSize > oldSize && sandbox->UsedBytes + (newSize - oldSize) > MemoryLimitBytes)
+        return nullptr; // Lua raises "not enough memory"
+    void* grown = std::realloc(ptr, newSize);
+    if (grown)
+        sandbox->UsedBytes = sandbox->UsedBytes - oldSize + newSize;
+    return grown;
+}
+
+void CountInstructions(lua_State* L, lua_Debug*)
+{
+    Sandbox* sandbox = GetSandbox(L);
+    sandbox->InstructionsRun += HookEveryInstructions;
+    if (sandbox->InstructionsRun > InstructionBudget)
+        luaL_error(L, "mapinfo ran too long (instruction budget spent)");
+}
+
+// Loads an archive file as a chunk; leaves it on the stack, or an error message and returns false.
+// No C++ object outlives a Lua error raised by the caller, so longjmp never skips a destructor.
+bool LoadArchiveChunk(lua_State* L, const char* path)
+{
+    std::string entry, error;
+    std::vector<std::uint8_t> data;
+    const SpringMapArchive& archive = *GetSandbox(L)->pArchive;
+    if (!archive.Find(path, entry) || !archive.Read(entry, data, error))
+    {
+        lua_pushfstring(L, "VFS: cannot open '%s'", path);
+        return false;
+    }
+    const std::string chunkName = "@" + entry;
+    return luaL_loadbuffer(L, reinterpret_cast<const char*>(data.data()), data.size(), chunkName.c_str()) ==
+           0;
+}
+
+int VfsInclude(lua_State* L)
+{
+    const char* path = luaL_checkstring(L, 1);
+    Sandbox* sandbox = GetSandbox(L);
+    if (sandbox->IncludeDepth >= MaxIncludeDepth)
+        return luaL_error(L, "VFS.Include: nested too deep at '%s'", path);
+    const int base = lua_gettop(L);
+    if (!LoadArchiveChunk(L, path))
+        return lua_error(L);
+    // The included chunk shares the given environment, else the sandbox's globals.
+    if (lua_istable(L, 2))
+    {
+        lua_pushvalue(L, 2);
+        lua_setfenv(L, -2);
+    }
+    ++sandbox->IncludeDepth;
+    const int status = lua_pcall(L, 0, LUA_MULTRET, 0);
+    --sandbox->IncludeDepth;
+    if (status != 0)
+        return lua_error(L);
+    return lua_gettop(L) - base;
+}
+
+int VfsLoadFile(lua_State* L)
+{
+    const char* path = luaL_checkstring(L, 1);
+    bool bFound = false;
+    {
+        std::string entry, error;
+        std::vector<std::uint8_t> data;
+        const SpringMapArchive& archive = *GetSandbox(L)->pArchive;
+        if (archive.Find(path, entry) && archive.Read(entry, data, error))
+        {
+            lua_pushlstring(L, reinterpret_cast<const char*>(data.data()), data.size());
+            bFound = true;
+        }
+    }
+    if (!bFound)
+        lua_pushnil(L);
+    return 1;
+}
+
+int VfsFileExists(lua_State* L)
+{
+    const char* path = luaL_checkstring(L, 1);
+    bool bFound = false;
+    {
+        std::string entry;
+        bFound = GetSandbox(L)->pArchive->Find(path, entry);
+    }
+    lua_pushboolean(L, bFound);
+    return 1;
+}
+
+int VfsDirList(lua_State* L)
+{
+    const char* dir = luaL_checkstring(L, 1);
+    const char* pattern = luaL_optstring(L, 2, "*");
+    lua_newtable(L);
+    {
+        const std::vector<std::string> files = GetSandbox(L)->pArchive->ListDir(dir, pattern);
+        for (std::size_t i = 0; i < files.size(); ++i)
+        {
+            lua_pushstring(L, files[i].c_str()); // may raise only on memory exhaustion
+            lua_rawseti(L, -2, static_cast<int>(i + 1));
+        }
+    }
+    return 1;
+}
+
+int ReturnEmptyTable(lua_State* L)
+{
+    lua_newtable(L);
+    return 1;
+}
+
+int DoNothing(lua_State*)
+{
+    return 0;
+}
+
+void InstallStubs(lua_State* L)
+{
+    static const luaL_Reg vfs[] = {{"Include", VfsInclude},       {"LoadFile", VfsLoadFile},
+                                   {"FileExists", VfsFileExists}, {"DirList", VfsDirList},
+                                   {"SubDirs", ReturnEmptyTable}, {nullptr, nullptr}};
+    luaL_register(L, "VFS", vfs);
+    for (const char* mode :
+         {"RAW", "ZIP", "MOD", "MAP", "BASE", "RAW_FIRST", "ZIP_FIRST", "RAW_ONLY", "ZIP_ONLY"})
+    {
+        lua_pushstring(L, mode);
+        lua_setfield(L, -2, mode);
+    }
+    lua_pop(L, 1);
+    static const luaL_Reg spring[] = {{"GetMapOptions", ReturnEmptyTable},
+                                      {"GetModOptions", ReturnEmptyTable},
+                                      {"Echo", DoNothing},
+                                      {"Log", DoNothing},
+                                      {nullptr, nullptr}};
+    luaL_register(L, "Spring", spring);
+    lua_pop(L, 1);
+    // Prints would reach the console; mapinfo output is not ours to show.
+    lua_pushcfunction(L, DoNothing);
+    lua_setglobal(L, "print");
+}
+
+void OpenSafeLibraries(lua_State* L)
+{
+    const luaL_Reg libs[] = {{"", luaopen_base},
+                             {LUA_TABLIBNAME, luaopen_table},
+                             {LUA_STRLIBNAME, luaopen_string},
+                             {LUA_MATHLIBNAME, luaopen_math}};
+    for (const auto& lib : libs)
+    {
+        lua_pushcfunction(L, lib.func);
+        lua_pushstring(L, lib.name);
+        lua_call(L, 1, 0);
+    }
+    for (const char* unsafe : {"dofile", "loadfile", "require", "module", "collectgarbage"})
+    {
+        lua_pushnil(L);
+        lua_setglobal(L, unsafe);
+    }
+}
+
+// Pushes t[key] for the first string key equal to Key ignoring case (nil when absent).
+void GetFieldIgnoreCase(lua_State* L, int tableIndex, const char* key)
+{
+    const int table = tableIndex < 0 ? lua_gettop(L) + tableIndex + 1 : tableIndex;
+    lua_pushnil(L);
+    while (lua_next(L, table) != 0)
+    {
+        if (lua_type(L, -2) == LUA_TSTRING)
+        {
+            std::size_t length = 0;
+            const char* name = lua_tolstring(L, -2, &length);
+            if (length == std::strlen(key) && strncasecmp(name, key, length) == 0)
+            {
+                lua_remove(L, -2);
+                return;
+            }
+        }
+        lua_pop(L, 1);
+    }
+    lua_pushnil(L);
+}
+
+std::optional<std::string> GetString(lua_State* L, int table, const char* key)
+{
+    GetFieldIgnoreCase(L, table, key);
+    std::optional<std::string> value;
+    if (lua_type(L, -1) == LUA_TSTRING)
+        value = lua_tostring(L, -1);
+    lua_pop(L, 1);
+    return value;
+}
+
+std::optional<float> GetNumber(lua_State* L, int table, const char* key)
+{
+    GetFieldIgnoreCase(L, table, key);
+    std::optional<float> value;
+    if (lua_isnumber(L, -1)) // numbers and numeric strings, as the engine's parser accepts both
+        value = static_cast<float>(lua_tonumber(L, -1));
+    lua_pop(L, 1);
+    return value;
+}
+
+void ReadResult(lua_State* L, SpringMapInfo& info)
+{
+    const int root = lua_gettop(L);
+    info.Name = GetString(L, root, "name");
+    info.MapFile = GetString(L, root, "mapfile");
+    info.MaxMetal = GetNumber(L, root, "maxmetal");
+    GetFieldIgnoreCase(L, root, "smf");
+    if (lua_istable(L, -1))
+    {
+        const int smf = lua_gettop(L);
+        info.MinHeight = GetNumber(L, smf, "minheight");
+        info.MaxHeight = GetNumber(L, smf, "maxheight");
+        for (int n = 0;; ++n)
+        {
+            const std::string key = "smtfilename" + std::to_string(n);
+            std::optional<std::string> name = GetString(L, smf, key.c_str());
+            if (!name)
+                break;
+            info.SmtFileNames.push_back(std::move(*name));
+        }
+    }
+    lua_pop(L, 1);
+}
+
+int RunProtected(lua_State* L)
+{
+    auto* pInfo = static_cast<SpringMapInfo*>(lua_touserdata(L, 1));
+    lua_pushvalue(L, 2);
+    lua_call(L, 0, 1);
+    if (!lua_istable(L, -1))
+        return luaL_error(L, "mapinfo did not return a table");
+    ReadResult(L, *pInfo); // only reads; raises nothing but memory errors
+    return 0;
+}
+} // namespace
+
+bool Run(const std::string& Source, const std::string& ChunkName, const SpringMapArchive& Archive,
+         SpringMapInfo& Out, std::string& Error)
+{
+    Sandbox sandbox;
+    sandbox.pArchive = &Archive;
+    std::unique_ptr<lua_State, void (*)(lua_State*)> state(lua_newstate(CappedAlloc, &sandbox), &lua_close);
+    lua_State* L = state.get();
+    if (!L)
+    {
+        Error = ChunkName + ": cannot start Lua";
+        return false;
+    }
+    OpenSafeLibraries(L);
+    InstallStubs(L);
+    lua_sethook(L, CountInstructions, LUA_MASKCOUNT, HookEveryInstructions);
+    SpringMapInfo info;
+    const std::string chunkName = "@" + ChunkName;
+    int status = luaL_loadbuffer(L, Source.data(), Source.size(), chunkName.c_str());
+    if (status == 0)
+    {
+        lua_pushcfunction(L, RunProtected);
+        lua_pushlightuserdata(L, &info);
+        lua_pushvalue(L, -3);
+        status = lua_pcall(L, 2, 0, 0);
+    }
+    if (status != 0)
+    {
+        const char* message = lua_tostring(L, -1);
+        Error = message ? std::string(message) : ChunkName + ": failed";
+        return false;
+    }
+    Out = std::move(info);
+    return true;
+}
+} // namespace SpringMapInfoLua

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+class SpringMapArchive;
+
+// What the viewer takes from a map's mapinfo.lua. Every field is optional: absent keys keep the
+// values the .smf header gives.
+struct SpringMapInfo
+{
+    std::optional<std::string> Name;
+    std::optional<std::string> MapFile;
+    std::optional<float> MaxMetal;
+    std::optional<float> MinHeight;
+    std::optional<float> MaxHeight;
+    std::vector<std::string> SmtFileNames; // smtFileName0..N, consecutive from 0
+};
+
+namespace SpringMapInfoLua
+{
+// Runs Source (a Lua 5.1 program returning a table) in a sandbox without io, os or file access, with
+// VFS and Spring stubs that read from Archive, a memory cap and an instruction budget. Keys are read
+// ignoring case, as the engine lower-cases them. False with Error set when the program fails.
+bool Run(const std::string& Source, const std::string& ChunkName, const SpringMapArchive& Archive,
+         SpringMapInfo& Out, std::string& Error);
+} // namespace SpringMapInfoLua
