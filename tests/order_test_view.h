@@ -1,0 +1,90 @@
+#pragma once
+
+// Helpers shared by the selection, order and gesture tests: units, a camera with easy numbers, and
+// an independent forward projection (world to viewport-local) to check picks against.
+#include <cmath>
+#include <cstddef>
+#include <initializer_list>
+#include <memory>
+
+#include "test_app.h"
+#include "vehicleunit.h"
+
+namespace ordertest
+{
+
+inline VehicleUnit& AddVehicle(TestApp& app, double x, double z, float radius = 8.0f)
+{
+    app.View.Vehicles.push_back(std::make_unique<VehicleUnit>());
+    VehicleUnit& vehicle = *app.View.Vehicles.back();
+    vehicle.Position = Vec3D(x, 0.0, z);
+    vehicle.Radius = radius;
+    return vehicle;
+}
+
+inline AirUnit& AddAircraft(TestApp& app, double x, double y, double z, float targetAltitude = 300.0f)
+{
+    app.View.AirUnits.push_back(std::make_unique<AirUnit>());
+    AirUnit& aircraft = *app.View.AirUnits.back();
+    aircraft.Aircraft.Position = Vec3D(x, y, z);
+    aircraft.Aircraft.TargetAltitude = targetAltitude;
+    return aircraft;
+}
+
+// Selects the given vehicle indices (and nothing else) with a mask of the right length.
+inline void SelectVehicles(TestApp& app, std::initializer_list<std::size_t> indices)
+{
+    app.View.VehicleSelectionMask.assign(app.View.Vehicles.size(), false);
+    for (std::size_t i : indices)
+        app.View.VehicleSelectionMask[i] = true;
+}
+
+// A flat map seen from above: local x grows with world X, local y with world Z.
+inline void LookStraightDown(TestApp& app, double centreX = 512.0, double centreZ = 512.0,
+                             double distance = 800.0)
+{
+    app.LoadFlatMap();
+    app.View.WorldOffsetX = centreX;
+    app.View.WorldOffsetZ = centreZ;
+    app.View.CameraDistance = distance;
+    app.View.CameraPitchDeg = 90.0;
+    app.View.CameraYawDeg = 0.0;
+    app.View.PanX = app.View.PanY = 0.0;
+    // Keep the corner widgets out of the way of the gestures under test.
+    app.View.bNavWidgetVisible = false;
+    app.View.bAutoRotateToggleVisible = false;
+    app.View.bJetEffectsPanelVisible = false;
+}
+
+// World point to viewport-local 0..1 through the renderer's view transform (translate, yaw, pitch,
+// pan and distance, then the perspective of the 1280x720 window); false behind the eye.
+inline bool ProjectToLocal(const GLViewport& view, double x, double y, double z, double& x01, double& y01)
+{
+    const double yaw = view.CameraYawDeg * M_PI / 180.0;
+    const double pitch = view.CameraPitchDeg * M_PI / 180.0;
+    double px = x - view.WorldOffsetX, py = y, pz = z - view.WorldOffsetZ;
+    const double yx = px * std::cos(yaw) + pz * std::sin(yaw);
+    const double yz = -px * std::sin(yaw) + pz * std::cos(yaw);
+    px = yx;
+    pz = yz;
+    const double cy = py * std::cos(pitch) - pz * std::sin(pitch) + view.PanY;
+    const double cz = py * std::sin(pitch) + pz * std::cos(pitch) - view.CameraDistance;
+    const double cx = px + view.PanX;
+    if (cz >= 0.0)
+        return false;
+    const double tanFov = std::tan(view.CameraFovDeg * M_PI / 360.0);
+    const double aspect = 1280.0 / 720.0;
+    x01 = (cx / -cz / (aspect * tanFov) + 1.0) * 0.5;
+    y01 = (1.0 - cy / -cz / tanFov) * 0.5;
+    return true;
+}
+
+// The pointer over a world point, for gestures.
+inline void PointAtWorld(TestApp& app, double x, double z)
+{
+    double x01 = 0.0, y01 = 0.0;
+    ProjectToLocal(app.View, x, 0.0, z, x01, y01);
+    app.PointAtLocal(x01, y01);
+}
+
+} // namespace ordertest

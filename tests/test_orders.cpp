@@ -1,0 +1,502 @@
+// Unit orders: the move order's spiral slots, the formation order along a drawn path (against a
+// restart-from-the-start walk), the aircraft route and patrol orders, and the screen waypoint entry.
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <random>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "order_test_view.h"
+
+namespace
+{
+using ordertest::AddAircraft;
+using ordertest::AddVehicle;
+using ordertest::SelectVehicles;
+
+constexpr double GoldenAngleRad = 2.3999632297286535;
+
+void ExpectPoint(const Vec3D& got, double x, double y, double z, const char* what, double tolerance = 1e-9)
+{
+    EXPECT_NEAR(got.X, x, tolerance) << what;
+    EXPECT_NEAR(got.Y, y, tolerance) << what;
+    EXPECT_NEAR(got.Z, z, tolerance) << what;
+}
+
+TEST(MoveOrder, TwoSmallVehiclesTakeTheCentreAndTheFirstSpiralSlotFacingTheirTravel)
+{
+    // Slot 1 lies 20 * 0.72 = 14.4 from the waypoint at 137.5 degrees from `right` towards `forward`.
+    const double lr = 14.4 * std::cos(GoldenAngleRad); // about -10.62
+    const double lf = 14.4 * std::sin(GoldenAngleRad); // about 9.73
+    struct Case
+    {
+        const char* Name;
+        double AX, AZ, BX, BZ; // vehicle positions; A has the smaller projection on right
+        double SlotX, SlotZ;   // expected goal of B
+    } cases[] = {
+        // forward +Z, right +X
+        {"travelling +Z", 480.0, 400.0, 520.0, 400.0, 500.0 + lr, 600.0 + lf},
+        // forward +X, right -Z: A at the larger Z is the leftmost
+        {"travelling +X", 300.0, 620.0, 300.0, 580.0, 500.0 + lf, 600.0 - lr},
+    };
+    for (const Case& c : cases)
+    {
+        TestApp app;
+        app.LoadFlatMap();
+        AddVehicle(app, c.BX, c.BZ, 5.0f); // index 0 is B: slots follow projections, not indices
+        AddVehicle(app, c.AX, c.AZ, 5.0f);
+        SelectVehicles(app, {0, 1});
+        app.View.SubmitSelectedVehicleRoute(Vec3D(500.0, 7.0, 600.0), false);
+
+        ASSERT_EQ(app.View.RoutePlans.size(), 1u) << c.Name;
+        const auto& plan = app.View.RoutePlans[0];
+        ASSERT_EQ(plan.Goals.size(), 2u) << c.Name;
+        ExpectPoint(plan.Goals[1], 500.0, 0.0, 600.0, c.Name);
+        ExpectPoint(plan.Goals[0], c.SlotX, 0.0, c.SlotZ, c.Name);
+        EXPECT_NEAR(std::hypot(plan.Goals[0].X - 500.0, plan.Goals[0].Z - 600.0), 14.4, 1e-9) << c.Name;
+        EXPECT_EQ(plan.Active, std::vector<bool>({true, true})) << c.Name;
+        EXPECT_FALSE(plan.bAppend) << c.Name;
+        // Slot points reach the snapping with Y 0.0, never the waypoint's height.
+        ASSERT_EQ(app.View.DriveableRequests.size(), 2u) << c.Name;
+        EXPECT_EQ(app.View.DriveableRequests[0].Y, 0.0) << c.Name;
+        EXPECT_EQ(app.View.DriveableRequests[1].Y, 0.0) << c.Name;
+    }
+}
+
+TEST(MoveOrder, OneLargeVehicleSetsTheSpacingOfTheWholeGroup)
+{
+    TestApp app;
+    app.LoadFlatMap();
+    AddVehicle(app, 100.0, 0.0, 4.0f);
+    AddVehicle(app, 110.0, 0.0, 30.0f);
+    AddVehicle(app, 120.0, 0.0, 6.0f);
+    SelectVehicles(app, {0, 1, 2});
+    app.View.SubmitSelectedVehicleRoute(Vec3D(110.0, 0.0, 500.0), true);
+
+    // spacing = 30 * 1.58 = 47.4; slot k lies sqrt(k) * 47.4 * 0.72 from the waypoint.
+    ASSERT_EQ(app.View.RoutePlans.size(), 1u);
+    const auto& plan = app.View.RoutePlans[0];
+    EXPECT_TRUE(plan.bAppend);
+    const double expected[3] = {0.0, 47.4 * 0.72, std::sqrt(2.0) * 47.4 * 0.72};
+    // Forward is +Z, right +X: vehicle 0 (smallest X) takes the centre, vehicle 2 the outermost slot.
+    for (std::size_t i = 0; i < 3; ++i)
+        EXPECT_NEAR(std::hypot(plan.Goals[i].X - 110.0, plan.Goals[i].Z - 500.0), expected[i], 1e-9)
+            << "vehicle " << i;
+}
+
+TEST(MoveOrder, CentroidOnTheWaypointFacesPlusZAndOrdersByX)
+{
+    TestApp app;
+    app.LoadFlatMap();
+    const double wx = 300.0, wz = 200.0;
+    AddVehicle(app, wx + 30.0, wz, 5.0f);
+    AddVehicle(app, wx - 30.0, wz + 5.0, 5.0f);
+    AddVehicle(app, wx, wz - 5.0, 5.0f);
+    SelectVehicles(app, {0, 1, 2});
+    app.View.SubmitSelectedVehicleRoute(Vec3D(wx, 0.0, wz), false);
+
+    ASSERT_EQ(app.View.RoutePlans.size(), 1u);
+    const auto& goals = app.View.RoutePlans[0].Goals;
+    const double r1 = 14.4, r2 = std::sqrt(2.0) * 14.4;
+    ExpectPoint(goals[1], wx, 0.0, wz, "smallest X: centre");
+    ExpectPoint(goals[2], wx + r1 * std::cos(GoldenAngleRad), 0.0, wz + r1 * std::sin(GoldenAngleRad),
+                "middle X: slot 1");
+    ExpectPoint(goals[0], wx + r2 * std::cos(2 * GoldenAngleRad), 0.0, wz + r2 * std::sin(2 * GoldenAngleRad),
+                "largest X: slot 2");
+}
+
+TEST(MoveOrder, DegenerateSelectionsStillCallThePlannerExactlyOnce)
+{
+    struct Case
+    {
+        const char* Name;
+        int Vehicles;
+        std::vector<bool> Mask;
+        std::vector<bool> ExpectedActive;
+        std::size_t ExpectedSnaps;
+    } cases[] = {
+        {"nothing selected", 2, {false, false}, {false, false}, 0},
+        {"empty vehicle list", 0, {true}, {}, 0},
+        {"stale mask", 2, {true, true, true}, {false, false}, 0},
+        {"one vehicle", 3, {false, true, false}, {false, true, false}, 1},
+    };
+    const Vec3D waypoint(40.0, 12.5, 60.0);
+    for (const Case& c : cases)
+    {
+        TestApp app;
+        app.LoadFlatMap();
+        for (int i = 0; i < c.Vehicles; ++i)
+            AddVehicle(app, 10.0 * i, 500.0, 50.0f);
+        app.View.VehicleSelectionMask = c.Mask;
+        app.View.SubmitSelectedVehicleRoute(waypoint, false);
+
+        ASSERT_EQ(app.View.RoutePlans.size(), 1u) << c.Name;
+        const auto& plan = app.View.RoutePlans[0];
+        EXPECT_EQ(plan.Active, c.ExpectedActive) << c.Name;
+        EXPECT_EQ(app.View.VehicleSelectionMask, c.ExpectedActive) << c.Name;
+        ASSERT_EQ(plan.Goals.size(), static_cast<std::size_t>(c.Vehicles)) << c.Name;
+        // Every goal is the waypoint itself: a lone vehicle is snapped from it, height included.
+        for (std::size_t i = 0; i < plan.Goals.size(); ++i)
+            ExpectPoint(plan.Goals[i], 40.0, 12.5, 60.0, c.Name);
+        ASSERT_EQ(app.View.DriveableRequests.size(), c.ExpectedSnaps) << c.Name;
+        for (const Vec3D& request : app.View.DriveableRequests)
+            ExpectPoint(request, 40.0, 12.5, 60.0, c.Name);
+    }
+}
+
+TEST(MoveOrder, SelectedAircraftGetAOnePointRouteEvenWithAStaleMask)
+{
+    TestApp app;
+    app.LoadFlatMap();
+    AddVehicle(app, 0.0, 0.0);
+    AirUnit& aircraft = AddAircraft(app, 0.0, 300.0, 0.0, 250.0f);
+    app.View.VehicleSelectionMask = {true, true};
+    app.View.bAirUnitsSelected = true;
+    app.View.SubmitSelectedVehicleRoute(Vec3D(10.0, 99.0, 20.0), true);
+
+    ASSERT_EQ(aircraft.ActiveCommand.Points.size(), 1u);
+    ExpectPoint(aircraft.ActiveCommand.Points[0], 10.0, 250.0, 20.0, "air route point");
+    ASSERT_EQ(app.View.RoutePlans.size(), 1u);
+    EXPECT_EQ(app.View.RoutePlans[0].Active, std::vector<bool>({false}));
+    EXPECT_FALSE(app.View.Vehicles[0]->bHasTarget);
+}
+
+// --- Formation order ---
+
+TEST(FormationOrder, OneVehicleOnAStraightPathStandsAtItsMiddle)
+{
+    TestApp app;
+    app.LoadFlatMap();
+    AddVehicle(app, -500.0, 30.0);
+    SelectVehicles(app, {0});
+    app.View.SubmitSelectedVehicleFormationRoute({Vec3D(0.0, 5.0, 0.0), Vec3D(100.0, 9.0, 0.0)}, false);
+    ASSERT_EQ(app.View.RoutePlans.size(), 1u);
+    ExpectPoint(app.View.RoutePlans[0].Goals[0], 50.0, 0.0, 0.0, "midpoint");
+}
+
+TEST(FormationOrder, ThreeVehiclesOnAnLPathStandOnItsCornersInAxisOrder)
+{
+    TestApp app;
+    app.LoadFlatMap();
+    // Axis from (0, 0) to (100, 100). Vehicle 3 is unselected; the others are out of index order.
+    AddVehicle(app, 90.0, 90.0);   // furthest ahead: the end
+    AddVehicle(app, -40.0, -40.0); // furthest back: the start
+    AddVehicle(app, 10.0, 20.0);   // between: the corner
+    AddVehicle(app, 0.0, 0.0);
+    SelectVehicles(app, {0, 1, 2});
+    const std::vector<Vec3D> path = {Vec3D(0.0, 3.0, 0.0), Vec3D(100.0, 3.0, 0.0), Vec3D(100.0, 8.0, 100.0)};
+    app.View.SubmitSelectedVehicleFormationRoute(path, true);
+
+    ASSERT_EQ(app.View.RoutePlans.size(), 1u);
+    const auto& plan = app.View.RoutePlans[0];
+    EXPECT_TRUE(plan.bAppend);
+    ExpectPoint(plan.Goals[1], 0.0, 0.0, 0.0, "start");
+    ExpectPoint(plan.Goals[2], 100.0, 0.0, 0.0, "corner");
+    ExpectPoint(plan.Goals[0], 100.0, 0.0, 100.0, "end");
+    // The unselected vehicle carries a copy of the end, whole, and is not active.
+    ExpectPoint(plan.Goals[3], 100.0, 8.0, 100.0, "inactive");
+    EXPECT_EQ(plan.Active, std::vector<bool>({true, true, true, false}));
+    ASSERT_EQ(app.View.DriveableRequests.size(), 3u);
+    for (const Vec3D& request : app.View.DriveableRequests)
+        EXPECT_EQ(request.Y, 0.0);
+}
+
+TEST(FormationOrder, DegeneratePathsAndSelectionsFallBackOrSubmitNothing)
+{
+    struct Case
+    {
+        const char* Name;
+        std::vector<Vec3D> Path;
+        std::vector<bool> Mask;
+        std::size_t ExpectedPlans;
+        std::size_t ExpectedAirRoutes; // route orders received by the selected aircraft
+        std::size_t ExpectedAirPoints; // points of its command after them
+    } cases[] = {
+        {"empty path", {}, {true, true}, 0, 0, 0},
+        {"one point: a move order", {Vec3D(5, 0, 5)}, {true, true}, 1, 2, 2},
+        {"closed loop: a move order to the last point",
+         {Vec3D(0, 0, 0), Vec3D(50, 0, 0), Vec3D(0.00005, 0, 0.00005)},
+         {true, true},
+         1,
+         2,
+         4},
+        {"nothing selected", {Vec3D(0, 0, 0), Vec3D(50, 0, 0)}, {false, false}, 0, 1, 2},
+        {"stale mask", {Vec3D(0, 0, 0), Vec3D(50, 0, 0)}, {true}, 0, 1, 2},
+    };
+    for (const Case& c : cases)
+    {
+        TestApp app;
+        app.LoadFlatMap();
+        AddVehicle(app, 0.0, 100.0);
+        AddVehicle(app, 30.0, 100.0);
+        AirUnit& aircraft = AddAircraft(app, 0.0, 300.0, 0.0);
+        app.View.bAirUnitsSelected = true;
+        app.View.VehicleSelectionMask = c.Mask;
+        // Queued orders stack up on the aircraft, so its point count tells how many routes it got.
+        app.View.SubmitSelectedVehicleFormationRoute(c.Path, true);
+
+        EXPECT_EQ(app.View.RoutePlans.size(), c.ExpectedPlans) << c.Name;
+        EXPECT_EQ(app.View.VehicleSelectionMask.size(), 2u) << c.Name;
+        EXPECT_EQ(aircraft.ActiveCommand.Points.size(), c.ExpectedAirPoints) << c.Name;
+        EXPECT_EQ(aircraft.bHasActiveOrder, c.ExpectedAirRoutes > 0) << c.Name;
+        // The move order's centre slot is the path's last point.
+        if (c.ExpectedPlans == 1)
+        {
+            ASSERT_FALSE(app.View.DriveableRequests.empty()) << c.Name;
+            ExpectPoint(app.View.DriveableRequests[0], c.Path.back().X, 0.0, c.Path.back().Z, c.Name);
+        }
+    }
+}
+
+TEST(FormationOrder, RepeatedPointsGiveFiniteEvenlySpreadPlaces)
+{
+    TestApp app;
+    app.LoadFlatMap();
+    for (int i = 0; i < 5; ++i)
+        AddVehicle(app, 10.0 * i, 0.0);
+    SelectVehicles(app, {0, 1, 2, 3, 4});
+    const std::vector<Vec3D> path = {Vec3D(0, 0, 0),  Vec3D(0, 0, 0),  Vec3D(40, 0, 0),
+                                     Vec3D(40, 0, 0), Vec3D(40, 0, 0), Vec3D(80, 0, 0)};
+    app.View.SubmitSelectedVehicleFormationRoute(path, false);
+    ASSERT_EQ(app.View.RoutePlans.size(), 1u);
+    const double expectedX[5] = {0.0, 20.0, 40.0, 60.0, 80.0};
+    for (std::size_t i = 0; i < 5; ++i)
+        ExpectPoint(app.View.RoutePlans[0].Goals[i], expectedX[i], 0.0, 0.0, "repeated points");
+}
+
+// The obvious placement: every place walks the path from its first segment again.
+Vec3D PlaceByRestartWalk(const std::vector<Vec3D>& path, double t)
+{
+    std::vector<double> cumulative(path.size(), 0.0);
+    for (std::size_t i = 1; i < path.size(); ++i)
+        cumulative[i] = cumulative[i - 1] + std::hypot(path[i].X - path[i - 1].X, path[i].Z - path[i - 1].Z);
+    const double targetDistance = std::clamp(t, 0.0, 1.0) * cumulative.back();
+    std::size_t i = 1;
+    while (targetDistance > cumulative[i] && i + 1 < path.size())
+        ++i;
+    const double span = std::max(cumulative[i] - cumulative[i - 1], 1e-9);
+    const double u = std::clamp((targetDistance - cumulative[i - 1]) / span, 0.0, 1.0);
+    return Vec3D(path[i - 1].X + (path[i].X - path[i - 1].X) * u, 0.0,
+                 path[i - 1].Z + (path[i].Z - path[i - 1].Z) * u);
+}
+
+TEST(FormationOrder, ResumingWalkMatchesTheRestartWalkOnRandomPaths)
+{
+    const unsigned seed = 20261122u;
+    std::printf("FormationOrder random paths: seed %u\n", seed);
+    std::mt19937 rng(seed);
+    std::uniform_real_distribution<double> step(-60.0, 60.0);
+    std::uniform_int_distribution<int> pointCount(2, 80);
+    std::uniform_int_distribution<int> vehicleCount(1, 60);
+    std::bernoulli_distribution repeat(0.2);
+    for (int trial = 0; trial < 200; ++trial)
+    {
+        std::vector<Vec3D> path = {Vec3D(0.0, 0.0, 0.0)};
+        const int points = pointCount(rng);
+        while (static_cast<int>(path.size()) < points)
+            path.push_back(repeat(rng)
+                               ? path.back()
+                               : Vec3D(path.back().X + step(rng), step(rng), path.back().Z + step(rng)));
+        if (std::hypot(path.back().X, path.back().Z) < 0.0001)
+            continue; // a closed loop is a move order, tested elsewhere
+        TestApp app;
+        app.LoadFlatMap();
+        const int n = vehicleCount(rng);
+        for (int i = 0; i < n; ++i)
+            AddVehicle(app, step(rng), step(rng));
+        app.View.VehicleSelectionMask.assign(static_cast<std::size_t>(n), true);
+        app.View.SubmitSelectedVehicleFormationRoute(path, false);
+
+        // Snapping requests come in place order, first place first.
+        ASSERT_EQ(app.View.DriveableRequests.size(), static_cast<std::size_t>(n)) << "trial " << trial;
+        for (int slot = 0; slot < n; ++slot)
+        {
+            const double t = n == 1 ? 0.5 : static_cast<double>(slot) / (n - 1);
+            const Vec3D expected = PlaceByRestartWalk(path, t);
+            const Vec3D& got = app.View.DriveableRequests[static_cast<std::size_t>(slot)];
+            ASSERT_EQ(got.X, expected.X) << "trial " << trial << " slot " << slot;
+            ASSERT_EQ(got.Z, expected.Z) << "trial " << trial << " slot " << slot;
+            ASSERT_EQ(got.Y, 0.0) << "trial " << trial << " slot " << slot;
+        }
+    }
+}
+
+// --- Aircraft orders ---
+
+TEST(AirOrders, EachAircraftFliesThePointsAtItsOwnAltitudeSkippingEmptyEntries)
+{
+    TestApp app;
+    app.View.AirUnits.push_back(nullptr);
+    AirUnit& first = AddAircraft(app, 0.0, 0.0, 0.0, 300.0f);
+    app.View.AirUnits.push_back(nullptr);
+    AirUnit& second = AddAircraft(app, 0.0, 0.0, 0.0, 450.0f);
+    app.View.bAirUnitsSelected = true;
+
+    app.View.SubmitSelectedAirRoute({Vec3D(10.0, 5.0, 20.0)}, false);
+    ASSERT_EQ(first.ActiveCommand.Points.size(), 1u);
+    ASSERT_EQ(second.ActiveCommand.Points.size(), 1u);
+    EXPECT_EQ(first.ActiveCommand.Type, AirCommandType::Move);
+    ExpectPoint(first.ActiveCommand.Points[0], 10.0, 300.0, 20.0, "route, first");
+    ExpectPoint(second.ActiveCommand.Points[0], 10.0, 450.0, 20.0, "route, second");
+
+    app.View.SubmitSelectedAirPatrol(Vec3D(10.0, -7.0, 20.0), false);
+    EXPECT_EQ(first.ActiveCommand.Type, AirCommandType::Patrol);
+    ASSERT_EQ(first.ActiveCommand.Points.size(), 1u);
+    ExpectPoint(first.ActiveCommand.Points[0], 10.0, 300.0, 20.0, "patrol, first");
+    ExpectPoint(second.ActiveCommand.Points[0], 10.0, 450.0, 20.0, "patrol, second");
+    EXPECT_TRUE(first.Flight.Navigator.IsLooping());
+
+    // Points of different heights: one altitude for the whole route; appending queues behind.
+    app.View.SubmitSelectedAirRoute({Vec3D(1, 100, 2), Vec3D(3, -50, 4)}, true);
+    ASSERT_EQ(second.ActiveCommand.Points.size(), 3u);
+    ExpectPoint(second.ActiveCommand.Points[1], 1.0, 450.0, 2.0, "appended 1");
+    ExpectPoint(second.ActiveCommand.Points[2], 3.0, 450.0, 4.0, "appended 2");
+}
+
+TEST(AirOrders, PatrolFlagsAreClearedOnlyByASelectedReplacingNonEmptyRoute)
+{
+    struct Case
+    {
+        const char* Name;
+        bool bSelected;
+        std::vector<Vec3D> Path;
+        bool bAppend;
+        bool bExpectFlags;
+    } cases[] = {
+        {"replacing route", true, {Vec3D(1, 0, 1)}, false, false},
+        {"appending route", true, {Vec3D(1, 0, 1)}, true, true},
+        {"not selected", false, {Vec3D(1, 0, 1)}, false, true},
+        {"empty path", true, {}, false, true},
+    };
+    for (const Case& c : cases)
+    {
+        for (bool bWithAircraft : {false, true})
+        {
+            TestApp app;
+            if (bWithAircraft)
+                AddAircraft(app, 0, 0, 0);
+            app.View.bAirUnitsSelected = c.bSelected;
+            app.View.bAirPatrolPlacement = true;
+            app.View.bAirPatrolRouteActive = true;
+            app.View.SubmitSelectedAirRoute(c.Path, c.bAppend);
+            EXPECT_EQ(app.View.bAirPatrolPlacement, c.bExpectFlags)
+                << c.Name << " aircraft " << bWithAircraft;
+            EXPECT_EQ(app.View.bAirPatrolRouteActive, c.bExpectFlags)
+                << c.Name << " aircraft " << bWithAircraft;
+            if (bWithAircraft)
+            {
+                EXPECT_EQ(app.View.AirUnits[0]->bHasActiveOrder, c.bSelected && !c.Path.empty()) << c.Name;
+            }
+        }
+    }
+
+    TestApp app;
+    AirUnit& aircraft = AddAircraft(app, 0, 0, 0);
+    app.View.bAirPatrolPlacement = true;
+    app.View.SubmitSelectedAirPatrol(Vec3D(1, 0, 1), false);
+    EXPECT_FALSE(aircraft.bHasActiveOrder) << "patrol without selection";
+    app.View.bAirUnitsSelected = true;
+    app.View.SubmitSelectedAirPatrol(Vec3D(1, 0, 1), false);
+    EXPECT_TRUE(aircraft.bHasActiveOrder);
+    EXPECT_TRUE(app.View.bAirPatrolPlacement) << "the patrol order leaves the placement flags alone";
+}
+
+// --- Waypoint from screen ---
+
+TEST(WaypointFromScreen, IssuesAMoveOrderOnlyWithControlAMapPointAndASelection)
+{
+    struct Case
+    {
+        const char* Name;
+        bool bControl;
+        bool bMapLoaded;
+        double GlobalX, GlobalY;
+        std::vector<bool> Mask;
+        bool bAir;
+        bool bParent;
+        bool bQueue;
+        bool bExpected;
+        const char* ExpectedMessage;
+    } cases[] = {
+        {"control off", false, true, 0.0, 0.0, {true}, false, true, false, false, nullptr},
+        {"outside the viewport", true, true, 1.5, 0.0, {true}, false, true, false, false, nullptr},
+        {"no map", true, false, 0.0, 0.0, {true}, false, true, false, false, nullptr},
+        {"nothing selected", true, true, 0.0, 0.0, {false}, false, true, false, false, nullptr},
+        {"vehicle, replace",
+         true,
+         true,
+         0.0,
+         0.0,
+         {true},
+         false,
+         true,
+         false,
+         true,
+         "Selected units ordered to waypoint."},
+        {"vehicle, queue",
+         true,
+         true,
+         0.0,
+         0.0,
+         {true},
+         false,
+         true,
+         true,
+         true,
+         "Waypoint queued for selected units."},
+        {"aircraft only",
+         true,
+         true,
+         0.0,
+         0.0,
+         {false},
+         true,
+         true,
+         false,
+         true,
+         "Selected units ordered to waypoint."},
+        {"stale mask",
+         true,
+         true,
+         0.0,
+         0.0,
+         {false, true},
+         false,
+         true,
+         false,
+         true,
+         "Selected units ordered to waypoint."},
+        {"no window", true, true, 0.0, 0.0, {true}, false, false, false, true, nullptr},
+    };
+    for (const Case& c : cases)
+    {
+        TestApp app;
+        ordertest::LookStraightDown(app, 400.0, 300.0);
+        if (!c.bMapLoaded)
+            app.View.SpringMap.Unload();
+        app.View.bVehicleControl = c.bControl;
+        VehicleUnit& vehicle = AddVehicle(app, 0.0, 0.0);
+        AirUnit& aircraft = AddAircraft(app, 0.0, 300.0, 0.0);
+        app.View.VehicleSelectionMask = c.Mask;
+        app.View.bAirUnitsSelected = c.bAir;
+        if (!c.bParent)
+            app.View.pParentWindow = nullptr;
+
+        EXPECT_EQ(app.View.SetSpringVehicleWaypointFromScreen(c.GlobalX, c.GlobalY, c.bQueue), c.bExpected)
+            << c.Name;
+        EXPECT_EQ(app.View.RoutePlans.size(), c.bExpected ? 1u : 0u) << c.Name;
+        if (c.ExpectedMessage)
+            EXPECT_EQ(app.Messages(), std::vector<std::string>({c.ExpectedMessage})) << c.Name;
+        else
+            EXPECT_TRUE(app.Messages().empty()) << c.Name;
+        const bool bVehicleMoves = c.bExpected && c.Mask.size() == 1 && c.Mask[0];
+        EXPECT_EQ(vehicle.bHasTarget, bVehicleMoves) << c.Name;
+        if (bVehicleMoves)
+            ExpectPoint(vehicle.Target, 400.0, 0.0, 300.0, c.Name, 1e-6); // the viewport's centre
+        EXPECT_EQ(aircraft.bHasActiveOrder, c.bExpected && c.bAir) << c.Name;
+    }
+}
+
+} // namespace
