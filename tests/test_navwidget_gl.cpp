@@ -298,38 +298,18 @@ TEST_F(NavWidgetGL, HoveredAndHeldButtonsAreDrawnBrighter)
         EXPECT_EQ(button, NavButtonCount);
     }
 
-    // The worked colours of a highlighted face, one per group.
-    struct Worked
-    {
-        int Id;
-        Rgba Face;
-    } worked[] = {
-        {1, {0.58f, 0.44f, 0.86f, 0.92f}},
-        {3, {0.52f, 0.52f, 0.56f, 0.92f}},
-        {6, {0.96f, 0.60f, 0.34f, 0.92f}},
-        {10, {0.36f, 0.72f, 1.00f, 0.92f}},
-    };
-    for (const Worked& w : worked)
-    {
-        const Rgba face = ExpectedFace(w.Id, true);
-        EXPECT_NEAR(face.R, w.Face.R, 1e-6) << "button " << w.Id;
-        EXPECT_NEAR(face.G, w.Face.G, 1e-6) << "button " << w.Id;
-        EXPECT_NEAR(face.B, w.Face.B, 1e-6) << "button " << w.Id;
-    }
-}
-
-TEST_F(NavWidgetGL, SmallestWidgetKeepsTheLayoutScaled)
-{
+    // The worked highlight of a pan face, as drawn.
     TestApp app;
-    app.View.NavWidgetSize = 0.05; // as 0.18
-    app.View.NavWidgetMargin = 0.0;
+    app.View.HoverNavButton = 10;
+    app.View.ActiveNavButton = 10;
     app.View.RenderNavWidgetOverlay();
-    const std::vector<RendPrimitive>& prims = app.Renderer.GetPrimitives();
-    ASSERT_EQ(prims.size(), 85u);
-    // The reset button's face: u 0.34..0.66, v 0.04..0.20 of the panel (0.82, 0.721)-(1, 1).
-    ExpectPrimitive(prims[1 + 5 + 2], RendPrimitive::Kind::Rect,
-                    {0.82 + 0.34 * 0.18, 0.721 + 0.04 * 0.279, 0.82 + 0.66 * 0.18, 0.721 + 0.20 * 0.279},
-                    ExpectedFace(3, false), 0.0f, "reset face");
+    // After the panel, buttons 1, 3 and 2 (two, two and one glyph lines) and five arrow buttons.
+    const RendPrimitive& face =
+        app.Renderer.GetPrimitives().at(1 + (5 + 2) + (5 + 2) + (5 + 1) + 5 * (5 + 3));
+    EXPECT_NEAR(face.R, 0.36f, 1e-6);
+    EXPECT_NEAR(face.G, 0.72f, 1e-6);
+    EXPECT_NEAR(face.B, 1.00f, 1e-6);
+    EXPECT_NEAR(face.A, 0.92f, 1e-6);
 }
 
 // --- Screenshot -------------------------------------------------------------------------------------
