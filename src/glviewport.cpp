@@ -7,6 +7,7 @@
 #include <cmath>
 
 #include "core.h"
+#include "vehicleorders.h"
 #include "vehicleunit.h"
 
 GLViewport::GLViewport() : pAutoRotateToggle(std::make_unique<GLToggleButton>())
@@ -82,35 +83,19 @@ void GLViewport::ResetSpringMapCamera()
 
 std::vector<VehicleUnit*> GLViewport::GetControllableVehicles()
 {
-    std::vector<VehicleUnit*> vehicles;
-    vehicles.reserve(Vehicles.size());
-    for (const auto& vehicle : Vehicles)
-        if (vehicle)
-            vehicles.push_back(vehicle.get());
-    return vehicles;
+    return CollectControllableVehicles(Vehicles);
 }
 
 Vec3D GLViewport::FindDriveableVehicleWaypoint(const Vec3D& Point) const
 {
-    return Vec3D(Point.X,
-                 SpringMap.GetTerrainHeight(static_cast<float>(Point.X), static_cast<float>(Point.Z)),
-                 Point.Z);
+    VehicleDriveability.SyncWith(SpringMap);
+    return SnapToDriveableGround(SpringMap, VehicleDriveability, Point);
 }
 
 void GLViewport::SubmitVehicleRoutePlan(const std::vector<Vec3D>& goals, const std::vector<bool>& active,
                                         bool append)
 {
-    std::vector<VehicleUnit*> vehicles = GetControllableVehicles();
-    const std::size_t count = std::min({vehicles.size(), goals.size(), active.size()});
-    for (std::size_t i = 0; i < count; ++i)
-    {
-        if (!active[i])
-            continue;
-        if (append)
-            vehicles[i]->QueueWaypoint(goals[i]);
-        else
-            vehicles[i]->SetWaypoint(goals[i]);
-    }
+    ApplyVehicleRoutePlan(GetControllableVehicles(), goals, active, append);
 }
 
 void GLViewport::ApplyJetEffectsPreset(JetExhaustQuality Quality, float Scale, const char*)

@@ -8,9 +8,11 @@
 #include <epoxy/gl.h>
 
 #include "airsim.h"
+#include "driveabilitygrid.h"
 #include "glchildwindow.h"
 #include "gltogglebutton.h"
 #include "jetexhaust.h"
+#include "routeplanner.h"
 #include "springmap_renderer.h"
 #include "vec3d.h"
 
@@ -157,6 +159,18 @@ public:
 
     // The vehicles this viewport shows and controls.
     std::vector<std::unique_ptr<VehicleUnit>> Vehicles;
+
+    // --- Unit simulation (unitsim.cpp) ---
+    // The loaded map's drivable cells, cached; mutable so the const waypoint search can refresh it.
+    mutable DriveabilityGrid VehicleDriveability;
+    RoutePlanner VehicleRoutePlanner;
+    AirSimSystem AirSim;
+    // Advances vehicles and aircraft by dtSec seconds; the application calls it once per frame.
+    void StepSimulation(double dtSec);
+    // Replaces the units with VehicleCount vehicles on drivable ground around the map's centre and
+    // AircraftCount aircraft circling above it, the same way every time. False, changing nothing,
+    // when no map is loaded or it lacks drivable room.
+    bool PlaceUnitsOnMap(int VehicleCount, int AircraftCount);
 
 private:
     // The frame's mouse input, read once at the start of MouseProcessing.

@@ -19,6 +19,8 @@ public:
     int GetGridWidth() const { return GridWidth; }
     int GetGridHeight() const { return GridHeight; }
     float GetSquareSize() const { return SquareSize; }
+    // The corner heights, row-major in Z rows; empty while no map is loaded.
+    const std::vector<float>& GetHeightGrid() const { return HeightGrid; }
     float GetWorldWidth() const { return (GridWidth - 1) * SquareSize; }
     float GetWorldDepth() const { return (GridHeight - 1) * SquareSize; }
 

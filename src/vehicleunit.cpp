@@ -1,12 +1,26 @@
 #include "vehicleunit.h"
 
+#include <algorithm>
+#include <cmath>
+
+#include "heading.h"
+
+namespace
+{
+// Longest step of the driving integration: at 20 Hz a vehicle turns at most 9 degrees per step.
+constexpr double MaxDriveStepSec = 0.05;
+// Distance at which a route point counts as reached: a turning point, and the route's end.
+constexpr double PassDistanceWorld = 2.0;
+constexpr double ArrivalDistanceWorld = 0.5;
+} // namespace
+
 void VehicleUnit::SetWaypoint(const Vec3D& Goal)
 {
     WaypointQueue.clear();
     Target = Goal;
     bHasTarget = true;
+    // The old route is kept until the new one is planned: it is driven while the cooldown runs.
     bNeedsRouteRefresh = true;
-    RouteRefreshCooldown = 0.0f;
 }
 
 void VehicleUnit::QueueWaypoint(const Vec3D& Goal)
@@ -17,4 +31,86 @@ void VehicleUnit::QueueWaypoint(const Vec3D& Goal)
         return;
     }
     WaypointQueue.push_back(Goal);
+}
+
+void VehicleUnit::Update(double dtSec, const SpringMapRenderer& Map, const DriveabilityGrid& Grid,
+                         RoutePlanner& Planner, int& RoutePlanBudget)
+{
+    if (!(dtSec > 0.0) || !std::isfinite(dtSec))
+        dtSec = 0.0;
+    RouteRefreshCooldown = std::max(0.0f, RouteRefreshCooldown - static_cast<float>(dtSec));
+    if (bHasTarget && Grid.GetRevision() != RouteGridRevision)
+        bNeedsRouteRefresh = true; // the map changed under the route
+    if (bHasTarget && bNeedsRouteRefresh && RouteRefreshCooldown <= 0.0f && RoutePlanBudget > 0)
+    {
+        --RoutePlanBudget;
+        RefreshRoute(Map, Grid, Planner);
+    }
+    if (bHasTarget)
+        Drive(dtSec);
+    if (bHasTarget && !bNeedsRouteRefresh && RouteIndex >= Route.size())
+        TakeNextGoal();
+    if (Map.IsLoaded())
+    {
+        Position.X = std::clamp(Position.X, 0.0, static_cast<double>(Map.GetWorldWidth()));
+        Position.Z = std::clamp(Position.Z, 0.0, static_cast<double>(Map.GetWorldDepth()));
+        Position.Y = Map.GetTerrainHeight(static_cast<float>(Position.X), static_cast<float>(Position.Z));
+    }
+}
+
+void VehicleUnit::RefreshRoute(const SpringMapRenderer& Map, const DriveabilityGrid& Grid,
+                               RoutePlanner& Planner)
+{
+    // Without a map to plan on, the vehicle heads straight for its goal.
+    if (!Planner.PlanRoute(Grid, Map, Position, Target, Route))
+        Route.assign(1, Target);
+    RouteIndex = 0;
+    RouteGridRevision = Grid.GetRevision();
+    bNeedsRouteRefresh = false;
+    RouteRefreshCooldown = RouteRefreshIntervalSec;
+}
+
+void VehicleUnit::Drive(double dtSec)
+{
+    double remainingSec = dtSec;
+    while (RouteIndex < Route.size())
+    {
+        const Vec3D& point = Route[RouteIndex];
+        const double dx = point.X - Position.X, dz = point.Z - Position.Z;
+        const double distance = std::hypot(dx, dz);
+        const bool bLast = RouteIndex + 1 == Route.size();
+        if (distance <= (bLast ? ArrivalDistanceWorld : PassDistanceWorld) || !std::isfinite(distance))
+        {
+            ++RouteIndex;
+            continue;
+        }
+        if (remainingSec <= 0.0)
+            break;
+        const double stepSec = std::min(remainingSec, MaxDriveStepSec);
+        remainingSec -= stepSec;
+        const double desiredDeg = HeadingFromDirectionDeg(dx, dz);
+        HeadingDeg = static_cast<float>(TurnTowardsDeg(HeadingDeg, desiredDeg, TurnRateDegPerSec * stepSec));
+        // Slow down while facing away and stop beyond a right angle: the vehicle turns on the spot
+        // instead of circling a point inside its turning circle.
+        const double errorRad = HeadingErrorDeg(HeadingDeg, desiredDeg) * (M_PI / 180.0);
+        const double moveWorld =
+            std::min(distance, SpeedPerSec * stepSec * std::max(0.0, std::cos(errorRad)));
+        const double headingRad = HeadingDeg * (M_PI / 180.0);
+        Position.X += std::sin(headingRad) * moveWorld;
+        Position.Z += std::cos(headingRad) * moveWorld;
+    }
+}
+
+void VehicleUnit::TakeNextGoal()
+{
+    Route.clear();
+    RouteIndex = 0;
+    if (WaypointQueue.empty())
+    {
+        bHasTarget = false;
+        return;
+    }
+    Target = WaypointQueue.front();
+    WaypointQueue.pop_front();
+    bNeedsRouteRefresh = true;
 }
