@@ -1,12 +1,15 @@
-// The rest of the viewport: coordinate conversions, the camera reset for a loaded map and the
-// services the interaction layer hands unit orders to.
+// The rest of the viewport: the 3D scene, coordinate conversions, the camera reset for a loaded
+// map and the services the interaction layer hands unit orders to.
 #include "glviewport.h"
 
 #include <algorithm>
 #include <climits>
 #include <cmath>
 
+#include <SDL3/SDL_timer.h>
+
 #include "core.h"
+#include "scene_gl.h"
 #include "vehicleorders.h"
 #include "vehicleunit.h"
 
@@ -104,4 +107,68 @@ void GLViewport::ApplyJetEffectsPreset(JetExhaustQuality Quality, float Scale, c
     JetEffectsScale = Scale;
 }
 
-void GLViewport::Render() {}
+OrbitCamera GLViewport::GetSceneCamera() const
+{
+    OrbitCamera camera;
+    camera.WorldOffsetX = WorldOffsetX;
+    camera.WorldOffsetZ = WorldOffsetZ;
+    camera.YawDeg = bAutoRotate ? CameraYawDeg + SDL_GetTicks() * 0.001 * AutoRotateDegPerSec : CameraYawDeg;
+    camera.PitchDeg = CameraPitchDeg;
+    camera.PanX = PanX;
+    camera.PanY = PanY;
+    camera.Distance = CameraDistance;
+    camera.FovDeg = CameraFovDeg;
+    // The same aspect picking computes, clamp included, or picks would drift sideways.
+    GLdouble x1 = 0.0, y1 = 0.0, x2 = 0.0, y2 = 0.0;
+    GetRenderedViewportRect(x1, y1, x2, y2);
+    const double widthPx = p && p->pCoreSDL ? p->pCoreSDL->Width : 1.0;
+    const double heightPx = p && p->pCoreSDL ? p->pCoreSDL->Height : 1.0;
+    const double aspect = std::max(x2 - x1, 1.0) * widthPx / (std::max(y1 - y2, 1.0) * heightPx);
+    camera.Aspect = std::isfinite(aspect) && aspect > 0.0 ? aspect : 1.0;
+    return camera;
+}
+
+Mat4 GLViewport::GetSceneViewProjection() const
+{
+    const OrbitCamera camera = GetSceneCamera();
+    // Depth range: everything from just in front of the eye to beyond the far side of the map.
+    const double extent = SpringMap.IsLoaded() ? std::max(SpringMap.GetWorldWidth(), SpringMap.GetWorldDepth()) : 0.0;
+    const double distance = std::max(std::fabs(camera.Distance), 1.0);
+    const double farZ = distance + std::hypot(camera.PanX, camera.PanY) + extent * 2.0 + 1000.0;
+    const double nearZ = std::max(farZ * 1e-4, 0.5);
+    return BuildPerspectiveMatrix(camera.FovDeg, camera.Aspect, nearZ, farZ) * BuildOrbitViewMatrix(camera);
+}
+
+void GLViewport::Render()
+{
+    if (!bVisible || !p || !p->pCoreSDL)
+        return;
+    if (!pScene)
+    {
+        auto scene = std::make_unique<SceneGL>();
+        std::string error;
+        if (!scene->Create(error))
+            return;
+        pScene = std::move(scene);
+    }
+    const int widthPx = p->pCoreSDL->Width, heightPx = p->pCoreSDL->Height;
+    GLdouble x1 = 0.0, y1 = 0.0, x2 = 0.0, y2 = 0.0;
+    GetRenderedViewportRect(x1, y1, x2, y2);
+    // Global -1..1 to window pixels, GL's origin at the bottom left.
+    const GLint leftPx = static_cast<GLint>(std::lround((x1 + 1.0) * 0.5 * widthPx));
+    const GLint bottomPx = static_cast<GLint>(std::lround((y2 + 1.0) * 0.5 * heightPx));
+    const GLsizei viewportWidthPx = static_cast<GLsizei>(std::lround((x2 - x1) * 0.5 * widthPx));
+    const GLsizei viewportHeightPx = static_cast<GLsizei>(std::lround((y1 - y2) * 0.5 * heightPx));
+    if (viewportWidthPx <= 0 || viewportHeightPx <= 0)
+        return;
+    glViewport(leftPx, bottomPx, viewportWidthPx, viewportHeightPx);
+    glEnable(GL_SCISSOR_TEST);
+    glScissor(leftPx, bottomPx, viewportWidthPx, viewportHeightPx);
+    glClearColor(0.09f, 0.11f, 0.14f, 1.0f);
+    glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
+    glDisable(GL_SCISSOR_TEST);
+    if (bSpringMapView)
+        pScene->Draw(*this, GetSceneViewProjection().ToFloat());
+    // The 2D overlays draw in global coordinates across the whole window.
+    glViewport(0, 0, widthPx, heightPx);
+}

@@ -15,7 +15,9 @@
 #include "routeplanner.h"
 #include "springmap_renderer.h"
 #include "vec3d.h"
+#include "viewcamera.h"
 
+class SceneGL;
 class VehicleUnit;
 
 // Wraps an angle into (-180, 180]; NaN stays NaN.
@@ -157,6 +159,12 @@ public:
                                         bool append);
     virtual void ApplyJetEffectsPreset(JetExhaustQuality Quality, float Scale, const char* Label);
 
+    // The camera Render draws with at SDL_GetTicks() time: the fields picking inverts, the
+    // auto-rotation phase and the aspect of the rendered viewport.
+    OrbitCamera GetSceneCamera() const;
+    // World to clip space of that camera, with near and far planes fitted to the map.
+    Mat4 GetSceneViewProjection() const;
+
     // The vehicles this viewport shows and controls.
     std::vector<std::unique_ptr<VehicleUnit>> Vehicles;
 
@@ -171,6 +179,9 @@ public:
     // AircraftCount aircraft circling above it, the same way every time. False, changing nothing,
     // when no map is loaded or it lacks drivable room.
     bool PlaceUnitsOnMap(int VehicleCount, int AircraftCount);
+
+    // GL resources of the 3D scene, created by the first Render (which needs a current context).
+    std::unique_ptr<SceneGL> pScene;
 
 private:
     // The frame's mouse input, read once at the start of MouseProcessing.

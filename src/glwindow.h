@@ -6,7 +6,10 @@
 // Top-level window: owns the status bar that shows the latest message.
 class GLWindow
 {
-public:
+  public:
+    static constexpr int StatusBarHeightPx = 22; // one line of StatusBarFontPx text with a margin
+    static constexpr int StatusBarFontPx = 13;
+
     virtual ~GLWindow() = default;
 
     virtual void SetStatusBarText(const std::string& Text);
@@ -14,7 +17,10 @@ public:
     // Every message shown since start, oldest first.
     const std::vector<std::string>& GetStatusHistory() const { return StatusHistory; }
 
-private:
+    // Draws the bar along the bottom edge of the window through p->pRend (and its pTTF).
+    void RenderStatusBar() const;
+
+  private:
     std::string StatusBarText;
     std::vector<std::string> StatusHistory;
 };

@@ -1,0 +1,141 @@
+#include "application.h"
+
+#include <SDL3/SDL.h>
+
+#include "mapsetup.h"
+
+Application::~Application()
+{
+    if (p == &CoreServices)
+        p = nullptr;
+}
+
+bool Application::Start(const AppOptions& Options, std::string& Error)
+{
+    if (!CoreSdl.Open("Quindle", Options.WidthPx, Options.HeightPx, Options.FrameCount == 0, Error))
+        return false;
+    if (!RendBackend.Create(Error) || !FontBackend.Create(TTFGL::DefaultFontPath, Error))
+        return false;
+    Renderer.pTTF = &Font;
+    CoreServices = Core{&CoreSdl, &Renderer, &MouseState, &App};
+    p = &CoreServices;
+
+    // The viewport fills the window; the status bar is drawn over its bottom edge.
+    Viewport.WindowX1 = -1.0;
+    Viewport.WindowY1 = 1.0;
+    Viewport.WindowX2 = 1.0;
+    Viewport.WindowY2 = -1.0;
+    Viewport.pParentWindow = &Window;
+    Windows.AddChild(&Viewport);
+
+    std::string mapName;
+    if (!LoadMap(Options.MapPath, Viewport.SpringMap, mapName, Error))
+        return false;
+    PlaceUnits(Viewport, Options.VehicleCount, Options.AircraftCount);
+    Viewport.ResetSpringMapCamera();
+    Window.SetStatusBarText("Map " + mapName + ": " + std::to_string(Viewport.SpringMap.GetGridWidth() - 1) +
+                            "x" + std::to_string(Viewport.SpringMap.GetGridHeight() - 1) + " squares, " +
+                            std::to_string(Options.VehicleCount) + " vehicles, " +
+                            std::to_string(Options.AircraftCount) + " aircraft");
+    bStarted = true;
+    return true;
+}
+
+void Application::HandleWindowEvent(const SDL_Event& Event, bool& bQuit)
+{
+    switch (Event.type)
+    {
+    case SDL_EVENT_QUIT:
+    case SDL_EVENT_WINDOW_CLOSE_REQUESTED:
+        bQuit = true;
+        break;
+    case SDL_EVENT_WINDOW_PIXEL_SIZE_CHANGED:
+    case SDL_EVENT_WINDOW_RESIZED:
+    case SDL_EVENT_WINDOW_DISPLAY_SCALE_CHANGED:
+        CoreSdl.UpdatePixelSize();
+        break;
+    case SDL_EVENT_KEY_DOWN:
+        // Escape and P belong to the viewport's patrol orders; Ctrl+Q quits, Home frames the map.
+        if (Event.key.key == SDLK_Q && (Event.key.mod & SDL_KMOD_CTRL))
+            bQuit = true;
+        else if (Event.key.key == SDLK_HOME)
+            Viewport.ResetSpringMapCamera();
+        break;
+    default:
+        break;
+    }
+}
+
+bool Application::ProcessInput()
+{
+    bool bQuit = false;
+    SDL_Event event;
+    while (SDL_PollEvent(&event))
+    {
+        HandleWindowEvent(event, bQuit);
+        Input.HandleEvent(event, CoreSdl.GetPixelsPerPointX(), CoreSdl.GetPixelsPerPointY());
+    }
+    const SDL_WindowFlags flags = SDL_GetWindowFlags(CoreSdl.pWindow);
+    Renderer.bDrawingAllowed = (flags & SDL_WINDOW_MINIMIZED) == 0;
+    Viewport.bHasFocus = (flags & SDL_WINDOW_INPUT_FOCUS) != 0;
+
+    const std::vector<MouseClick> clicks = Input.FillMouse(MouseState, CoreSdl.Width, CoreSdl.Height);
+    std::vector<GlobalClick> globalClicks;
+    globalClicks.reserve(clicks.size());
+    for (const MouseClick& click : clicks)
+        globalClicks.push_back(MouseClickToGlobal(click, CoreSdl.Width, CoreSdl.Height));
+    Windows.ProcessFrame(MouseState, App, globalClicks, Input.IsPointerInWindow());
+    return !bQuit;
+}
+
+void Application::FlushOverlay()
+{
+    RendBackend.Draw(Renderer.GetPrimitives(), CoreSdl.Width, CoreSdl.Height);
+    FontBackend.Draw(Font.GetTextCalls(), CoreSdl.Width, CoreSdl.Height);
+    Renderer.ClearRecord();
+    Font.ClearRecord();
+}
+
+void Application::DrawFrame(bool bOverlays)
+{
+    glViewport(0, 0, CoreSdl.Width, CoreSdl.Height);
+    glClearColor(0.0f, 0.0f, 0.0f, 1.0f);
+    glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
+    Viewport.Render();
+    if (bOverlays)
+    {
+        Viewport.RenderNavWidgetOverlay();
+        FlushOverlay();
+        Viewport.RenderAutoRotateToggleOverlay();
+        FlushOverlay();
+        Viewport.RenderUnitSelectionOverlay();
+        FlushOverlay();
+        Viewport.RenderFormationOrderOverlay();
+        FlushOverlay();
+        Viewport.RenderJetEffectsOverlay();
+        FlushOverlay();
+    }
+    Window.RenderStatusBar();
+    FlushOverlay();
+}
+
+void Application::PresentFrame()
+{
+    SDL_GL_SwapWindow(CoreSdl.pWindow);
+}
+
+std::vector<std::uint8_t> Application::ReadBackBuffer() const
+{
+    const int widthPx = CoreSdl.Width, heightPx = CoreSdl.Height;
+    std::vector<std::uint8_t> bottomUp(static_cast<std::size_t>(widthPx) * heightPx * 4);
+    glPixelStorei(GL_PACK_ALIGNMENT, 1);
+    glReadBuffer(GL_BACK);
+    glReadPixels(0, 0, widthPx, heightPx, GL_RGBA, GL_UNSIGNED_BYTE, bottomUp.data());
+    // GL's rows start at the bottom; images start at the top.
+    std::vector<std::uint8_t> topDown(bottomUp.size());
+    const std::size_t rowBytes = static_cast<std::size_t>(widthPx) * 4;
+    for (int y = 0; y < heightPx; ++y)
+        std::copy_n(bottomUp.begin() + static_cast<std::ptrdiff_t>(y * rowBytes), rowBytes,
+                    topDown.begin() + static_cast<std::ptrdiff_t>((heightPx - 1 - y) * rowBytes));
+    return topDown;
+}

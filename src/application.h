@@ -1,0 +1,65 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "appoptions.h"
+#include "core.h"
+#include "glviewport.h"
+#include "glwindow.h"
+#include "mouse.h"
+#include "mouseinput.h"
+#include "rend.h"
+#include "rend_gl.h"
+#include "ttf.h"
+#include "ttf_gl.h"
+#include "windowsystem.h"
+
+// Quindle as a person runs it: the SDL window and GL context, the services behind the global p,
+// the top-level window with its status bar, the viewport and the frame loop.
+class Application
+{
+  public:
+    Application() = default;
+    Application(const Application&) = delete;
+    Application& operator=(const Application&) = delete;
+    ~Application();
+
+    // Opens the window, the renderers and the font, loads the map and places the units.
+    // False with one line of reason (for stderr) on any failure.
+    bool Start(const AppOptions& Options, std::string& Error);
+
+    // Pumps SDL's events and routes the frame's mouse input. False once the user asked to quit.
+    bool ProcessInput();
+    // Draws one frame into the back buffer: the scene, then (with bOverlays) the layer's overlays in
+    // their order, then the status bar.
+    void DrawFrame(bool bOverlays = true);
+    // Shows the back buffer.
+    void PresentFrame();
+    // The back buffer as RGBA rows, top first (call before PresentFrame).
+    std::vector<std::uint8_t> ReadBackBuffer() const;
+
+    GLViewport& GetViewport() { return Viewport; }
+    GLWindow& GetWindow() { return Window; }
+    const CoreSDL& GetCoreSDL() const { return CoreSdl; }
+
+  private:
+    void HandleWindowEvent(const SDL_Event& Event, bool& bQuit);
+    // Draws what the overlays recorded so far, shapes under their text, and clears the record.
+    void FlushOverlay();
+
+    CoreSDL CoreSdl;
+    Mouse MouseState;
+    Rend Renderer;
+    TTF Font;
+    Quindle App;
+    Core CoreServices;
+    GLWindow Window;
+    GLViewport Viewport;
+    WindowSystem Windows;
+    MouseInput Input;
+    RendGL RendBackend;
+    TTFGL FontBackend;
+    bool bStarted = false;
+};

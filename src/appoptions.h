@@ -1,0 +1,29 @@
+#pragma once
+
+#include <string>
+
+// What the command line asks of one run of the application.
+struct AppOptions
+{
+    std::string MapPath;   // empty: the built-in default map
+    int VehicleCount = 12; // a platoon: enough to try box selection and formations
+    int AircraftCount = 4; // a flight of four
+    int WidthPx = 1280;
+    int HeightPx = 720;
+    int FrameCount = 0;         // 0: run until the window is closed
+    std::string ScreenshotPath; // PNG of the last frame
+    std::string StateOutPath;   // JSON written at exit
+};
+
+enum class ParseOutcome
+{
+    Run,  // Options filled
+    Help, // Text holds the help to print on stdout; exit 0
+    Error // Text holds one line for stderr; exit 2
+};
+
+// Parses the command line. On an error Text is a single line naming the bad option.
+ParseOutcome ParseCommandLine(int Argc, const char* const* Argv, AppOptions& Options, std::string& Text);
+
+// Parses "WxH" with each side in 64..16384; false leaves the outputs untouched.
+bool ParseWindowSize(const std::string& Text, int& WidthPx, int& HeightPx);

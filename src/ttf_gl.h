@@ -1,0 +1,56 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <epoxy/gl.h>
+
+#include "ttf.h"
+
+// FreeType and OpenGL backend of TTF: glyphs are rasterised on first use into one atlas texture and
+// every recorded text call of a flush is drawn in one draw call. (x, y) of a call is the left end of
+// the text's baseline in global coordinates; the depth is not used by this 2D pass.
+class TTFGL
+{
+  public:
+    static constexpr const char* DefaultFontPath = "/usr/share/fonts/truetype/dejavu/DejaVuSans.ttf";
+
+    TTFGL() = default;
+    TTFGL(const TTFGL&) = delete;
+    TTFGL& operator=(const TTFGL&) = delete;
+    ~TTFGL();
+
+    // Opens the font and creates the atlas; needs a current GL 3.3 core context.
+    bool Create(const std::string& FontPath, std::string& Error);
+    void Draw(const std::vector<TTFTextCall>& Calls, int WidthPx, int HeightPx);
+    // Advance width of the text in pixels at a size (for layout, e.g. to right-align).
+    int MeasureTextPx(const std::string& Text, int SizePx);
+
+  private:
+    struct Glyph
+    {
+        int AtlasX = 0, AtlasY = 0, WidthPx = 0, HeightPx = 0;
+        int BearingXPx = 0, BearingYPx = 0, AdvancePx = 0;
+    };
+
+    const Glyph* FindGlyph(std::uint32_t CodePoint, int SizePx);
+    bool PlaceInAtlas(int WidthPx, int HeightPx, int& X, int& Y);
+    void ResetAtlas();
+
+    static constexpr int AtlasSizePx = 1024;
+    void* Library = nullptr; // FT_Library
+    void* Face = nullptr;    // FT_Face
+    GLuint Program = 0;
+    GLuint VertexArray = 0;
+    GLuint VertexBuffer = 0;
+    GLuint AtlasTexture = 0;
+    int ShelfX = 0, ShelfY = 0, ShelfHeight = 0;
+    std::map<std::pair<int, std::uint32_t>, Glyph> Glyphs; // (size, code point)
+    std::vector<float> Vertices;
+};
+
+// Decodes UTF-8 into code points; a malformed byte becomes U+FFFD.
+std::vector<std::uint32_t> DecodeUtf8(const std::string& Text);
