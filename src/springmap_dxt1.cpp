@@ -64,17 +64,20 @@ void DecodeImage(const std::uint8_t* pBlocks, int WidthTexels, int HeightTexels,
 
 void EncodeBlock(const std::uint8_t* pRgba64, std::uint8_t* pBlock)
 {
-    // Extremes by luminance; they span the block's colours well for smooth terrain gradients.
-    int lo = 0, hi = 0, loLum = 1 << 30, hiLum = -1;
-    for (int n = 0; n < 16; ++n)
-    {
-        const std::uint8_t* t = pRgba64 + 4 * n;
-        const int lum = 2 * t[0] + 5 * t[1] + t[2];
-        if (lum < loLum)
-            loLum = lum, lo = n;
-        if (lum > hiLum)
-            hiLum = lum, hi = n;
-    }
+    // End points: the two texels farthest apart, which span a smooth gradient exactly.
+    int lo = 0, hi = 0, widest = -1;
+    for (int a = 0; a < 16; ++a)
+        for (int b = a + 1; b < 16; ++b)
+        {
+            int dist = 0;
+            for (int ch = 0; ch < 3; ++ch)
+            {
+                const int d = pRgba64[4 * a + ch] - pRgba64[4 * b + ch];
+                dist += d * d;
+            }
+            if (dist > widest)
+                widest = dist, lo = a, hi = b;
+        }
     int hiRgb[3], loRgb[3];
     for (int ch = 0; ch < 3; ++ch)
         hiRgb[ch] = pRgba64[4 * hi + ch], loRgb[ch] = pRgba64[4 * lo + ch];

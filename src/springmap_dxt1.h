@@ -14,8 +14,8 @@ void DecodeBlock(const std::uint8_t* pBlock, std::uint8_t* pRgba64);
 // Decodes a whole level of WidthTexels x HeightTexels (multiples of 4) into RGBA8, rows top first.
 void DecodeImage(const std::uint8_t* pBlocks, int WidthTexels, int HeightTexels, std::uint8_t* pRgba);
 
-// Encodes 16 opaque RGBA8 texels (row-major) in four-colour mode, end points from the extremes
-// along the brightest-to-darkest axis: good enough for generated terrain.
+// Encodes 16 opaque RGBA8 texels (row-major) in four-colour mode with the two most distant texels
+// as end points: good enough for generated terrain.
 void EncodeBlock(const std::uint8_t* pRgba64, std::uint8_t* pBlock);
 
 std::uint64_t LevelBytes(int WidthTexels, int HeightTexels);

@@ -3,7 +3,23 @@
 #include <algorithm>
 #include <cmath>
 
-bool SpringMapRenderer::LoadHeightGrid(int Width, int Height, float SquareSizeWorld, std::vector<float> Heights)
+#include "springmap_loader.h"
+#include "springmap_terrain_gl.h"
+
+struct SpringMapRenderer::MeshRanges
+{
+    std::vector<SpringMapTerrainGL::MeshRange> Ranges;
+};
+
+SpringMapRenderer::SpringMapRenderer()
+    : pTerrainGL(std::make_unique<SpringMapTerrainGL>()), pRanges(std::make_unique<MeshRanges>())
+{
+}
+
+SpringMapRenderer::~SpringMapRenderer() = default;
+
+bool SpringMapRenderer::LoadHeightGrid(int Width, int Height, float SquareSizeWorld,
+                                       std::vector<float> Heights)
 {
     if (Width < 2 || Height < 2 || !(SquareSizeWorld > 0.0f) ||
         Heights.size() != static_cast<std::size_t>(Width) * static_cast<std::size_t>(Height))
@@ -12,8 +28,32 @@ bool SpringMapRenderer::LoadHeightGrid(int Width, int Height, float SquareSizeWo
     GridHeight = Height;
     SquareSize = SquareSizeWorld;
     HeightGrid = std::move(Heights);
+    const auto [lowest, highest] = std::minmax_element(HeightGrid.begin(), HeightGrid.end());
+    LowestHeight = *lowest;
+    HighestHeight = *highest;
     IndexCount = (Width - 1) * (Height - 1) * 6;
+    Ground.Clear();
+    Minimap.clear();
     bLoaded = true;
+    bGLStale = true;
+    return true;
+}
+
+bool SpringMapRenderer::LoadMap(const SpringMap& Map, std::uint64_t GroundBudgetBytes)
+{
+    const int cornersX = Map.Smf.MapX + 1, cornersZ = Map.Smf.MapY + 1;
+    if (Map.Smf.RawHeights.size() != static_cast<std::size_t>(cornersX) * cornersZ)
+        return false;
+    std::vector<float> heights(Map.Smf.RawHeights.size());
+    for (int z = 0; z < cornersZ; ++z)
+        for (int x = 0; x < cornersX; ++x)
+            heights[static_cast<std::size_t>(z) * cornersX + x] = Map.GetCornerHeight(x, z);
+    SpringMapGround ground;
+    if (!ground.Build(Map, GroundBudgetBytes) ||
+        !LoadHeightGrid(cornersX, cornersZ, 8.0f, std::move(heights)))
+        return false;
+    Ground = std::move(ground);
+    Minimap = Map.Smf.Minimap;
     return true;
 }
 
@@ -23,6 +63,9 @@ void SpringMapRenderer::Unload()
     GridWidth = GridHeight = 0;
     IndexCount = 0;
     HeightGrid.clear();
+    Ground.Clear();
+    Minimap.clear();
+    bGLStale = true;
 }
 
 float SpringMapRenderer::GetTerrainHeight(float x, float z) const
@@ -45,4 +88,96 @@ float SpringMapRenderer::GetTerrainHeight(float x, float z) const
     const float top = row0[0] + (row0[1] - row0[0]) * fx;
     const float bottom = row1[0] + (row1[1] - row1[0]) * fx;
     return top + (bottom - top) * fz;
+}
+
+void SpringMapRenderer::BuildMesh(std::vector<float>& positionsNormals, std::vector<std::uint32_t>& indices)
+{
+    positionsNormals.resize(HeightGrid.size() * 6);
+    for (int z = 0; z < GridHeight; ++z)
+        for (int x = 0; x < GridWidth; ++x)
+        {
+            // Central differences, one-sided at the edges.
+            const int x0 = std::max(x - 1, 0), x1 = std::min(x + 1, GridWidth - 1);
+            const int z0 = std::max(z - 1, 0), z1 = std::min(z + 1, GridHeight - 1);
+            const std::size_t row = static_cast<std::size_t>(z) * GridWidth;
+            const float dhdx = (HeightGrid[row + x1] - HeightGrid[row + x0]) / ((x1 - x0) * SquareSize);
+            const float dhdz = (HeightGrid[static_cast<std::size_t>(z1) * GridWidth + x] -
+                                HeightGrid[static_cast<std::size_t>(z0) * GridWidth + x]) /
+                               ((z1 - z0) * SquareSize);
+            const float length = std::sqrt(dhdx * dhdx + 1.0f + dhdz * dhdz);
+            float* vertex = &positionsNormals[(row + x) * 6];
+            vertex[0] = x * SquareSize;
+            vertex[1] = HeightGrid[row + x];
+            vertex[2] = z * SquareSize;
+            vertex[3] = -dhdx / length;
+            vertex[4] = 1.0f / length;
+            vertex[5] = -dhdz / length;
+        }
+    // Indices grouped by ground patch so each patch draws with its own texture.
+    indices.clear();
+    indices.reserve(static_cast<std::size_t>(IndexCount));
+    pRanges->Ranges.clear();
+    const auto& patches = Ground.GetPatches();
+    const int squaresX = GridWidth - 1, squaresZ = GridHeight - 1;
+    const int patchSquares = SpringMapGround::PatchSquares;
+    int patchIndex = 0;
+    for (int pz = 0; pz < squaresZ; pz += patchSquares)
+        for (int px = 0; px < squaresX; px += patchSquares, ++patchIndex)
+        {
+            SpringMapTerrainGL::MeshRange range;
+            range.FirstIndex = static_cast<int>(indices.size());
+            const int endX = std::min(px + patchSquares, squaresX),
+                      endZ = std::min(pz + patchSquares, squaresZ);
+            for (int z = pz; z < endZ; ++z)
+                for (int x = px; x < endX; ++x)
+                {
+                    const std::uint32_t v00 = static_cast<std::uint32_t>(z * GridWidth + x);
+                    const std::uint32_t v01 = v00 + static_cast<std::uint32_t>(GridWidth);
+                    indices.insert(indices.end(), {v00, v01, v00 + 1, v00 + 1, v01, v01 + 1});
+                }
+            range.IndexCount = static_cast<int>(indices.size()) - range.FirstIndex;
+            const bool bPatch = patchIndex < static_cast<int>(patches.size());
+            range.PatchIndex = bPatch ? patchIndex : -1;
+            range.UvRect[0] = bPatch ? px * SquareSize : 0.0f;
+            range.UvRect[1] = bPatch ? pz * SquareSize : 0.0f;
+            range.UvRect[2] = 1.0f / ((bPatch ? endX - px : squaresX) * SquareSize);
+            range.UvRect[3] = 1.0f / ((bPatch ? endZ - pz : squaresZ) * SquareSize);
+            pRanges->Ranges.push_back(range);
+        }
+}
+
+bool SpringMapRenderer::Render(const float* ViewProj4x4ColumnMajor)
+{
+    if (!bLoaded || IndexCount < 1)
+        return false;
+    SpringMapTerrainGL::Source source;
+    std::vector<float> positionsNormals;
+    std::vector<std::uint32_t> indices;
+    if (bGLStale)
+    {
+        // The mesh lives on the GPU only: built here, uploaded by the first draw, then dropped.
+        pTerrainGL->Release();
+        BuildMesh(positionsNormals, indices);
+        bGLStale = false;
+    }
+    source.pPositionsNormals = &positionsNormals;
+    source.pIndices = &indices;
+    source.pRanges = &pRanges->Ranges;
+    source.pGround = &Ground;
+    source.pMinimap = &Minimap;
+    source.MinHeight = LowestHeight;
+    source.MaxHeight = HighestHeight;
+    source.bAllowCompressedUpload = bAllowCompressedUpload;
+    return pTerrainGL->Draw(source, ViewProj4x4ColumnMajor);
+}
+
+void SpringMapRenderer::ReleaseGL()
+{
+    pTerrainGL->Release();
+    bGLStale = true;
+}
+
+bool SpringMapRenderer::UsedCompressedUpload() const
+{
+    return pTerrainGL->UsedCompressedUpload();
 }

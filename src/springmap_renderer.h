@@ -1,15 +1,33 @@
 #pragma once
 
+#include <cstdint>
+#include <memory>
 #include <vector>
 
+#include "springmap_ground.h"
+
+struct SpringMap;
+class SpringMapTerrainGL;
+
 // The terrain of the loaded Spring map: a grid of corner heights with a spacing of SquareSize world
-// units, spanning X 0..(GridWidth-1)*SquareSize and Z 0..(GridHeight-1)*SquareSize.
+// units, spanning X 0..(GridWidth-1)*SquareSize and Z 0..(GridHeight-1)*SquareSize, and, for a real
+// map, its ground texture (or the minimap where no tile file was found). Loading and height queries
+// need no GL context; the first Render creates the GL objects.
 class SpringMapRenderer
 {
-public:
+  public:
+    SpringMapRenderer();
+    ~SpringMapRenderer();
+    SpringMapRenderer(const SpringMapRenderer&) = delete;
+    SpringMapRenderer& operator=(const SpringMapRenderer&) = delete;
+
     // Installs a height grid of Width x Height corner heights (row-major, Z rows) and builds the
-    // terrain mesh's index count. Returns false, leaving the map as it was, on a bad grid.
+    // terrain mesh's index count. Returns false, leaving the map as it was, on a bad grid. The terrain
+    // is coloured by height.
     bool LoadHeightGrid(int Width, int Height, float SquareSizeWorld, std::vector<float> Heights);
+    // Installs a loaded map: (MapX+1)x(MapY+1) corners 8 world units apart, heights scaled by the
+    // map's range, and its ground texture within GroundBudgetBytes of DXT1 data.
+    bool LoadMap(const SpringMap& Map, std::uint64_t GroundBudgetBytes = SpringMapGround::DefaultBudgetBytes);
     void Unload();
 
     bool IsLoaded() const { return bLoaded; }
@@ -23,14 +41,39 @@ public:
     const std::vector<float>& GetHeightGrid() const { return HeightGrid; }
     float GetWorldWidth() const { return (GridWidth - 1) * SquareSize; }
     float GetWorldDepth() const { return (GridHeight - 1) * SquareSize; }
+    // Lowest and highest corner actually present (not the header's range).
+    float GetLowestHeight() const { return LowestHeight; }
+    float GetHighestHeight() const { return HighestHeight; }
+    const SpringMapGround& GetGround() const { return Ground; }
+    bool HasMinimap() const { return !Minimap.empty(); }
+
+    // Draws the terrain with the scene's view-projection (column-major 4x4, world units in, clip space
+    // out): the same transform picking inverts. Needs a current GL 3.3 core context; false when
+    // nothing is loaded or the shaders cannot be built.
+    bool Render(const float* ViewProj4x4ColumnMajor);
+    // Frees the GL objects; call with the context current before destroying it.
+    void ReleaseGL();
+    // True when the last upload sent DXT1 blocks to the driver (S3TC present and allowed).
+    bool UsedCompressedUpload() const;
 
     // Indices of the terrain mesh (two triangles per grid square).
     int IndexCount = 0;
+    // Off: decode the ground on the CPU even where the driver has S3TC. Takes effect on the next upload.
+    bool bAllowCompressedUpload = true;
 
-private:
+  private:
+    void BuildMesh(std::vector<float>& positionsNormals, std::vector<std::uint32_t>& indices);
+
     bool bLoaded = false;
     int GridWidth = 0;
     int GridHeight = 0;
     float SquareSize = 8.0f;
+    float LowestHeight = 0.0f, HighestHeight = 0.0f;
     std::vector<float> HeightGrid;
+    SpringMapGround Ground;
+    std::vector<std::uint8_t> Minimap;
+    std::unique_ptr<SpringMapTerrainGL> pTerrainGL;
+    struct MeshRanges;
+    std::unique_ptr<MeshRanges> pRanges;
+    bool bGLStale = true;
 };

@@ -1,0 +1,237 @@
+#include "springmap_terrain_gl.h"
+
+#include <string>
+
+#include "springmap_dxt1.h"
+#include "springmap_ground.h"
+
+namespace
+{
+const char* VertexShader = R"(#version 330 core
+layout(location = 0) in vec3 Position;
+layout(location = 1) in vec3 Normal;
+uniform mat4 ViewProj;
+uniform vec4 UvRect;
+out vec2 Uv;
+out vec3 WorldNormal;
+out float Height;
+void main()
+{
+    Uv = (Position.xz - UvRect.xy) * UvRect.zw;
+    WorldNormal = Normal;
+    Height = Position.y;
+    gl_Position = ViewProj * vec4(Position, 1.0);
+}
+)";
+
+const char* FragmentShader = R"(#version 330 core
+in vec2 Uv;
+in vec3 WorldNormal;
+in float Height;
+uniform sampler2D Ground;
+uniform int Mode; // 0: height ramp, 1: texture
+uniform vec2 HeightRange;
+out vec4 Colour;
+void main()
+{
+    // Late-afternoon sun from the south-west, with enough ambient that shadowed slopes keep detail.
+    const vec3 SunDir = normalize(vec3(-0.45, 0.8, 0.4));
+    float light = 0.45 + 0.65 * max(dot(normalize(WorldNormal), SunDir), 0.0);
+    vec3 albedo;
+    if (Mode == 1)
+        albedo = texture(Ground, Uv).rgb;
+    else
+    {
+        float t = clamp((Height - HeightRange.x) / max(HeightRange.y - HeightRange.x, 1e-3), 0.0, 1.0);
+        albedo = mix(vec3(0.25, 0.45, 0.2), vec3(0.75, 0.7, 0.6), t);
+    }
+    Colour = vec4(albedo * light, 1.0);
+}
+)";
+
+GLuint CompileShader(GLenum type, const char* source)
+{
+    const GLuint shader = glCreateShader(type);
+    glShaderSource(shader, 1, &source, nullptr);
+    glCompileShader(shader);
+    GLint ok = 0;
+    glGetShaderiv(shader, GL_COMPILE_STATUS, &ok);
+    if (!ok)
+    {
+        glDeleteShader(shader);
+        return 0;
+    }
+    return shader;
+}
+} // namespace
+
+bool SpringMapTerrainGL::CreateProgram()
+{
+    const GLuint vertex = CompileShader(GL_VERTEX_SHADER, VertexShader);
+    const GLuint fragment = CompileShader(GL_FRAGMENT_SHADER, FragmentShader);
+    if (vertex && fragment)
+    {
+        Program = glCreateProgram();
+        glAttachShader(Program, vertex);
+        glAttachShader(Program, fragment);
+        glLinkProgram(Program);
+        GLint ok = 0;
+        glGetProgramiv(Program, GL_LINK_STATUS, &ok);
+        if (!ok)
+        {
+            glDeleteProgram(Program);
+            Program = 0;
+        }
+    }
+    glDeleteShader(vertex);
+    glDeleteShader(fragment);
+    if (!Program)
+        return false;
+    ViewProjLocation = glGetUniformLocation(Program, "ViewProj");
+    UvRectLocation = glGetUniformLocation(Program, "UvRect");
+    ModeLocation = glGetUniformLocation(Program, "Mode");
+    HeightRangeLocation = glGetUniformLocation(Program, "HeightRange");
+    return true;
+}
+
+void SpringMapTerrainGL::CreateMesh(const Source& From)
+{
+    glGenVertexArrays(1, &Vao);
+    glBindVertexArray(Vao);
+    glGenBuffers(1, &Vbo);
+    glBindBuffer(GL_ARRAY_BUFFER, Vbo);
+    glBufferData(GL_ARRAY_BUFFER, static_cast<GLsizeiptr>(From.pPositionsNormals->size() * sizeof(float)),
+                 From.pPositionsNormals->data(), GL_STATIC_DRAW);
+    glEnableVertexAttribArray(0);
+    glVertexAttribPointer(0, 3, GL_FLOAT, GL_FALSE, 6 * sizeof(float), nullptr);
+    glEnableVertexAttribArray(1);
+    glVertexAttribPointer(1, 3, GL_FLOAT, GL_FALSE, 6 * sizeof(float),
+                          reinterpret_cast<void*>(3 * sizeof(float)));
+    glGenBuffers(1, &Ibo);
+    glBindBuffer(GL_ELEMENT_ARRAY_BUFFER, Ibo);
+    glBufferData(GL_ELEMENT_ARRAY_BUFFER,
+                 static_cast<GLsizeiptr>(From.pIndices->size() * sizeof(std::uint32_t)),
+                 From.pIndices->data(), GL_STATIC_DRAW);
+    glBindVertexArray(0);
+}
+
+GLuint SpringMapTerrainGL::UploadDxt1(const std::vector<const std::uint8_t*>& levels, int width, int height,
+                                      bool bCompressedUpload, std::uint64_t decodedBudgetBytes)
+{
+    GLuint texture = 0;
+    glGenTextures(1, &texture);
+    glBindTexture(GL_TEXTURE_2D, texture);
+    // Without S3TC the levels are decoded here, skipping the large ones until the RGBA copy fits.
+    int first = 0;
+    if (!bCompressedUpload)
+        while (first + 1 < static_cast<int>(levels.size()) &&
+               static_cast<std::uint64_t>(width >> first) * (height >> first) * 4 > decodedBudgetBytes)
+            ++first;
+    std::vector<std::uint8_t> rgba;
+    for (int level = first; level < static_cast<int>(levels.size()); ++level)
+    {
+        const int w = width >> level, h = height >> level;
+        if (bCompressedUpload)
+            // The RGBA variant: index 3 of three-colour blocks is transparent black, as the tiles expect.
+            glCompressedTexImage2D(GL_TEXTURE_2D, level - first, GL_COMPRESSED_RGBA_S3TC_DXT1_EXT, w, h, 0,
+                                   static_cast<GLsizei>(SpringMapDxt1::LevelBytes(w, h)), levels[level]);
+        else
+        {
+            rgba.resize(static_cast<std::size_t>(w) * h * 4);
+            SpringMapDxt1::DecodeImage(levels[level], w, h, rgba.data());
+            glTexImage2D(GL_TEXTURE_2D, level - first, GL_RGBA8, w, h, 0, GL_RGBA, GL_UNSIGNED_BYTE,
+                         rgba.data());
+        }
+    }
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_BASE_LEVEL, 0);
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAX_LEVEL, static_cast<GLint>(levels.size()) - 1 - first);
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_LINEAR_MIPMAP_LINEAR);
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
+    return texture;
+}
+
+void SpringMapTerrainGL::CreateTextures(const Source& From)
+{
+    bCompressed = From.bAllowCompressedUpload && epoxy_has_gl_extension("GL_EXT_texture_compression_s3tc");
+    glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
+    if (From.pGround && From.pGround->HasPatches())
+    {
+        const auto& patches = From.pGround->GetPatches();
+        // Shared fairly, so the decoded copy of the whole ground stays within the budget.
+        const std::uint64_t perPatchBudget = From.DecodedBudgetBytes / patches.size();
+        for (const auto& patch : patches)
+        {
+            std::vector<const std::uint8_t*> levels;
+            for (const auto& level : patch.Levels)
+                levels.push_back(level.data());
+            PatchTextures.push_back(UploadDxt1(levels, From.pGround->GetLevelWidthTexels(patch, 0),
+                                               From.pGround->GetLevelDepthTexels(patch, 0), bCompressed,
+                                               perPatchBudget));
+        }
+    }
+    else if (From.pMinimap && !From.pMinimap->empty())
+    {
+        std::vector<const std::uint8_t*> levels;
+        std::uint64_t offset = 0;
+        for (int size = 1024; size >= 4; size /= 2)
+        {
+            levels.push_back(From.pMinimap->data() + offset);
+            offset += SpringMapDxt1::LevelBytes(size, size);
+        }
+        MinimapTexture = UploadDxt1(levels, 1024, 1024, bCompressed, From.DecodedBudgetBytes);
+    }
+}
+
+bool SpringMapTerrainGL::Draw(const Source& From, const float* ViewProj4x4ColumnMajor)
+{
+    if (!bCreated)
+    {
+        bCreated = true;
+        if (!CreateProgram())
+            return false;
+        CreateMesh(From);
+        CreateTextures(From);
+    }
+    if (!Program)
+        return false;
+    glUseProgram(Program);
+    glUniformMatrix4fv(ViewProjLocation, 1, GL_FALSE, ViewProj4x4ColumnMajor);
+    glUniform2f(HeightRangeLocation, From.MinHeight, From.MaxHeight);
+    glActiveTexture(GL_TEXTURE0);
+    glBindVertexArray(Vao);
+    for (const MeshRange& range : *From.pRanges)
+    {
+        const bool bPatch =
+            range.PatchIndex >= 0 && range.PatchIndex < static_cast<int>(PatchTextures.size());
+        const GLuint texture = bPatch ? PatchTextures[range.PatchIndex] : MinimapTexture;
+        glBindTexture(GL_TEXTURE_2D, texture);
+        glUniform1i(ModeLocation, texture ? 1 : 0);
+        glUniform4fv(UvRectLocation, 1, range.UvRect);
+        glDrawElements(
+            GL_TRIANGLES, range.IndexCount, GL_UNSIGNED_INT,
+            reinterpret_cast<void*>(static_cast<std::uintptr_t>(range.FirstIndex) * sizeof(std::uint32_t)));
+    }
+    glBindVertexArray(0);
+    glBindTexture(GL_TEXTURE_2D, 0);
+    glUseProgram(0);
+    return true;
+}
+
+void SpringMapTerrainGL::Release()
+{
+    if (!bCreated)
+        return;
+    if (!PatchTextures.empty())
+        glDeleteTextures(static_cast<GLsizei>(PatchTextures.size()), PatchTextures.data());
+    if (MinimapTexture)
+        glDeleteTextures(1, &MinimapTexture);
+    glDeleteBuffers(1, &Vbo);
+    glDeleteBuffers(1, &Ibo);
+    glDeleteVertexArrays(1, &Vao);
+    glDeleteProgram(Program);
+    PatchTextures.clear();
+    MinimapTexture = Program = Vao = Vbo = Ibo = 0;
+    bCreated = false;
+}

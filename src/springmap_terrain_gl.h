@@ -1,0 +1,54 @@
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include <epoxy/gl.h>
+
+class SpringMapGround;
+
+// The GL side of the terrain: one vertex buffer (position + normal), indices grouped by ground patch,
+// one texture per patch (or the minimap, or a height ramp), and a GL 3.3 core program with a sun.
+// Everything is created on first use, so it needs a current context only when drawing.
+class SpringMapTerrainGL
+{
+  public:
+    struct MeshRange
+    {
+        int FirstIndex = 0;
+        int IndexCount = 0;
+        float UvRect[4] = {0, 0, 1, 1}; // world X, Z of the texture's corner and 1 / its size
+        int PatchIndex = -1;            // ground patch drawn on it; -1: the minimap or the height ramp
+    };
+    struct Source
+    {
+        const std::vector<float>* pPositionsNormals = nullptr; // 6 floats per vertex
+        const std::vector<std::uint32_t>* pIndices = nullptr;
+        const std::vector<MeshRange>* pRanges = nullptr;
+        const SpringMapGround* pGround = nullptr;
+        const std::vector<std::uint8_t>* pMinimap = nullptr; // DXT1 1024x1024 with mips, or empty
+        float MinHeight = 0.0f, MaxHeight = 1.0f;            // for the ramp when nothing else is there
+        bool bAllowCompressedUpload = true;
+        std::uint64_t DecodedBudgetBytes = 128ull << 20;
+    };
+
+    // Creates what is missing, then draws. False when the program cannot be built. The GL objects
+    // live until Release, which needs the context current; the context's end frees them otherwise.
+    bool Draw(const Source& From, const float* ViewProj4x4ColumnMajor);
+    void Release();
+    bool UsedCompressedUpload() const { return bCompressed; }
+
+  private:
+    bool CreateProgram();
+    void CreateMesh(const Source& From);
+    void CreateTextures(const Source& From);
+    GLuint UploadDxt1(const std::vector<const std::uint8_t*>& levels, int width, int height,
+                      bool bCompressedUpload, std::uint64_t decodedBudgetBytes);
+
+    GLuint Program = 0, Vao = 0, Vbo = 0, Ibo = 0;
+    GLint ViewProjLocation = -1, UvRectLocation = -1, ModeLocation = -1, HeightRangeLocation = -1;
+    std::vector<GLuint> PatchTextures;
+    GLuint MinimapTexture = 0;
+    bool bCreated = false;
+    bool bCompressed = false;
+};
