@@ -7,6 +7,7 @@
 #include <png.h>
 #include <set>
 
+#include "springmap_generator.h"
 #include "springmap_loader.h"
 #include "springmap_renderer.h"
 #include "test_maps_fixtures.h"
@@ -292,4 +293,26 @@ TEST_F(MapRender, HeightGridWithoutATextureIsShadedByHeight)
     terrain.ReleaseGL();
     terrain.Unload();
     EXPECT_FALSE(terrain.Render(viewProj.data())) << "nothing loaded";
+}
+
+TEST_F(MapRender, GeneratedMapIsTexturedByHeightAndSlope)
+{
+    ScratchDir scratch;
+    std::string smfPath, error;
+    ASSERT_TRUE(SpringMapGenerator::WriteFiles({}, scratch.Path.string(), "generated", smfPath, error))
+        << error;
+    SpringMap map;
+    ASSERT_TRUE(SpringMapLoader::Load(smfPath, map, error)) << error;
+    SpringMapRenderer terrain;
+    ASSERT_TRUE(terrain.LoadMap(map));
+    const auto oblique = ObliqueView(terrain);
+    SavePng("map_generated", Draw(terrain, oblique.data()));
+    const auto top = TopDownView(terrain);
+    const auto pixels = Draw(terrain, top.data());
+    SavePng("map_generated_top", pixels);
+    std::size_t clear = 0;
+    for (std::size_t i = 0; i < pixels.size(); i += 4)
+        clear += IsClearColour(&pixels[i]);
+    EXPECT_EQ(clear, 0u) << "the top-down view is all map";
+    terrain.ReleaseGL();
 }
