@@ -6,6 +6,9 @@
 
 Application::~Application()
 {
+    // The terrain's GL objects go while the context is still current.
+    if (CoreSdl.GLContext)
+        Viewport.SpringMap.ReleaseGL();
     if (p == &CoreServices)
         p = nullptr;
 }
@@ -31,13 +34,15 @@ bool Application::Start(const AppOptions& Options, std::string& Error)
     std::string mapName;
     if (!LoadMap(Options.MapPath, Viewport.SpringMap, mapName, Error))
         return false;
-    PlaceUnits(Viewport, Options.VehicleCount, Options.AircraftCount);
     Viewport.ResetSpringMapCamera();
+    if (!Viewport.PlaceUnitsOnMap(Options.VehicleCount, Options.AircraftCount))
+        Window.SetStatusBarText("No drivable room on map " + mapName + ": no units placed");
     Window.SetStatusBarText("Map " + mapName + ": " + std::to_string(Viewport.SpringMap.GetGridWidth() - 1) +
                             "x" + std::to_string(Viewport.SpringMap.GetGridHeight() - 1) + " squares, " +
                             std::to_string(Options.VehicleCount) + " vehicles, " +
                             std::to_string(Options.AircraftCount) + " aircraft");
-    bStarted = true;
+    bFixedTimeStep = Options.FrameCount > 0;
+    LastFrameNs = SDL_GetTicksNS();
     return true;
 }
 
@@ -85,6 +90,11 @@ bool Application::ProcessInput()
     for (const MouseClick& click : clicks)
         globalClicks.push_back(MouseClickToGlobal(click, CoreSdl.Width, CoreSdl.Height));
     Windows.ProcessFrame(MouseState, App, globalClicks, Input.IsPointerInWindow());
+
+    // A run of a fixed number of frames steps 60 Hz time so its state file is the same every run.
+    const std::uint64_t nowNs = SDL_GetTicksNS();
+    Viewport.StepSimulation(bFixedTimeStep ? 1.0 / 60.0 : (nowNs - LastFrameNs) * 1e-9);
+    LastFrameNs = nowNs;
     return !bQuit;
 }
 
@@ -103,19 +113,23 @@ void Application::DrawFrame(bool bOverlays)
     glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
     Viewport.Render();
     if (bOverlays)
-    {
-        Viewport.RenderNavWidgetOverlay();
-        FlushOverlay();
-        Viewport.RenderAutoRotateToggleOverlay();
-        FlushOverlay();
-        Viewport.RenderUnitSelectionOverlay();
-        FlushOverlay();
-        Viewport.RenderFormationOrderOverlay();
-        FlushOverlay();
-        Viewport.RenderJetEffectsOverlay();
-        FlushOverlay();
-    }
+        DrawOverlays();
     Window.RenderStatusBar();
+    FlushOverlay();
+}
+
+void Application::DrawOverlays()
+{
+    // Each overlay is flushed on its own so a later overlay's shapes cover an earlier one's text.
+    Viewport.RenderNavWidgetOverlay();
+    FlushOverlay();
+    Viewport.RenderAutoRotateToggleOverlay();
+    FlushOverlay();
+    Viewport.RenderUnitSelectionOverlay();
+    FlushOverlay();
+    Viewport.RenderFormationOrderOverlay();
+    FlushOverlay();
+    Viewport.RenderJetEffectsOverlay();
     FlushOverlay();
 }
 

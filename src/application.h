@@ -30,11 +30,14 @@ class Application
     // False with one line of reason (for stderr) on any failure.
     bool Start(const AppOptions& Options, std::string& Error);
 
-    // Pumps SDL's events and routes the frame's mouse input. False once the user asked to quit.
+    // Pumps SDL's events, routes the frame's mouse input and advances the units. False once the
+    // user asked to quit.
     bool ProcessInput();
     // Draws one frame into the back buffer: the scene, then (with bOverlays) the layer's overlays in
     // their order, then the status bar.
     void DrawFrame(bool bOverlays = true);
+    // The layer's overlays alone, in their order, each drawn as soon as it is recorded.
+    void DrawOverlays();
     // Shows the back buffer.
     void PresentFrame();
     // The back buffer as RGBA rows, top first (call before PresentFrame).
@@ -61,5 +64,6 @@ class Application
     MouseInput Input;
     RendGL RendBackend;
     TTFGL FontBackend;
-    bool bStarted = false;
+    bool bFixedTimeStep = false;
+    std::uint64_t LastFrameNs = 0;
 };

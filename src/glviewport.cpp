@@ -168,7 +168,11 @@ void GLViewport::Render()
     glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
     glDisable(GL_SCISSOR_TEST);
     if (bSpringMapView)
-        pScene->Draw(*this, GetSceneViewProjection().ToFloat());
+    {
+        const std::array<float, 16> viewProjection = GetSceneViewProjection().ToFloat();
+        SpringMap.Render(viewProjection.data());
+        pScene->Draw(*this, viewProjection);
+    }
     // The 2D overlays draw in global coordinates across the whole window.
     glViewport(0, 0, widthPx, heightPx);
 }

@@ -3,9 +3,8 @@
 #include <cmath>
 #include <vector>
 
-#include "glviewport.h"
 #include "springmap_loader.h"
-#include "vehicleunit.h"
+#include "springmap_renderer.h"
 
 bool LoadDefaultMap(SpringMapRenderer& Map)
 {
@@ -38,53 +37,13 @@ bool LoadMap(const std::string& Path, SpringMapRenderer& Map, std::string& Name,
         return false;
     }
     SpringMap loaded;
-    SpringMapLoader::Options options;
-    options.bReadTiles = false; // the scene colours the terrain by height; tiles are not drawn
-    if (!SpringMapLoader::Load(Path, loaded, Error, options))
+    if (!SpringMapLoader::Load(Path, loaded, Error))
         return false;
-    const int cornersX = loaded.Smf.MapX + 1, cornersZ = loaded.Smf.MapY + 1;
-    std::vector<float> heights(static_cast<std::size_t>(cornersX) * cornersZ);
-    for (int z = 0; z < cornersZ; ++z)
-        for (int x = 0; x < cornersX; ++x)
-            heights[static_cast<std::size_t>(z) * cornersX + x] = loaded.GetCornerHeight(x, z);
-    // Spring's squares are 8 world units.
-    if (!Map.LoadHeightGrid(cornersX, cornersZ, 8.0f, std::move(heights)))
+    if (!Map.LoadMap(loaded))
     {
-        Error = Path + ": the height map has no squares";
+        Error = Path + ": the map's height grid cannot be used";
         return false;
     }
     Name = loaded.Name;
     return true;
-}
-
-void PlaceUnits(GLViewport& View, int VehicleCount, int AircraftCount)
-{
-    View.Vehicles.clear();
-    View.AirUnits.clear();
-    View.VehicleSelectionMask.clear();
-    View.bAirUnitsSelected = false;
-    const double centreX = View.SpringMap.GetWorldWidth() * 0.5;
-    const double centreZ = View.SpringMap.GetWorldDepth() * 0.5;
-    constexpr double SpacingWorld = 48.0;
-    const int columns = std::max(1, static_cast<int>(std::ceil(std::sqrt(std::max(VehicleCount, 1)))));
-    for (int i = 0; i < VehicleCount; ++i)
-    {
-        auto vehicle = std::make_unique<VehicleUnit>();
-        const double x = centreX + (i % columns - (columns - 1) * 0.5) * SpacingWorld;
-        const double z = centreZ + (i / columns - (columns - 1) * 0.5) * SpacingWorld;
-        vehicle->Position =
-            Vec3D(x, View.SpringMap.GetTerrainHeight(static_cast<float>(x), static_cast<float>(z)), z);
-        View.Vehicles.push_back(std::move(vehicle));
-    }
-    constexpr double RingRadiusWorld = 360.0;
-    for (int i = 0; i < AircraftCount; ++i)
-    {
-        auto air = std::make_unique<AirUnit>();
-        const double angle = 2.0 * M_PI * i / AircraftCount;
-        air->Aircraft.TargetAltitude = AircraftCount > 1 ? 300.0f + 200.0f * i / (AircraftCount - 1) : 400.0f;
-        air->Aircraft.Position =
-            Vec3D(centreX + RingRadiusWorld * std::cos(angle), air->Aircraft.TargetAltitude,
-                  centreZ + RingRadiusWorld * std::sin(angle));
-        View.AirUnits.push_back(std::move(air));
-    }
 }

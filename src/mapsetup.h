@@ -13,7 +13,3 @@ bool LoadDefaultMap(SpringMapRenderer& Map);
 // the default map. Name is what the status bar calls it. False with one line naming the file and
 // the problem, the map left as it was.
 bool LoadMap(const std::string& Path, SpringMapRenderer& Map, std::string& Name, std::string& Error);
-
-// Vehicles in a block around the map centre, on the ground; aircraft on a ring above them at
-// 300..500 world units. Replaces the viewport's units and clears the selection.
-void PlaceUnits(GLViewport& View, int VehicleCount, int AircraftCount);

@@ -7,11 +7,10 @@
 #include <epoxy/gl.h>
 
 class GLViewport;
-class SpringMapRenderer;
 
-// Draws the viewport's 3D scene: the terrain as a height-coloured, lit mesh and the units as boxes.
-// The terrain mesh is built once per loaded map, at most 257 x 257 vertices so a large map stays
-// interactive on a software rasteriser.
+// Draws the viewport's units as boxes: vehicles on the ground (brighter when selected) and
+// aircraft with a thin post down to the terrain so their position over the map reads at a glance.
+// The terrain itself is the map renderer's.
 class SceneGL
 {
   public:
@@ -25,18 +24,10 @@ class SceneGL
     void Draw(const GLViewport& View, const std::array<float, 16>& ViewProjection);
 
   private:
-    void BuildTerrain(const SpringMapRenderer& Map);
     void BuildUnits(const GLViewport& View);
-    void DrawBuffer(GLuint VertexArray, GLsizei VertexCount) const;
 
     GLuint Program = 0;
     GLint ViewProjectionLocation = -1;
-    GLuint TerrainArray = 0, TerrainBuffer = 0, TerrainIndexBuffer = 0;
-    GLsizei TerrainIndexCount = 0;
     GLuint UnitArray = 0, UnitBuffer = 0;
     std::vector<float> UnitVertices;
-    // What the terrain mesh was built from; a different map rebuilds it.
-    int BuiltGridWidth = 0, BuiltGridHeight = 0;
-    float BuiltSquareSize = 0.0f;
-    float BuiltCornerHeights[4] = {};
 };
