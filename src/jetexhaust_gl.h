@@ -1,0 +1,68 @@
+#pragma once
+
+#include <array>
+#include <string>
+#include <vector>
+
+#include <epoxy/gl.h>
+
+#include "jetexhaust.h"
+#include "jetexhaust_particles.h"
+#include "jetexhaust_targets.h"
+#include "jetexhaust_timers.h"
+
+// What the passes of one frame share.
+struct JetExhaustPassFrame
+{
+    const JetExhaustFrameInput* pInput = nullptr;
+    const JetExhaustDebugSettings* pSettings = nullptr;
+    JetExhaustWork Work;
+    GLuint OutputFramebuffer = 0; // bound at Render: read for the shimmer, drawn on by the composite
+    float CameraRight[3] = {1.0f, 0.0f, 0.0f};
+    float CameraUp[3] = {0.0f, 1.0f, 0.0f};
+};
+
+// The effect's GL objects and the five passes. Created at the first Render with a context current;
+// the destructor frees the GL objects only while a context is current.
+class JetExhaustGL
+{
+  public:
+    JetExhaustGL();
+    JetExhaustGL(const JetExhaustGL&) = delete;
+    JetExhaustGL& operator=(const JetExhaustGL&) = delete;
+    ~JetExhaustGL();
+
+    // Compiles every program; Status gets the first failure in pass order, or stays empty.
+    void BuildPrograms(const std::array<std::string, JetExhaustPassCount * 2>& Overrides,
+                       std::string& Status);
+    void DeletePrograms();
+    bool HasProgram(JetExhaustPass Pass) const { return Programs[static_cast<int>(Pass)] != 0; }
+    bool AreProgramsBuilt() const { return bProgramsBuilt; }
+
+    // Fills Particles for the frame; the scene and mask passes draw them.
+    void BuildParticles(const JetExhaustPassFrame& Frame);
+    void RunScenePass(const JetExhaustPassFrame& Frame);
+    void RunMaskPass(const JetExhaustPassFrame& Frame);
+    void RunShimmerPass(const JetExhaustPassFrame& Frame);
+    void RunBloomPass(const JetExhaustPassFrame& Frame);
+    void RunCompositePass(const JetExhaustPassFrame& Frame);
+    // Empties the plume target when the scene pass cannot draw, so the composite shows no stale flame.
+    void ClearPlume();
+
+    JetExhaustTargets Targets;
+    JetExhaustGpuTimers Timers;
+    std::vector<JetExhaustParticle> Particles;
+
+  private:
+    void UseParticleProgram(GLuint Program, const JetExhaustPassFrame& Frame) const;
+    void DrawParticles(JetExhaustTargets::Target Into);
+    void BindTarget(JetExhaustTargets::Target Which, bool bClear);
+    void BlurInto(JetExhaustTargets::Target From, JetExhaustTargets::Target Into, float StepX, float StepY,
+                  int Taps, float Threshold);
+    void DrawFullScreen() const;
+
+    GLuint Programs[JetExhaustPassCount] = {};
+    bool bProgramsBuilt = false;
+    GLuint ParticleArray = 0, CornerBuffer = 0, InstanceBuffer = 0;
+    GLuint FullScreenArray = 0; // attribute-less: the vertex shader derives the triangle
+};
