@@ -39,6 +39,33 @@ void PushQuad(std::vector<float>& out, const float (&xs)[4], const float (&ys)[4
     for (int corner : {0, 1, 2, 0, 2, 3})
         PushCorner(out, xs[corner], ys[corner], prim);
 }
+// Two triangles per primitive: x, y, r, g, b, a for each of six corners.
+void AppendPrimitiveVertices(const RendPrimitive& Primitive, int WidthPx, int HeightPx,
+                             std::vector<float>& Vertices)
+{
+    if (Primitive.Type == RendPrimitive::Kind::Rect)
+    {
+        const float xs[4] = {Primitive.X1, Primitive.X2, Primitive.X2, Primitive.X1};
+        const float ys[4] = {Primitive.Y1, Primitive.Y1, Primitive.Y2, Primitive.Y2};
+        PushQuad(Vertices, xs, ys, Primitive);
+        return;
+    }
+    // Work in pixels so the width is the same along both axes, then go back to global units.
+    const double unitsPerPxX = 2.0 / std::max(WidthPx, 1);
+    const double unitsPerPxY = 2.0 / std::max(HeightPx, 1);
+    const double dxPx = (Primitive.X2 - Primitive.X1) / unitsPerPxX;
+    const double dyPx = (Primitive.Y2 - Primitive.Y1) / unitsPerPxY;
+    const double lengthPx = std::hypot(dxPx, dyPx);
+    if (!(lengthPx > 1e-6))
+        return;
+    // Thinner than a pixel would flicker in and out as the line moves.
+    const double halfWidthPx = std::max(static_cast<double>(Primitive.WidthPx), 1.0) * 0.5;
+    const float nx = static_cast<float>(-dyPx / lengthPx * halfWidthPx * unitsPerPxX);
+    const float ny = static_cast<float>(dxPx / lengthPx * halfWidthPx * unitsPerPxY);
+    const float xs[4] = {Primitive.X1 + nx, Primitive.X2 + nx, Primitive.X2 - nx, Primitive.X1 - nx};
+    const float ys[4] = {Primitive.Y1 + ny, Primitive.Y2 + ny, Primitive.Y2 - ny, Primitive.Y1 - ny};
+    PushQuad(Vertices, xs, ys, Primitive);
+}
 } // namespace
 
 RendGL::~RendGL()
@@ -67,33 +94,6 @@ bool RendGL::Create(std::string& Error)
                           reinterpret_cast<const void*>(2 * sizeof(float)));
     glBindVertexArray(0);
     return true;
-}
-
-void RendGL::AppendPrimitiveVertices(const RendPrimitive& Primitive, int WidthPx, int HeightPx,
-                                     std::vector<float>& Vertices)
-{
-    if (Primitive.Type == RendPrimitive::Kind::Rect)
-    {
-        const float xs[4] = {Primitive.X1, Primitive.X2, Primitive.X2, Primitive.X1};
-        const float ys[4] = {Primitive.Y1, Primitive.Y1, Primitive.Y2, Primitive.Y2};
-        PushQuad(Vertices, xs, ys, Primitive);
-        return;
-    }
-    // Work in pixels so the width is the same along both axes, then go back to global units.
-    const double unitsPerPxX = 2.0 / std::max(WidthPx, 1);
-    const double unitsPerPxY = 2.0 / std::max(HeightPx, 1);
-    const double dxPx = (Primitive.X2 - Primitive.X1) / unitsPerPxX;
-    const double dyPx = (Primitive.Y2 - Primitive.Y1) / unitsPerPxY;
-    const double lengthPx = std::hypot(dxPx, dyPx);
-    if (!(lengthPx > 1e-6))
-        return;
-    // Thinner than a pixel would flicker in and out as the line moves.
-    const double halfWidthPx = std::max(static_cast<double>(Primitive.WidthPx), 1.0) * 0.5;
-    const float nx = static_cast<float>(-dyPx / lengthPx * halfWidthPx * unitsPerPxX);
-    const float ny = static_cast<float>(dxPx / lengthPx * halfWidthPx * unitsPerPxY);
-    const float xs[4] = {Primitive.X1 + nx, Primitive.X2 + nx, Primitive.X2 - nx, Primitive.X1 - nx};
-    const float ys[4] = {Primitive.Y1 + ny, Primitive.Y2 + ny, Primitive.Y2 - ny, Primitive.Y1 - ny};
-    PushQuad(Vertices, xs, ys, Primitive);
 }
 
 void RendGL::Draw(const std::vector<RendPrimitive>& Primitives, int WidthPx, int HeightPx)

@@ -22,10 +22,6 @@ class RendGL
     // Draws the primitives over whatever is in the framebuffer, on a window of WidthPx x HeightPx.
     void Draw(const std::vector<RendPrimitive>& Primitives, int WidthPx, int HeightPx);
 
-    // Two triangles per primitive: x, y, r, g, b, a for each of six corners.
-    static void AppendPrimitiveVertices(const RendPrimitive& Primitive, int WidthPx, int HeightPx,
-                                        std::vector<float>& Vertices);
-
   private:
     GLuint Program = 0;
     GLuint VertexArray = 0;

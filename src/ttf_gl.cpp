@@ -198,17 +198,6 @@ const TTFGL::Glyph* TTFGL::FindGlyph(std::uint32_t CodePoint, int SizePx)
     return &Glyphs.emplace(key, glyph).first->second;
 }
 
-int TTFGL::MeasureTextPx(const std::string& Text, int SizePx)
-{
-    if (!Face || SizePx <= 0)
-        return 0;
-    int widthPx = 0;
-    for (std::uint32_t cp : DecodeUtf8(Text))
-        if (const Glyph* glyph = FindGlyph(cp, SizePx))
-            widthPx += glyph->AdvancePx;
-    return widthPx;
-}
-
 void TTFGL::Draw(const std::vector<TTFTextCall>& Calls, int WidthPx, int HeightPx)
 {
     if (Program == 0 || Calls.empty() || WidthPx <= 0 || HeightPx <= 0)

@@ -26,8 +26,6 @@ class TTFGL
     // Opens the font and creates the atlas; needs a current GL 3.3 core context.
     bool Create(const std::string& FontPath, std::string& Error);
     void Draw(const std::vector<TTFTextCall>& Calls, int WidthPx, int HeightPx);
-    // Advance width of the text in pixels at a size (for layout, e.g. to right-align).
-    int MeasureTextPx(const std::string& Text, int SizePx);
 
   private:
     struct Glyph

@@ -14,15 +14,6 @@ void WindowSystem::AddChild(GLChildWindow* Child)
     Entries.push_back({});
 }
 
-void WindowSystem::RemoveChild(GLChildWindow* Child)
-{
-    const auto found = std::find(Children.begin(), Children.end(), Child);
-    if (found == Children.end())
-        return;
-    Entries.erase(Entries.begin() + (found - Children.begin()));
-    Children.erase(found);
-}
-
 bool WindowSystem::IsShownAndEnabled(const GLChildWindow& Child) const
 {
     return Child.bVisible && Child.bEnabled;

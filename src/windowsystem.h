@@ -28,7 +28,6 @@ class WindowSystem
   public:
     // Children are kept front to back: the first added is the front-most.
     void AddChild(GLChildWindow* Child);
-    void RemoveChild(GLChildWindow* Child);
     const std::vector<GLChildWindow*>& GetChildren() const { return Children; }
 
     void ProcessFrame(Mouse& MouseState, Quindle& App, const std::vector<GlobalClick>& Clicks,
