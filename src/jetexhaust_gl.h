@@ -52,10 +52,11 @@ class JetExhaustGL
     JetExhaustTargets Targets;
     JetExhaustGpuTimers Timers;
     std::vector<JetExhaustParticle> Particles;
+    int PlumeParticleCount = 0; // the first ones in Particles
 
   private:
     void UseParticleProgram(GLuint Program, const JetExhaustPassFrame& Frame) const;
-    void DrawParticles(JetExhaustTargets::Target Into);
+    void DrawParticles(JetExhaustTargets::Target Into, int Count);
     void BindTarget(JetExhaustTargets::Target Which, bool bClear);
     void BlurInto(JetExhaustTargets::Target From, JetExhaustTargets::Target Into, float StepX, float StepY,
                   int Taps, float Threshold);

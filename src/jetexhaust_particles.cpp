@@ -114,12 +114,12 @@ JetExhaustWork GetJetExhaustWork(const JetExhaustDebugSettings& Settings)
     return work;
 }
 
-void BuildJetExhaustParticles(const std::vector<JetExhaustEmitter>& Emitters, const JetExhaustWork& Work,
-                              float PlumeLength, double TimeSec, std::vector<JetExhaustParticle>& Particles)
+int BuildJetExhaustParticles(const std::vector<JetExhaustEmitter>& Emitters, const JetExhaustWork& Work,
+                             float PlumeLength, double TimeSec, std::vector<JetExhaustParticle>& Particles)
 {
     Particles.clear();
     if (!std::isfinite(PlumeLength) || PlumeLength <= 0.0f || !std::isfinite(TimeSec))
-        return;
+        return 0;
     Particles.reserve(Emitters.size() * static_cast<std::size_t>(Work.PlumeParticlesPerEmitter +
                                                                  Work.ContrailParticlesPerEmitter));
     const float trailLength = PlumeLength * JetExhaustContrailLengthFactor;
@@ -138,13 +138,17 @@ void BuildJetExhaustParticles(const std::vector<JetExhaustEmitter>& Emitters, co
                        PlumeLength * 0.12f,
                        PlumeLength * 0.4f,
                        1.0f};
-    for (std::size_t e = 0; e < Emitters.size(); ++e)
-    {
-        Basis axes;
-        if (!MakeBasis(Emitters[e], axes))
-            continue;
-        const std::uint32_t seed = static_cast<std::uint32_t>(e) * 2U;
-        EmitStream(Emitters[e], axes, plume, seed, TimeSec, Particles);
-        EmitStream(Emitters[e], axes, trail, seed + 1U, TimeSec, Particles);
-    }
+    // All plume particles first: the mask pass draws only those, the hot ones.
+    int plumeCount = 0;
+    for (const Stream* pStream : {&plume, &trail})
+        for (std::size_t e = 0; e < Emitters.size(); ++e)
+        {
+            Basis axes;
+            if (!MakeBasis(Emitters[e], axes))
+                continue;
+            const std::uint32_t seed = static_cast<std::uint32_t>(e) * 2U + (pStream == &trail ? 1U : 0U);
+            EmitStream(Emitters[e], axes, *pStream, seed, TimeSec, Particles);
+            plumeCount += pStream == &plume ? pStream->Count : 0;
+        }
+    return plumeCount;
 }

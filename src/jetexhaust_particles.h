@@ -33,6 +33,6 @@ constexpr float JetExhaustContrailLengthFactor = 6.0f; // contrails trail this m
 // Fills Particles (replacing its contents) with the billboards of every usable emitter: particles
 // stream backwards from the nozzle over PlumeLength (contrails over six times that) as TimeSec runs,
 // each with a fixed sideways spread. Emitters with a non-finite position or a zero or non-finite
-// direction are skipped.
-void BuildJetExhaustParticles(const std::vector<JetExhaustEmitter>& Emitters, const JetExhaustWork& Work,
-                              float PlumeLength, double TimeSec, std::vector<JetExhaustParticle>& Particles);
+// direction are skipped. The hot plume particles of all emitters come first; returns their count.
+int BuildJetExhaustParticles(const std::vector<JetExhaustEmitter>& Emitters, const JetExhaustWork& Work,
+                             float PlumeLength, double TimeSec, std::vector<JetExhaustParticle>& Particles);

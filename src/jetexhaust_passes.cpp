@@ -121,14 +121,14 @@ void JetExhaustGL::UseParticleProgram(GLuint Program, const JetExhaustPassFrame&
     glUniform1f(Uniform(Program, "FogDensity"), fogDensity);
 }
 
-void JetExhaustGL::DrawParticles(JetExhaustTargets::Target Into)
+void JetExhaustGL::DrawParticles(JetExhaustTargets::Target Into, int Count)
 {
     BindTarget(Into, true);
     // Light adds up, so the draw order of the billboards does not matter and needs no sorting.
     glEnable(GL_BLEND);
     glBlendFunc(GL_ONE, GL_ONE);
     glBindVertexArray(ParticleArray);
-    glDrawArraysInstanced(GL_TRIANGLE_STRIP, 0, 4, static_cast<GLsizei>(Particles.size()));
+    glDrawArraysInstanced(GL_TRIANGLE_STRIP, 0, 4, Count);
 }
 
 void JetExhaustGL::ClearPlume()
@@ -138,9 +138,9 @@ void JetExhaustGL::ClearPlume()
 
 void JetExhaustGL::BuildParticles(const JetExhaustPassFrame& Frame)
 {
-    BuildJetExhaustParticles(Frame.pInput->Emitters, Frame.Work,
-                             Frame.pInput->PlumeLength * Frame.pSettings->LengthScale, Frame.pInput->TimeSec,
-                             Particles);
+    PlumeParticleCount = BuildJetExhaustParticles(Frame.pInput->Emitters, Frame.Work,
+                                                  Frame.pInput->PlumeLength * Frame.pSettings->LengthScale,
+                                                  Frame.pInput->TimeSec, Particles);
 }
 
 void JetExhaustGL::RunScenePass(const JetExhaustPassFrame& Frame)
@@ -154,7 +154,7 @@ void JetExhaustGL::RunScenePass(const JetExhaustPassFrame& Frame)
     UseParticleProgram(program, Frame);
     glUniform1f(Uniform(program, "Brightness"), Frame.pSettings->BrightnessScale);
     glUniform3fv(Uniform(program, "FogColour"), 1, FogColour);
-    DrawParticles(JetExhaustTargets::Plume);
+    DrawParticles(JetExhaustTargets::Plume, static_cast<int>(Particles.size()));
 }
 
 void JetExhaustGL::RunMaskPass(const JetExhaustPassFrame& Frame)
@@ -162,7 +162,7 @@ void JetExhaustGL::RunMaskPass(const JetExhaustPassFrame& Frame)
     const GLuint program = Programs[static_cast<int>(JetExhaustPass::Mask)];
     UseParticleProgram(program, Frame);
     glUniform1f(Uniform(program, "Strength"), MaskStrength);
-    DrawParticles(JetExhaustTargets::Mask);
+    DrawParticles(JetExhaustTargets::Mask, PlumeParticleCount);
 }
 
 void JetExhaustGL::RunShimmerPass(const JetExhaustPassFrame& Frame)

@@ -52,14 +52,13 @@ void main()
 const char* const MaskFragment = R"(#version 330 core
 in vec2 QuadUv;
 in float Heat;
-in float Kind;
 in float Fog;
 uniform float Strength;
 out vec4 FragHeat;
 void main()
 {
     float r2 = dot(QuadUv, QuadUv);
-    if (r2 > 1.0 || Kind > 0.5)
+    if (r2 > 1.0)
         discard;
     FragHeat = vec4(Heat * (1.0 - r2) * Strength * (1.0 - Fog), 0.0, 0.0, 1.0);
 }

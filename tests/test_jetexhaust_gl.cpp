@@ -546,21 +546,26 @@ TEST(JetExhaustParticles, StreamBehindTheNozzleWithinTheirLengths)
     for (double timeSec : {0.0, 0.37, 1e6 + 0.5})
     {
         std::vector<JetExhaustParticle> particles;
-        BuildJetExhaustParticles(emitters, work, lengthWorld, timeSec, particles);
-        const int perEmitter = work.PlumeParticlesPerEmitter + work.ContrailParticlesPerEmitter;
-        ASSERT_EQ(particles.size(), emitters.size() * perEmitter) << "time " << timeSec;
+        const int plumeCount = BuildJetExhaustParticles(emitters, work, lengthWorld, timeSec, particles);
+        // Every emitter's plume, then every emitter's contrail.
+        const std::size_t plumes = emitters.size() * work.PlumeParticlesPerEmitter;
+        ASSERT_EQ(plumeCount, static_cast<int>(plumes)) << "time " << timeSec;
+        ASSERT_EQ(particles.size(), plumes + emitters.size() * work.ContrailParticlesPerEmitter)
+            << "time " << timeSec;
         for (std::size_t i = 0; i < particles.size(); ++i)
         {
-            const JetExhaustEmitter& e = emitters[i / perEmitter];
+            const bool bTrail = i >= plumes;
+            const std::size_t emitter =
+                bTrail ? (i - plumes) / work.ContrailParticlesPerEmitter : i / work.PlumeParticlesPerEmitter;
+            const JetExhaustEmitter& e = emitters[emitter];
             const JetExhaustParticle& p = particles[i];
             const float* d = e.Direction;
             const float dl = std::sqrt(d[0] * d[0] + d[1] * d[1] + d[2] * d[2]);
             const float rel[3] = {p.X - e.Position[0], p.Y - e.Position[1], p.Z - e.Position[2]};
             const float behind = -(rel[0] * d[0] + rel[1] * d[1] + rel[2] * d[2]) / dl;
-            const bool bTrail = p.Kind == 1.0f;
             const float maxLength = bTrail ? lengthWorld * JetExhaustContrailLengthFactor : lengthWorld;
             const std::string label = "time " + std::to_string(timeSec) + ", particle " + std::to_string(i);
-            EXPECT_EQ(bTrail, static_cast<int>(i % perEmitter) >= work.PlumeParticlesPerEmitter) << label;
+            EXPECT_EQ(p.Kind, bTrail ? 1.0f : 0.0f) << label;
             EXPECT_GE(behind, -1e-3f) << label;
             EXPECT_LE(behind, maxLength * 1.001f) << label;
             EXPECT_GT(p.SizeWorld, 0.0f) << label;
