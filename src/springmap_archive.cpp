@@ -74,11 +74,11 @@ bool MatchesPattern(const char* pattern, const char* text)
     return *pattern == '\0';
 }
 
-bool IsLoaderFile(const std::string& entry)
+bool IsLoaderFile(const std::string& entry, bool bKeepTileFiles)
 {
     using SpringMapFiles::EndsWithIgnoreCase;
     return EndsWithIgnoreCase(entry, ".lua") || EndsWithIgnoreCase(entry, ".smf") ||
-           EndsWithIgnoreCase(entry, ".smt") || EndsWithIgnoreCase(entry, ".smd");
+           (bKeepTileFiles && EndsWithIgnoreCase(entry, ".smt")) || EndsWithIgnoreCase(entry, ".smd");
 }
 } // namespace
 
@@ -111,7 +111,7 @@ void SpringMapArchive::AddEntry(std::string Entry)
     Entries.push_back(std::move(Entry));
 }
 
-bool SpringMapArchive::Open(const std::string& Path, std::string& Error)
+bool SpringMapArchive::Open(const std::string& Path, std::string& Error, bool bKeepTileFiles)
 {
     RootPath = Path;
     Entries.clear();
@@ -124,7 +124,7 @@ bool SpringMapArchive::Open(const std::string& Path, std::string& Error)
         Error = Path + ": no such file or folder";
         return false;
     }
-    return bFolder ? OpenFolder(Error) : OpenArchiveFile(Error);
+    return bFolder ? OpenFolder(Error) : OpenArchiveFile(Error, bKeepTileFiles);
 }
 
 bool SpringMapArchive::OpenFolder(std::string& Error)
@@ -155,7 +155,7 @@ bool SpringMapArchive::OpenFolder(std::string& Error)
     return true;
 }
 
-bool SpringMapArchive::OpenArchiveFile(std::string& Error)
+bool SpringMapArchive::OpenArchiveFile(std::string& Error, bool bKeepTileFiles)
 {
     std::unique_ptr<archive, int (*)(archive*)> reader(archive_read_new(), &archive_read_free);
     archive_read_support_filter_all(reader.get());
@@ -181,10 +181,14 @@ bool SpringMapArchive::OpenArchiveFile(std::string& Error)
         const std::string name = Normalise(archive_entry_pathname(entry));
         const std::size_t before = Entries.size();
         AddEntry(name);
-        if (Entries.size() == before || !IsLoaderFile(name))
+        if (Entries.size() == before || !IsLoaderFile(name, bKeepTileFiles))
             continue;
         // Streamed in chunks, never sized from the header, so a lying entry size cannot force an allocation.
         std::vector<std::uint8_t> data;
+        // The stated size only reserves address space (capped), so a lie costs nothing.
+        if (archive_entry_size_is_set(entry) && archive_entry_size(entry) > 0)
+            data.reserve(static_cast<std::size_t>(
+                std::min<la_int64_t>(archive_entry_size(entry), la_int64_t(256) << 20)));
         std::uint8_t chunk[1 << 16];
         la_ssize_t got = 0;
         while ((got = archive_read_data(reader.get(), chunk, sizeof(chunk))) > 0)

@@ -11,8 +11,9 @@ class SpringMapArchive
 {
   public:
     // Opens a folder or an archive file. Archives are read in one pass that keeps the files a map
-    // loader needs (.lua, .smf, .smt, .smd), so solid archives are decompressed only once.
-    bool Open(const std::string& Path, std::string& Error);
+    // loader needs (.lua, .smf, .smd, and .smt unless bKeepTileFiles is off), so solid archives are
+    // decompressed only once.
+    bool Open(const std::string& Path, std::string& Error, bool bKeepTileFiles = true);
 
     const std::string& GetPath() const { return RootPath; }
     // Entry paths as stored, in archive order (sorted for folders).
@@ -27,7 +28,7 @@ class SpringMapArchive
 
   private:
     bool OpenFolder(std::string& Error);
-    bool OpenArchiveFile(std::string& Error);
+    bool OpenArchiveFile(std::string& Error, bool bKeepTileFiles);
     void AddEntry(std::string Entry);
 
     std::string RootPath;

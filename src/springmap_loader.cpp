@@ -55,7 +55,7 @@ struct MapFiles
     std::string Label;    // how errors name the map's files
 };
 
-bool OpenMapFiles(const std::string& path, MapFiles& files, std::string& error)
+bool OpenMapFiles(const std::string& path, const Options& opts, MapFiles& files, std::string& error)
 {
     std::error_code ec;
     if (SpringMapFiles::EndsWithIgnoreCase(path, ".smf") && fs::is_regular_file(path, ec))
@@ -75,7 +75,7 @@ bool OpenMapFiles(const std::string& path, MapFiles& files, std::string& error)
         return true;
     }
     files.Label = path + (fs::is_directory(path, ec) ? "/" : ":");
-    return files.Archive.Open(path, error);
+    return files.Archive.Open(path, error, opts.bReadTiles);
 }
 
 void RunMapInfo(const MapFiles& files, SpringMapInfo& info, std::vector<std::string>& warnings)
@@ -164,7 +164,7 @@ bool Load(const std::string& Path, SpringMap& Out, std::string& Error, const Opt
     MapFiles files;
     SpringMap map;
     SpringMapInfo info;
-    if (!OpenMapFiles(Path, files, Error))
+    if (!OpenMapFiles(Path, Opts, files, Error))
         return false;
     RunMapInfo(files, info, map.Warnings);
     if (!FindSmf(files, info, Error))

@@ -1,0 +1,20 @@
+#!/usr/bin/env bash
+# Runs the map fuzzer for FUZZ_SECONDS (default 600) on the fixtures and the kept regressions.
+# New crashes land in build-fuzz/artifacts; copy them to tests/fuzz_regressions once fixed.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+maps=../shared/maps
+corpus=build-fuzz/corpus-springmap
+mkdir -p "$corpus" build-fuzz/artifacts
+if [ -d "$maps" ]; then
+  find "$maps" \( -iname '*.smf' -o -iname '*.smt' \) | while read -r f; do
+    # The first 4 KiB of each file behind a zero-padding count that restores its full length.
+    size=$(stat -c %s "$f")
+    pad=$(( size > 4096 ? size - 4096 : 0 ))
+    { printf "$(printf '\\x%02x\\x%02x\\x%02x\\x%02x' $((pad & 255)) $((pad >> 8 & 255)) $((pad >> 16 & 255)) $((pad >> 24 & 255)))"
+      head -c 4096 "$f"; } > "$corpus/head-$(basename "$f" | tr ' ' _)"
+  done
+fi
+if [ -d tests/fuzz_regressions ]; then cp tests/fuzz_regressions/* "$corpus/" 2>/dev/null || true; fi
+exec build-fuzz/fuzz/fuzz_springmap "$corpus" -max_total_time="${FUZZ_SECONDS:-600}" -rss_limit_mb=4096 \
+  -max_len=8192 -artifact_prefix=build-fuzz/artifacts/ -print_final_stats=1
