@@ -31,12 +31,12 @@ std::string ReadFile(const fs::path& path)
     return text.str();
 }
 
-// Runs quindle with the arguments (already shell-quoted) and SDL's offscreen video driver.
-RunResult RunQuindle(const std::string& args)
+// Runs quindle with the arguments (already shell-quoted), by default on SDL's offscreen driver.
+RunResult RunQuindle(const std::string& args, const std::string& videoDriver = "offscreen")
 {
     const fs::path dir = fs::temp_directory_path() / ("quindle-run-" + std::to_string(::getpid()));
     fs::create_directories(dir);
-    const std::string command = "SDL_VIDEO_DRIVER=offscreen '" QUINDLE_BINARY "' " + args + " >'" +
+    const std::string command = "SDL_VIDEO_DRIVER=" + videoDriver + " '" QUINDLE_BINARY "' " + args + " >'" +
                                 (dir / "out").string() + "' 2>'" + (dir / "err").string() + "'";
     const int status = std::system(command.c_str());
     RunResult result;
@@ -89,6 +89,18 @@ TEST_F(QuindleBinary, BadCommandLinesExitTwoWithOneLine)
         EXPECT_EQ(run.ExitStatus, 2) << args << "\n" << run.Err;
         EXPECT_EQ(CountLines(run.Err), 1) << args << "\n" << run.Err;
         EXPECT_EQ(run.Err.rfind("quindle: ", 0), 0u) << args << "\n" << run.Err;
+    }
+}
+
+TEST_F(QuindleBinary, NoUsableGLContextExitsTwoWithOneLine)
+{
+    // SDL's dummy driver has no OpenGL at all; an unknown driver cannot even start.
+    for (const std::string driver : {"dummy", "no-such-driver"})
+    {
+        const RunResult run = RunQuindle("--frames 1", driver);
+        EXPECT_EQ(run.ExitStatus, 2) << driver << "\n" << run.Err;
+        EXPECT_EQ(CountLines(run.Err), 1) << driver << "\n" << run.Err;
+        EXPECT_EQ(run.Err.rfind("quindle: ", 0), 0u) << driver << "\n" << run.Err;
     }
 }
 
