@@ -71,6 +71,9 @@ void JetExhaustGpuTimers::BeginFrame()
         return;
     for (bool& bIssued : pCurrent->bIssued)
         bIssued = false;
+    // Pending even if no pass runs, so a frame that drew nothing reads back as zeros, not as the
+    // last frame that drew.
+    pCurrent->bPending = true;
     pCurrent->Serial = NextSerial++;
 }
 
@@ -86,5 +89,4 @@ void JetExhaustGpuTimers::EndPass(JetExhaustPass Pass)
         return;
     glEndQuery(GL_TIME_ELAPSED);
     pCurrent->bIssued[static_cast<int>(Pass)] = true;
-    pCurrent->bPending = true;
 }

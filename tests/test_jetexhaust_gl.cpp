@@ -432,11 +432,16 @@ TEST_F(JetExhaustGLTest, BadInputReturnsFalseAndLeavesTheFiguresAlone)
     }
     // Unusable emitters are skipped; with none left nothing is drawn, yet the frame succeeds.
     JetExhaustFrameInput input = MakeInput();
+    RenderFrames(input, 2); // GPU times of frames that drew
     input.Emitters = {MakeEmitter(0, 0, 0, 0, 0, 0), MakeEmitter(nan, 0, 0, 1, 0, 0)};
-    const JetExhaustFigures figures = RenderFrames(input, 1);
+    const JetExhaustFigures figures = RenderFrames(input, 2);
     EXPECT_EQ(figures.ParticleCount, 0);
+    EXPECT_TRUE(figures.bGpuTimesValid);
     for (int i = 0; i < JetExhaustPassCount; ++i)
+    {
         EXPECT_FALSE(figures.bPassRan[i]) << "pass " << i;
+        EXPECT_EQ(figures.GpuMs[i], 0.0) << "pass " << i << " still shows an older frame";
+    }
 }
 
 TEST_F(JetExhaustGLTest, PlumesBrightenTheirPixelsInsideTheViewportOnly)
