@@ -1,5 +1,6 @@
 #include "springmap_mapinfo.h"
 
+#include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <lua.hpp>
@@ -11,10 +12,13 @@ namespace SpringMapInfoLua
 {
 namespace
 {
-constexpr std::size_t MemoryLimitBytes = 64u << 20;
+constexpr std::size_t MemoryLimitBytes = 16u << 20; // real mapinfo files need well under 1 MiB
 constexpr int InstructionBudget = 20'000'000;
 constexpr int HookEveryInstructions = 10'000;
 constexpr int MaxIncludeDepth = 16;
+// Instructions alone do not bound time: a garbage collector near the memory cap or string functions
+// on large inputs can be slow per instruction.
+constexpr std::chrono::milliseconds TimeLimit{2000};
 
 struct Sandbox
 {
@@ -22,6 +26,7 @@ struct Sandbox
     std::size_t UsedBytes = 0;
     int InstructionsRun = 0;
     int IncludeDepth = 0;
+    std::chrono::steady_clock::time_point Deadline = std::chrono::steady_clock::now() + TimeLimit;
 };
 
 Sandbox* GetSandbox(lua_State* L)
@@ -52,8 +57,8 @@ void CountInstructions(lua_State* L, lua_Debug*)
 {
     Sandbox* sandbox = GetSandbox(L);
     sandbox->InstructionsRun += HookEveryInstructions;
-    if (sandbox->InstructionsRun > InstructionBudget)
-        luaL_error(L, "mapinfo ran too long (instruction budget spent)");
+    if (sandbox->InstructionsRun > InstructionBudget || std::chrono::steady_clock::now() > sandbox->Deadline)
+        luaL_error(L, "mapinfo ran too long");
 }
 
 // Loads an archive file as a chunk; leaves it on the stack, or an error message and returns false.
