@@ -7,6 +7,8 @@ bool DriveabilityGrid::SyncWith(const SpringMapRenderer& Map)
 {
     const std::vector<float>& heights = Map.GetHeightGrid();
     const float* pHeights = Map.IsLoaded() ? heights.data() : nullptr;
+    if (!pHeights && !pSourceHeights)
+        return false; // no map then, no map now
     if (pHeights == pSourceHeights && Map.GetGridWidth() == SourceGridWidth &&
         Map.GetGridHeight() == SourceGridHeight && Map.GetSquareSize() == SourceSquareSize)
         return false;

@@ -7,20 +7,10 @@
 
 namespace
 {
-constexpr float DiagonalStepCost = 1.41421356f;
-
-// Octile distance in cells: the exact cost of the shortest 8-connected path on open ground.
-float EstimateCost(int FromX, int FromZ, int ToX, int ToZ)
-{
-    const int dx = std::abs(FromX - ToX);
-    const int dz = std::abs(FromZ - ToZ);
-    return static_cast<float>(std::max(dx, dz) - std::min(dx, dz)) +
-           DiagonalStepCost * static_cast<float>(std::min(dx, dz));
-}
-
 // Min-heap order: the lower total first, and among equals the one closer to the goal, which
 // keeps A* from widening over plateaus of equal cost.
-bool IsWorseEntry(const float TotalA, const float EstimateA, const float TotalB, const float EstimateB)
+bool IsWorseEntry(std::uint32_t TotalA, std::uint32_t EstimateA, std::uint32_t TotalB,
+                  std::uint32_t EstimateB)
 {
     return TotalA > TotalB || (TotalA == TotalB && EstimateA > EstimateB);
 }
@@ -35,7 +25,7 @@ void RoutePlanner::PrepareBuffers(std::size_t CellCount)
 {
     if (CostSoFar.size() != CellCount)
     {
-        CostSoFar.assign(CellCount, 0.0f);
+        CostSoFar.assign(CellCount, 0u);
         Parent.assign(CellCount, -1);
         VisitStamp.assign(CellCount, 0);
         ClosedStamp.assign(CellCount, 0);
@@ -51,21 +41,34 @@ void RoutePlanner::PrepareBuffers(std::size_t CellCount)
     OpenHeap.clear();
 }
 
-std::int32_t RoutePlanner::Search(const DriveabilityGrid& Grid, std::int32_t StartCell, std::int32_t GoalCell)
+std::int32_t RoutePlanner::Search(const DriveabilityGrid& Grid, std::int32_t StartCell, std::int32_t GoalCell,
+                                  const GoalDistanceField* pField, std::size_t MaxExpansions)
 {
     const int width = Grid.GetWidth();
     const int goalX = GoalCell % width, goalZ = GoalCell / width;
     PrepareBuffers(static_cast<std::size_t>(width) * Grid.GetHeight());
     const auto heapOrder = [](const OpenEntry& a, const OpenEntry& b)
     { return IsWorseEntry(a.TotalCost, a.EstimateCost, b.TotalCost, b.EstimateCost); };
+    // Both estimates are lower bounds of the remaining cost, so their maximum is one too.
+    const std::uint32_t goalFieldCost = pField ? pField->GetCost(GoalCell) : 0u;
+    const auto estimate = [&](int x, int z, std::int32_t cell)
+    {
+        const std::uint32_t straight = RouteStepCost::Estimate(x, z, goalX, goalZ);
+        if (!pField)
+            return straight;
+        const std::uint32_t fieldCost = pField->GetCost(cell);
+        return std::max(straight,
+                        fieldCost > goalFieldCost ? fieldCost - goalFieldCost : goalFieldCost - fieldCost);
+    };
 
-    const float startEstimate = EstimateCost(StartCell % width, StartCell / width, goalX, goalZ);
-    CostSoFar[StartCell] = 0.0f;
+    const std::uint32_t startEstimate = estimate(StartCell % width, StartCell / width, StartCell);
+    CostSoFar[StartCell] = 0u;
     Parent[StartCell] = -1;
     VisitStamp[StartCell] = CurrentStamp;
     OpenHeap.push_back({startEstimate, startEstimate, StartCell});
     std::int32_t nearestCell = StartCell;
-    float nearestEstimate = startEstimate;
+    std::uint32_t nearestEstimate = startEstimate;
+    std::size_t expansions = 0;
 
     static constexpr int StepX[8] = {1, -1, 0, 0, 1, 1, -1, -1};
     static constexpr int StepZ[8] = {0, 0, 1, -1, 1, -1, 1, -1};
@@ -80,6 +83,8 @@ std::int32_t RoutePlanner::Search(const DriveabilityGrid& Grid, std::int32_t Sta
         ClosedStamp[cell] = CurrentStamp;
         if (cell == GoalCell)
             return GoalCell;
+        if (++expansions > MaxExpansions)
+            return -1;
         if (entry.EstimateCost < nearestEstimate)
         {
             nearestEstimate = entry.EstimateCost;
@@ -98,18 +103,141 @@ std::int32_t RoutePlanner::Search(const DriveabilityGrid& Grid, std::int32_t Sta
             const std::int32_t next = nz * width + nx;
             if (ClosedStamp[next] == CurrentStamp)
                 continue;
-            const float cost = CostSoFar[cell] + (bDiagonal ? DiagonalStepCost : 1.0f);
+            const std::uint32_t cost =
+                CostSoFar[cell] + (bDiagonal ? RouteStepCost::Diagonal : RouteStepCost::Straight);
             if (VisitStamp[next] == CurrentStamp && CostSoFar[next] <= cost)
                 continue;
             VisitStamp[next] = CurrentStamp;
             CostSoFar[next] = cost;
             Parent[next] = cell;
-            const float estimate = EstimateCost(nx, nz, goalX, goalZ);
-            OpenHeap.push_back({cost + estimate, estimate, next});
+            const std::uint32_t nextEstimate = estimate(nx, nz, next);
+            OpenHeap.push_back({cost + nextEstimate, nextEstimate, next});
             std::push_heap(OpenHeap.begin(), OpenHeap.end(), heapOrder);
         }
     }
     return nearestCell;
+}
+
+const GoalDistanceField* RoutePlanner::FindGoalField(const DriveabilityGrid& Grid, std::int32_t GoalCell)
+{
+    const int width = Grid.GetWidth();
+    for (CachedField& cached : GoalFields)
+    {
+        const std::int32_t source = cached.Field.GetSourceCell();
+        if (cached.Field.GetGridRevision() != Grid.GetRevision() ||
+            RouteStepCost::Estimate(source % width, source / width, GoalCell % width, GoalCell / width) >
+                GoalFieldReuseCells * RouteStepCost::Straight)
+            continue;
+        cached.LastUse = ++FieldUseCounter;
+        return &cached.Field;
+    }
+    return nullptr;
+}
+
+const GoalDistanceField& RoutePlanner::BuildGoalField(const DriveabilityGrid& Grid, std::int32_t GoalCell)
+{
+    CachedField* pSlot = nullptr;
+    if (GoalFields.size() < MaxGoalFields)
+        pSlot = &GoalFields.emplace_back();
+    else
+        pSlot = &*std::min_element(GoalFields.begin(), GoalFields.end(),
+                                   [](const CachedField& a, const CachedField& b)
+                                   { return a.LastUse < b.LastUse; });
+    pSlot->Field.Build(Grid, GoalCell);
+    pSlot->LastUse = ++FieldUseCounter;
+    return pSlot->Field;
+}
+
+void RoutePlanner::AppendSearchPath(std::int32_t EndCell)
+{
+    const std::size_t first = CellPath.size();
+    for (std::int32_t cell = EndCell; cell >= 0; cell = Parent[cell])
+        CellPath.push_back(cell);
+    std::reverse(CellPath.begin() + static_cast<std::ptrdiff_t>(first), CellPath.end());
+}
+
+std::int32_t RoutePlanner::DescendField(const DriveabilityGrid& Grid, const GoalDistanceField& Field,
+                                        std::int32_t StartCell, std::int32_t GoalCell, std::uint32_t StopCost)
+{
+    static constexpr int StepX[8] = {1, -1, 0, 0, 1, 1, -1, -1};
+    static constexpr int StepZ[8] = {0, 0, 1, -1, 1, -1, 1, -1};
+    const int width = Grid.GetWidth();
+    const int goalX = GoalCell % width, goalZ = GoalCell / width;
+    std::int32_t cell = StartCell;
+    int lastDir = 0;
+    CellPath.push_back(cell);
+    while (Field.GetCost(cell) > 0 &&
+           RouteStepCost::Estimate(cell % width, cell / width, goalX, goalZ) > StopCost)
+    {
+        // A neighbour one step further down a cheapest path; keep the last direction when it is
+        // one of them, so the path has few turns to pull tight.
+        const int x = cell % width, z = cell / width;
+        int chosen = -1;
+        for (int turn = 0; turn < 8 && chosen < 0; ++turn)
+        {
+            const int dir = (lastDir + turn) % 8;
+            const int nx = x + StepX[dir], nz = z + StepZ[dir];
+            const bool bDiagonal = dir >= 4;
+            if (!Grid.IsCellDriveable(nx, nz) ||
+                (bDiagonal && (!Grid.IsCellDriveable(nx, z) || !Grid.IsCellDriveable(x, nz))))
+                continue;
+            const std::uint32_t step = bDiagonal ? RouteStepCost::Diagonal : RouteStepCost::Straight;
+            if (Field.GetCost(nz * width + nx) + step == Field.GetCost(cell))
+                chosen = dir;
+        }
+        if (chosen < 0)
+            break; // can't happen on a consistent field; stop rather than loop
+        lastDir = chosen;
+        cell = (z + StepZ[chosen]) * width + (x + StepX[chosen]);
+        CellPath.push_back(cell);
+    }
+    return cell;
+}
+
+std::int32_t RoutePlanner::FindCellPath(const DriveabilityGrid& Grid, std::int32_t StartCell,
+                                        std::int32_t GoalCell)
+{
+    constexpr std::size_t Unlimited = static_cast<std::size_t>(-1);
+    CellPath.clear();
+    // A field guides only when it reaches both ends: otherwise they may lie in different regions.
+    const auto bConnects = [&](const GoalDistanceField& Field)
+    {
+        return Field.GetCost(GoalCell) != RouteStepCost::Unreached &&
+               Field.GetCost(StartCell) != RouteStepCost::Unreached;
+    };
+    // Down the field to the goal's surroundings (all the way when the field is the goal's own),
+    // then a short search for the last leg.
+    const auto followField = [&](const GoalDistanceField& Field)
+    {
+        const bool bOwnField = Field.GetSourceCell() == GoalCell;
+        const std::uint32_t stopCost = bOwnField ? 0u : LocalLegCells * RouteStepCost::Straight;
+        const std::int32_t nearGoal = DescendField(Grid, Field, StartCell, GoalCell, stopCost);
+        if (nearGoal == GoalCell)
+            return GoalCell;
+        CellPath.pop_back(); // the last leg's search starts at this cell again
+        const std::int32_t endCell = Search(Grid, nearGoal, GoalCell, nullptr, Unlimited);
+        AppendSearchPath(endCell);
+        return endCell;
+    };
+
+    if (const GoalDistanceField* pField = FindGoalField(Grid, GoalCell); pField && bConnects(*pField))
+        return followField(*pField);
+    const int width = Grid.GetWidth();
+    const std::uint32_t straight =
+        RouteStepCost::Estimate(StartCell % width, StartCell / width, GoalCell % width, GoalCell / width);
+    const std::size_t budget =
+        static_cast<std::size_t>(straight / RouteStepCost::Straight) * ExpansionsPerCellOfDistance +
+        ExpansionAllowance;
+    std::int32_t endCell = Search(Grid, StartCell, GoalCell, nullptr, budget);
+    if (endCell < 0)
+    {
+        const GoalDistanceField& field = BuildGoalField(Grid, GoalCell);
+        if (bConnects(field))
+            return followField(field);
+        endCell = Search(Grid, StartCell, GoalCell, nullptr, Unlimited); // unreachable: the nearest cell
+    }
+    AppendSearchPath(endCell);
+    return endCell;
 }
 
 bool RoutePlanner::HasClearLine(const DriveabilityGrid& Grid, double FromX, double FromZ, double ToX,
@@ -136,7 +264,7 @@ bool RoutePlanner::HasClearLine(const DriveabilityGrid& Grid, double FromX, doub
          steps > 0 && (cellX != endX || cellZ != endZ);)
     {
         const double gap = tMaxX - tMaxZ;
-        if (std::fabs(gap) <= 1e-9 * (1.0 + std::fabs(tMaxX)))
+        if (stepX != 0 && stepZ != 0 && std::fabs(gap) <= 1e-9 * (1.0 + std::fabs(tMaxX)))
         {
             // Through a corner: both side cells must be drivable, as for a diagonal search step.
             if (!Grid.IsCellDriveable(cellX + stepX, cellZ) || !Grid.IsCellDriveable(cellX, cellZ + stepZ))
@@ -181,7 +309,7 @@ bool RoutePlanner::PlanRoute(const DriveabilityGrid& Grid, const SpringMapRender
     Grid.FindCell(goalX, goalZ, goalCellX, goalCellZ);
     const int width = Grid.GetWidth();
     const std::int32_t goalCell = goalCellZ * width + goalCellX;
-    const std::int32_t endCell = Search(Grid, startCellZ * width + startCellX, goalCell);
+    const std::int32_t endCell = FindCellPath(Grid, startCellZ * width + startCellX, goalCell);
     if (endCell != goalCell)
     {
         // Unreachable: end in the middle of the reachable cell nearest to the goal.
@@ -192,10 +320,6 @@ bool RoutePlanner::PlanRoute(const DriveabilityGrid& Grid, const SpringMapRender
     // The start, its cell's centre, the cells where the path turns, the goal cell's centre and the
     // goal: consecutive points are in clear line by construction. Then the legs are pulled tight:
     // from each anchor, run on to the furthest point still in clear line.
-    CellPath.clear();
-    for (std::int32_t cell = endCell; cell >= 0; cell = Parent[cell])
-        CellPath.push_back(cell);
-    std::reverse(CellPath.begin(), CellPath.end());
     const auto cellCentre = [&](std::int32_t cell)
     { return Vec3D(Grid.GetCellCentreX(cell % width), 0.0, Grid.GetCellCentreZ(cell / width)); };
     const auto stepOf = [&](std::size_t i)

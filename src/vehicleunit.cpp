@@ -90,11 +90,16 @@ void VehicleUnit::Drive(double dtSec)
         remainingSec -= stepSec;
         const double desiredDeg = HeadingFromDirectionDeg(dx, dz);
         HeadingDeg = static_cast<float>(TurnTowardsDeg(HeadingDeg, desiredDeg, TurnRateDegPerSec * stepSec));
-        // Slow down while facing away and stop beyond a right angle: the vehicle turns on the spot
-        // instead of circling a point inside its turning circle.
+        // Slow down while facing away and stop beyond a right angle, and keep the turning circle
+        // small enough that the point stays outside it (distance >= 2 R sin|error|, R = speed /
+        // turn rate): the vehicle never circles a point it can't reach.
         const double errorRad = HeadingErrorDeg(HeadingDeg, desiredDeg) * (M_PI / 180.0);
-        const double moveWorld =
-            std::min(distance, SpeedPerSec * stepSec * std::max(0.0, std::cos(errorRad)));
+        const double turnRateRad = TurnRateDegPerSec * (M_PI / 180.0);
+        const double sinError = std::fabs(std::sin(errorRad));
+        double speed = SpeedPerSec * std::max(0.0, std::cos(errorRad));
+        if (sinError > 0.0)
+            speed = std::min(speed, turnRateRad * distance / (2.0 * sinError));
+        const double moveWorld = std::min(distance, speed * stepSec);
         const double headingRad = HeadingDeg * (M_PI / 180.0);
         Position.X += std::sin(headingRad) * moveWorld;
         Position.Z += std::cos(headingRad) * moveWorld;

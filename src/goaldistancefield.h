@@ -1,0 +1,45 @@
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "driveabilitygrid.h"
+
+// Route costs in fifths of a cell: 5 for a straight step, 7 for a diagonal one (1.4, near sqrt(2)).
+// Whole numbers keep equal-cost paths exactly equal, so A* can break their ties towards the goal
+// instead of widening over rounding noise.
+namespace RouteStepCost
+{
+constexpr std::uint32_t Straight = 5;
+constexpr std::uint32_t Diagonal = 7;
+constexpr std::uint32_t Unreached = 0xFFFFFFFFu;
+
+// The cost of the cheapest 8-connected path on open ground.
+inline std::uint32_t Estimate(int FromX, int FromZ, int ToX, int ToZ)
+{
+    const std::uint32_t dx = static_cast<std::uint32_t>(FromX > ToX ? FromX - ToX : ToX - FromX);
+    const std::uint32_t dz = static_cast<std::uint32_t>(FromZ > ToZ ? FromZ - ToZ : ToZ - FromZ);
+    return dx > dz ? Straight * (dx - dz) + Diagonal * dz : Straight * (dz - dx) + Diagonal * dx;
+}
+} // namespace RouteStepCost
+
+// Driving costs from one cell to every drivable cell it connects to, with the route planner's
+// moves and costs. For any two cells a and b, |Cost(a) - Cost(b)| is a lower bound of the cost
+// between them: an A* estimate far better than the straight line when walls stand between.
+class GoalDistanceField
+{
+  public:
+    // Fills the field from Cell over Grid (a Dijkstra with bucket queues on the whole-number costs).
+    void Build(const DriveabilityGrid& Grid, std::int32_t Cell);
+
+    std::int32_t GetSourceCell() const { return SourceCell; }
+    std::uint32_t GetGridRevision() const { return GridRevision; }
+    // RouteStepCost::Unreached for cells that can't be reached from the source.
+    std::uint32_t GetCost(std::int32_t Cell) const { return Steps[static_cast<std::size_t>(Cell)]; }
+
+  private:
+    std::int32_t SourceCell = -1;
+    std::uint32_t GridRevision = 0;
+    std::vector<std::uint32_t> Steps;
+    std::vector<std::vector<std::int32_t>> Buckets; // cells by cost modulo the bucket count
+};

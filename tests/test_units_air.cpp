@@ -1,0 +1,221 @@
+// Aircraft: move and patrol orders (replace and append), flight with a bounded turn rate, speed
+// and climb, patrols that loop, and points inside the turning circle.
+#include <cmath>
+#include <memory>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "airsim.h"
+
+namespace
+{
+constexpr double StepSec = 1.0 / 60.0;
+
+AirUnit MakeCruisingAircraft(double x, double z)
+{
+    AirUnit unit;
+    unit.Aircraft.Position = Vec3D(x, 300, z);
+    unit.Flight.SpeedPerSec = unit.Aircraft.CruiseSpeedPerSec;
+    return unit;
+}
+
+std::vector<double> Xs(const std::vector<Vec3D>& points)
+{
+    std::vector<double> xs;
+    for (const Vec3D& point : points)
+        xs.push_back(point.X);
+    return xs;
+}
+
+TEST(AirOrders, MoveAndPatrolReplaceOrAppend)
+{
+    const struct
+    {
+        AirCommandType firstType, secondType;
+        bool bAppend;
+        AirCommandType type;
+        std::vector<double> pathX;
+        bool bLoop;
+    } cases[] = {
+        {AirCommandType::Move, AirCommandType::Move, false, AirCommandType::Move, {30}, false},
+        {AirCommandType::Move, AirCommandType::Move, true, AirCommandType::Move, {10, 20, 30}, false},
+        {AirCommandType::Patrol, AirCommandType::Patrol, false, AirCommandType::Patrol, {30}, true},
+        {AirCommandType::Patrol, AirCommandType::Patrol, true, AirCommandType::Patrol, {10, 30}, true},
+        {AirCommandType::Patrol, AirCommandType::Move, false, AirCommandType::Move, {30}, false},
+        {AirCommandType::Patrol, AirCommandType::Move, true, AirCommandType::Patrol, {10, 30}, true},
+        {AirCommandType::Move, AirCommandType::Patrol, false, AirCommandType::Patrol, {30}, true},
+        {AirCommandType::Move, AirCommandType::Patrol, true, AirCommandType::Move, {10, 20, 30}, false},
+    };
+    const auto submit = [](AirUnit& unit, AirCommandType type, std::vector<Vec3D> points, bool bAppend)
+    {
+        if (type == AirCommandType::Move)
+            return SubmitAirMoveCommand(unit, std::move(points), bAppend);
+        return SubmitAirPatrolCommand(unit, points.back(), bAppend, 1.0f);
+    };
+    int index = 0;
+    for (const auto& c : cases)
+    {
+        AirUnit unit;
+        // A move route of two points, or a patrol of one.
+        std::vector<Vec3D> first{Vec3D(10, 300, 0), Vec3D(20, 300, 0)};
+        if (c.firstType == AirCommandType::Patrol)
+            first.pop_back();
+        ASSERT_TRUE(submit(unit, c.firstType, first, false)) << "case " << index;
+        ASSERT_TRUE(submit(unit, c.secondType, {Vec3D(30, 300, 0)}, c.bAppend)) << "case " << index;
+        EXPECT_EQ(unit.ActiveCommand.Type, c.type) << "case " << index;
+        EXPECT_EQ(Xs(unit.Flight.Navigator.GetPath()), c.pathX) << "case " << index;
+        EXPECT_EQ(Xs(unit.ActiveCommand.Points), c.pathX) << "case " << index;
+        EXPECT_EQ(unit.Flight.Navigator.IsLooping(), c.bLoop) << "case " << index;
+        EXPECT_TRUE(unit.bHasActiveOrder) << "case " << index;
+        EXPECT_EQ(unit.ActiveOrderDestination.X, 30.0) << "case " << index;
+        ++index;
+    }
+}
+
+TEST(AirOrders, BadOrdersChangeNothing)
+{
+    AirUnit unit;
+    ASSERT_TRUE(SubmitAirMoveCommand(unit, {Vec3D(10, 300, 10)}, false));
+    EXPECT_FALSE(SubmitAirMoveCommand(unit, {}, false));
+    EXPECT_FALSE(SubmitAirMoveCommand(unit, {Vec3D(1, 1, 1), Vec3D(NAN, 1, 1)}, true));
+    for (float scale : {0.0f, -1.0f, NAN, INFINITY})
+        EXPECT_FALSE(SubmitAirPatrolCommand(unit, Vec3D(5, 300, 5), false, scale)) << "scale " << scale;
+    EXPECT_FALSE(SubmitAirPatrolCommand(unit, Vec3D(5, NAN, 5), false, 1.0f));
+    EXPECT_EQ(unit.ActiveCommand.Type, AirCommandType::Move);
+    EXPECT_EQ(Xs(unit.Flight.Navigator.GetPath()), std::vector<double>{10});
+    EXPECT_FLOAT_EQ(unit.Flight.PatrolSpeedScale, 1.0f);
+}
+
+TEST(AirFlight, MoveRouteIsFlownInOrderAndEndsTheOrder)
+{
+    AirSimSystem sim;
+    AirUnit unit = MakeCruisingAircraft(0, 0);
+    ASSERT_TRUE(SubmitAirMoveCommand(unit, {Vec3D(0, 300, 1500), Vec3D(1500, 300, 1500)}, false));
+    std::size_t lastIndex = 0;
+    double closestToFirst = INFINITY;
+    int seconds = 0;
+    for (int step = 0; step < 60 * 40 && unit.bHasActiveOrder; ++step)
+    {
+        sim.StepUnit(unit, StepSec);
+        if (!unit.bHasActiveOrder)
+            break; // done: the navigator was cleared
+        const std::size_t index = unit.Flight.Navigator.GetCurrentIndex();
+        ASSERT_GE(index, lastIndex) << "step " << step;
+        lastIndex = index;
+        if (index == 0)
+            closestToFirst = std::min(closestToFirst,
+                                      std::hypot(unit.Aircraft.Position.X, unit.Aircraft.Position.Z - 1500));
+        seconds = step / 60;
+    }
+    EXPECT_FALSE(unit.bHasActiveOrder) << "done after " << seconds << " s";
+    EXPECT_EQ(unit.ActiveCommand.Type, AirCommandType::None);
+    EXPECT_TRUE(unit.ActiveCommand.Points.empty());
+    // Reached within the turning radius (220 / 60 degrees per second = 210) plus the margin, and
+    // the order ends there after at most one more step of flight.
+    EXPECT_LT(closestToFirst, 210.1 * 1.05 + 220.0 * StepSec);
+    EXPECT_LE(std::hypot(unit.Aircraft.Position.X - 1500, unit.Aircraft.Position.Z - 1500),
+              210.1 * 1.05 + 220.0 * StepSec);
+    EXPECT_EQ(unit.Aircraft.Position.Y, 300.0);
+
+    // Appending to a finished order starts a new one.
+    ASSERT_TRUE(SubmitAirMoveCommand(unit, {Vec3D(0, 300, 0)}, true));
+    EXPECT_EQ(unit.Flight.Navigator.GetPath().size(), 1u);
+    EXPECT_EQ(unit.Flight.Navigator.GetCurrentIndex(), 0u);
+}
+
+TEST(AirFlight, TurnRateIsBoundedEveryStep)
+{
+    AirSimSystem sim;
+    AirUnit unit = MakeCruisingAircraft(0, 0);
+    unit.Aircraft.TurnRateDegPerSec = 45.0f;
+    ASSERT_TRUE(SubmitAirMoveCommand(unit, {Vec3D(0, 300, -2000)}, false)); // straight behind
+    double previousDeg = unit.Flight.HeadingDeg;
+    for (int step = 0; step < 60 * 3; ++step)
+    {
+        sim.StepUnit(unit, StepSec);
+        const double turnedDeg = std::fabs(std::remainder(unit.Flight.HeadingDeg - previousDeg, 360.0));
+        ASSERT_LE(turnedDeg, 45.0 * StepSec + 1e-4) << "step " << step;
+        previousDeg = unit.Flight.HeadingDeg;
+    }
+    // Three seconds at 45 degrees per second: 135 degrees round, still turning.
+    EXPECT_NEAR(std::fabs(unit.Flight.HeadingDeg), 135.0, 0.01);
+}
+
+TEST(AirFlight, SpeedAndAltitudeChangeAtTheirRates)
+{
+    AirSimSystem sim;
+    AirUnit unit;
+    unit.Aircraft.Position = Vec3D(0, 0, 0);
+    ASSERT_TRUE(SubmitAirPatrolCommand(unit, Vec3D(0, 300, 5000), false, 0.5f));
+    for (int step = 0; step < 60; ++step)
+        sim.StepUnit(unit, StepSec);
+    // One second: 80 units of climb, 60 units per second of speed gained.
+    EXPECT_NEAR(unit.Aircraft.Position.Y, 80.0, 1e-9);
+    EXPECT_NEAR(unit.Flight.SpeedPerSec, 60.0, 1e-3);
+    for (int step = 0; step < 60 * 4; ++step)
+        sim.StepUnit(unit, StepSec);
+    EXPECT_NEAR(unit.Aircraft.Position.Y, 300.0, 1e-9) << "levels off at the target altitude";
+    EXPECT_NEAR(unit.Flight.SpeedPerSec, 110.0, 1e-3) << "patrol speed: half the cruise speed";
+    // A move order flies at the full cruise speed.
+    ASSERT_TRUE(SubmitAirMoveCommand(unit, {Vec3D(0, 300, 9000)}, false));
+    for (int step = 0; step < 60 * 3; ++step)
+        sim.StepUnit(unit, StepSec);
+    EXPECT_NEAR(unit.Flight.SpeedPerSec, 220.0, 1e-3);
+}
+
+TEST(AirFlight, PatrolLoopsBackToItsFirstPoint)
+{
+    AirSimSystem sim;
+    AirUnit unit = MakeCruisingAircraft(0, 0);
+    ASSERT_TRUE(SubmitAirPatrolCommand(unit, Vec3D(0, 300, 1500), false, 1.0f));
+    ASSERT_TRUE(SubmitAirPatrolCommand(unit, Vec3D(1500, 300, 1500), true, 1.0f));
+    ASSERT_TRUE(SubmitAirPatrolCommand(unit, Vec3D(1500, 300, 0), true, 1.0f));
+    std::vector<std::size_t> visited{unit.Flight.Navigator.GetCurrentIndex()};
+    for (int step = 0; step < 60 * 90; ++step)
+    {
+        sim.StepUnit(unit, StepSec);
+        if (unit.Flight.Navigator.GetCurrentIndex() != visited.back())
+            visited.push_back(unit.Flight.Navigator.GetCurrentIndex());
+    }
+    ASSERT_GE(visited.size(), 7u) << "two full laps in 90 s";
+    for (std::size_t i = 1; i < visited.size(); ++i)
+        EXPECT_EQ(visited[i], (visited[i - 1] + 1) % 3) << "change " << i;
+    EXPECT_TRUE(unit.bHasActiveOrder);
+    EXPECT_EQ(unit.ActiveCommand.Type, AirCommandType::Patrol);
+}
+
+TEST(AirFlight, PointsInsideTheTurningCircleAreStillReached)
+{
+    AirSimSystem sim;
+    for (double sideX : {-150.0, -60.0, 60.0, 150.0})
+    {
+        AirUnit unit = MakeCruisingAircraft(0, 0);
+        ASSERT_TRUE(SubmitAirMoveCommand(unit, {Vec3D(sideX, 300, 30)}, false));
+        int step = 0;
+        for (; step < 60 * 20 && unit.bHasActiveOrder; ++step)
+            sim.StepUnit(unit, StepSec);
+        EXPECT_FALSE(unit.bHasActiveOrder) << "point at side " << sideX;
+    }
+}
+
+TEST(AirFlight, IdleAircraftCircleAndBadStepsAreIgnored)
+{
+    AirSimSystem sim;
+    std::vector<std::unique_ptr<AirUnit>> units;
+    units.push_back(std::make_unique<AirUnit>(MakeCruisingAircraft(0, 0)));
+    units.push_back(nullptr);
+    for (double dt : {0.0, -1.0, double(NAN), double(INFINITY)})
+    {
+        sim.Step(units, dt);
+        EXPECT_EQ(units[0]->Aircraft.Position.X, 0.0) << "dt " << dt;
+        EXPECT_EQ(units[0]->Aircraft.Position.Z, 0.0) << "dt " << dt;
+    }
+    // With no order it circles: after a full turn (6 s at 60 deg/s) it is back where it started.
+    for (int step = 0; step < 360; ++step)
+        sim.Step(units, StepSec);
+    EXPECT_NEAR(units[0]->Aircraft.Position.X, 0.0, 1.0);
+    EXPECT_NEAR(units[0]->Aircraft.Position.Z, 0.0, 1.0);
+    EXPECT_FALSE(units[0]->bHasActiveOrder);
+}
+} // namespace

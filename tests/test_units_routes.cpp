@@ -1,0 +1,493 @@
+// Drivable cells and route planning: slope limits, grid sizes, the nearest drivable point against a
+// brute-force search, routes around a ridge, unreachable goals, and random maps against a plain
+// Dijkstra over the same cells.
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <limits>
+#include <random>
+
+#include <gtest/gtest.h>
+
+#include "driveabilitygrid.h"
+#include "goaldistancefield.h"
+#include "routeplanner.h"
+#include "test_units_terrain.h"
+
+namespace
+{
+using namespace unitterrain;
+
+// Reference: Dijkstra over the drivable cells with the same moves (8 neighbours, no corner
+// cutting), by repeated linear scans. Returns the cost in cells to every cell (infinity if cut off).
+std::vector<double> ReferenceCosts(const DriveabilityGrid& grid, int startX, int startZ,
+                                   double diagonalCost = std::sqrt(2.0))
+{
+    const int w = grid.GetWidth(), h = grid.GetHeight();
+    std::vector<double> cost(static_cast<std::size_t>(w) * h, std::numeric_limits<double>::infinity());
+    std::vector<bool> done(cost.size(), false);
+    cost[static_cast<std::size_t>(startZ) * w + startX] = 0.0;
+    for (;;)
+    {
+        std::size_t best = cost.size();
+        for (std::size_t i = 0; i < cost.size(); ++i)
+            if (!done[i] && std::isfinite(cost[i]) && (best == cost.size() || cost[i] < cost[best]))
+                best = i;
+        if (best == cost.size())
+            return cost;
+        done[best] = true;
+        const int x = static_cast<int>(best) % w, z = static_cast<int>(best) / w;
+        for (int dz = -1; dz <= 1; ++dz)
+            for (int dx = -1; dx <= 1; ++dx)
+            {
+                if ((dx == 0 && dz == 0) || !grid.IsCellDriveable(x + dx, z + dz))
+                    continue;
+                if (dx != 0 && dz != 0 &&
+                    (!grid.IsCellDriveable(x + dx, z) || !grid.IsCellDriveable(x, z + dz)))
+                    continue;
+                const std::size_t next = static_cast<std::size_t>(z + dz) * w + (x + dx);
+                cost[next] = std::min(cost[next], cost[best] + ((dx != 0 && dz != 0) ? diagonalCost : 1.0));
+            }
+    }
+}
+
+// Every point of every leg, sampled finely, lies on drivable ground.
+void ExpectLegsDriveable(const DriveabilityGrid& grid, double fromX, double fromZ,
+                         const std::vector<Vec3D>& route, const char* what)
+{
+    for (std::size_t i = 0; i < route.size(); ++i)
+    {
+        const double length = std::hypot(route[i].X - fromX, route[i].Z - fromZ);
+        const int samples = static_cast<int>(length / 0.25) + 1;
+        for (int s = 0; s <= samples; ++s)
+        {
+            const double t = static_cast<double>(s) / samples;
+            const double x = fromX + (route[i].X - fromX) * t, z = fromZ + (route[i].Z - fromZ) * t;
+            ASSERT_TRUE(grid.IsDriveable(x, z)) << what << ": leg " << i << " at (" << x << ", " << z << ")";
+        }
+        fromX = route[i].X;
+        fromZ = route[i].Z;
+    }
+}
+
+void LoadSingleSquare(SpringMapRenderer& map, float h00, float h10, float h01, float h11)
+{
+    map.LoadHeightGrid(2, 2, SquareSize, {h00, h10, h01, h11});
+}
+
+TEST(DriveabilityGrid, SlopeLimitSeparatesDrivableFromSteepSquares)
+{
+    // The limit is 0.6 per unit: 4.8 over a square of 8, along X, Z or both (the gradient's length).
+    const struct
+    {
+        float h00, h10, h01, h11;
+        bool bDriveable;
+        const char* what;
+    } cases[] = {
+        {0, 0, 0, 0, true, "flat"},
+        {0, 4.79f, 0, 4.79f, true, "just under along X"},
+        {0, 4.81f, 0, 4.81f, false, "just over along X"},
+        {0, 0, 4.81f, 4.81f, false, "just over along Z"},
+        {0, 3.39f, 3.39f, 6.78f, true, "diagonal 3.39 each way: 4.794"},
+        {0, 3.40f, 3.40f, 6.80f, false, "diagonal 3.40 each way: 4.808"},
+        {0, 0, 0, 4.81f, false, "one raised corner"},
+        {100, 95.3f, 100, 95.3f, true, "falling under the limit at height"},
+        {0, NAN, 0, 0, false, "a NaN corner"},
+    };
+    for (const auto& c : cases)
+    {
+        SpringMapRenderer map;
+        LoadSingleSquare(map, c.h00, c.h10, c.h01, c.h11);
+        DriveabilityGrid grid;
+        ASSERT_TRUE(grid.SyncWith(map)) << c.what;
+        EXPECT_EQ(grid.IsCellDriveable(0, 0), c.bDriveable) << c.what;
+    }
+}
+
+TEST(DriveabilityGrid, LargeMapsGroupSquaresIntoAtMost256CellsPerSide)
+{
+    const struct
+    {
+        int squaresX, squaresZ;
+        int cellsX, cellsZ;
+        double cellSize;
+    } cases[] = {
+        {1, 1, 1, 1, 8.0},          {64, 64, 64, 64, 8.0},       {256, 256, 256, 256, 8.0},
+        {257, 257, 129, 129, 16.0}, {1024, 512, 256, 128, 32.0}, {300, 100, 150, 50, 16.0},
+    };
+    for (const auto& c : cases)
+    {
+        SpringMapRenderer map;
+        map.LoadHeightGrid(
+            c.squaresX + 1, c.squaresZ + 1, SquareSize,
+            std::vector<float>(static_cast<std::size_t>(c.squaresX + 1) * (c.squaresZ + 1), 0.0f));
+        DriveabilityGrid grid;
+        grid.SyncWith(map);
+        EXPECT_EQ(grid.GetWidth(), c.cellsX) << c.squaresX << "x" << c.squaresZ;
+        EXPECT_EQ(grid.GetHeight(), c.cellsZ) << c.squaresX << "x" << c.squaresZ;
+        EXPECT_DOUBLE_EQ(grid.GetCellSizeWorld(), c.cellSize) << c.squaresX << "x" << c.squaresZ;
+        // The last cell of an odd count covers one square: its centre is that square's centre.
+        // A last cell cut short by the map's edge is centred on what is left of it.
+        EXPECT_DOUBLE_EQ(grid.GetCellCentreX(c.cellsX - 1),
+                         ((c.cellsX - 1) * c.cellSize + c.squaresX * 8.0) / 2)
+            << c.squaresX << "x" << c.squaresZ;
+    }
+}
+
+TEST(DriveabilityGrid, SteepSquareBlocksItsWholeCoarseCell)
+{
+    // 512 squares: cells of 2x2 squares. One steep square blocks exactly its cell.
+    SpringMapRenderer map;
+    std::vector<float> heights(513 * 513, 0.0f);
+    heights[101 * 513 + 201] = 50.0f; // corner (201, 101): squares 200..201 x 100..101 turn steep
+    map.LoadHeightGrid(513, 513, SquareSize, std::move(heights));
+    DriveabilityGrid grid;
+    grid.SyncWith(map);
+    for (int cz = 48; cz <= 52; ++cz)
+        for (int cx = 98; cx <= 102; ++cx)
+            EXPECT_EQ(grid.IsCellDriveable(cx, cz), !(cx == 100 && cz == 50)) << "cell " << cx << "," << cz;
+}
+
+TEST(DriveabilityGrid, FindCellHonoursTheMapEdges)
+{
+    SpringMapRenderer map;
+    LoadRidgeMap(map);
+    DriveabilityGrid grid;
+    grid.SyncWith(map);
+    const struct
+    {
+        double x, z;
+        bool bInside;
+        int cx, cz;
+    } cases[] = {
+        {0.0, 0.0, true, 0, 0},       {7.999, 8.0, true, 0, 1},     {512.0, 512.0, true, 63, 63},
+        {-0.001, 10.0, false, 0, 0},  {512.001, 10.0, false, 0, 0}, {10.0, -0.001, false, 0, 0},
+        {10.0, 512.001, false, 0, 0}, {NAN, 10.0, false, 0, 0},     {10.0, INFINITY, false, 0, 0},
+    };
+    for (const auto& c : cases)
+    {
+        int cx = -7, cz = -7;
+        ASSERT_EQ(grid.FindCell(c.x, c.z, cx, cz), c.bInside) << c.x << "," << c.z;
+        if (c.bInside)
+        {
+            EXPECT_EQ(cx, c.cx) << c.x << "," << c.z;
+            EXPECT_EQ(cz, c.cz) << c.x << "," << c.z;
+        }
+    }
+}
+
+TEST(DriveabilityGrid, RebuildsOnlyWhenAnotherMapIsLoaded)
+{
+    SpringMapRenderer map;
+    DriveabilityGrid grid;
+    EXPECT_FALSE(grid.SyncWith(map)) << "nothing loaded, nothing built";
+    EXPECT_FALSE(grid.IsBuilt());
+    LoadRidgeMap(map);
+    EXPECT_TRUE(grid.SyncWith(map));
+    const auto revision = grid.GetRevision();
+    EXPECT_FALSE(grid.SyncWith(map)) << "same map";
+    EXPECT_EQ(grid.GetRevision(), revision);
+    EXPECT_FALSE(grid.IsCellDriveable(10, 31));
+
+    // Same size, new heights: the ridge is gone.
+    map.LoadHeightGrid(RidgeCells + 1, RidgeCells + 1, SquareSize,
+                       std::vector<float>(static_cast<std::size_t>(RidgeCells + 1) * (RidgeCells + 1), 0.0f));
+    EXPECT_TRUE(grid.SyncWith(map));
+    EXPECT_EQ(grid.GetRevision(), revision + 1);
+    EXPECT_TRUE(grid.IsCellDriveable(10, 31));
+
+    map.Unload();
+    EXPECT_TRUE(grid.SyncWith(map));
+    EXPECT_FALSE(grid.IsBuilt());
+    EXPECT_FALSE(grid.IsDriveable(10.0, 10.0));
+}
+
+TEST(DriveabilityGrid, NearestDriveablePointMatchesBruteForce)
+{
+    SpringMapRenderer map;
+    LoadRidgeMap(map);
+    DriveabilityGrid grid;
+    grid.SyncWith(map);
+    const unsigned seed = 20261122u;
+    std::printf("seed %u\n", seed);
+    std::mt19937 rng(seed);
+    // Half the points near the ridge's steep band (world Z 248..264), some off the map.
+    std::uniform_real_distribution<double> anyX(-60.0, 572.0), nearRidgeZ(240.0, 272.0), anyZ(-60.0, 572.0);
+    const double cell = grid.GetCellSizeWorld();
+    for (int i = 0; i < 400; ++i)
+    {
+        const double x = anyX(rng), z = (i % 2 == 0) ? nearRidgeZ(rng) : anyZ(rng);
+        double bestDist = INFINITY;
+        for (int cz = 0; cz < grid.GetHeight(); ++cz)
+            for (int cx = 0; cx < grid.GetWidth(); ++cx)
+                if (grid.IsCellDriveable(cx, cz))
+                {
+                    const double nx = std::clamp(x, cx * cell, (cx + 1) * cell);
+                    const double nz = std::clamp(z, cz * cell, (cz + 1) * cell);
+                    bestDist = std::min(bestDist, std::hypot(nx - x, nz - z));
+                }
+        double outX = 0, outZ = 0;
+        ASSERT_TRUE(grid.FindNearestDriveable(x, z, outX, outZ)) << x << "," << z;
+        EXPECT_TRUE(grid.IsDriveable(outX, outZ)) << x << "," << z;
+        // The result sits a hundredth of a cell inside its cell.
+        EXPECT_NEAR(std::hypot(outX - x, outZ - z), bestDist, 0.01 * cell * std::sqrt(2.0) + 1e-9)
+            << x << "," << z;
+        if (grid.IsDriveable(x, z))
+        {
+            EXPECT_EQ(outX, x);
+            EXPECT_EQ(outZ, z);
+        }
+    }
+}
+
+TEST(DriveabilityGrid, NoDriveableGroundLeavesOutputsAlone)
+{
+    SpringMapRenderer map;
+    LoadSingleSquare(map, 0, 100, 0, 100);
+    DriveabilityGrid grid;
+    grid.SyncWith(map);
+    double outX = 5.0, outZ = 6.0;
+    EXPECT_FALSE(grid.FindNearestDriveable(1.0, 1.0, outX, outZ));
+    EXPECT_FALSE(grid.FindNearestDriveable(NAN, 1.0, outX, outZ));
+    EXPECT_EQ(outX, 5.0);
+    EXPECT_EQ(outZ, 6.0);
+}
+
+TEST(RoutePlanner, DrivesAroundTheRidgeThroughItsGap)
+{
+    SpringMapRenderer map;
+    LoadRidgeMap(map);
+    DriveabilityGrid grid;
+    grid.SyncWith(map);
+    RoutePlanner planner;
+    const Vec3D from(100.0, 0.0, 100.0), to(100.0, 0.0, 400.0);
+    std::vector<Vec3D> route;
+    ASSERT_TRUE(planner.PlanRoute(grid, map, from, to, route));
+    ASSERT_FALSE(route.empty());
+    EXPECT_EQ(route.back().X, to.X);
+    EXPECT_EQ(route.back().Z, to.Z);
+    for (std::size_t i = 0; i < route.size(); ++i)
+    {
+        EXPECT_EQ(route[i].Y, 0.0) << "point " << i << " is up the ridge";
+        EXPECT_EQ(route[i].Y, map.GetTerrainHeight(route[i].X, route[i].Z)) << "point " << i;
+    }
+    ExpectLegsDriveable(grid, from.X, from.Z, route, "ridge route");
+    // The leg that crosses the crest does so inside the gap.
+    double prevX = from.X, prevZ = from.Z;
+    int crossings = 0;
+    for (const Vec3D& point : route)
+    {
+        if ((prevZ - 256.0) * (point.Z - 256.0) <= 0.0)
+        {
+            const double crossX = prevX + (point.X - prevX) * (256.0 - prevZ) / (point.Z - prevZ);
+            EXPECT_GT(crossX, GapMinX);
+            EXPECT_LT(crossX, GapMaxX);
+            ++crossings;
+        }
+        prevX = point.X;
+        prevZ = point.Z;
+    }
+    EXPECT_EQ(crossings, 1);
+    // Pulled tight: no longer than the 8-connected cell path, and few turns.
+    int fromX = 0, fromZ = 0, toX = 0, toZ = 0;
+    grid.FindCell(from.X, from.Z, fromX, fromZ);
+    grid.FindCell(to.X, to.Z, toX, toZ);
+    const double cellPath =
+        ReferenceCosts(grid, fromX, fromZ)[toZ * grid.GetWidth() + toX] * grid.GetCellSizeWorld();
+    EXPECT_LE(RouteLength(from.X, from.Z, route), cellPath + grid.GetCellSizeWorld());
+    EXPECT_LE(route.size(), 4u);
+}
+
+TEST(RoutePlanner, ShortAndDegenerateRequests)
+{
+    SpringMapRenderer map;
+    LoadRidgeMap(map);
+    DriveabilityGrid grid;
+    RoutePlanner planner;
+    std::vector<Vec3D> route{Vec3D(1, 2, 3)};
+    EXPECT_FALSE(planner.PlanRoute(grid, map, Vec3D(10, 0, 10), Vec3D(20, 0, 20), route)) << "no grid yet";
+    grid.SyncWith(map);
+    EXPECT_FALSE(planner.PlanRoute(grid, map, Vec3D(NAN, 0, 10), Vec3D(20, 0, 20), route));
+    EXPECT_FALSE(planner.PlanRoute(grid, map, Vec3D(10, 0, 10), Vec3D(20, 0, INFINITY), route));
+    ASSERT_EQ(route.size(), 1u);
+    EXPECT_EQ(route[0].X, 1.0) << "a refused request leaves the route alone";
+
+    // Same cell: straight to the goal, at the terrain height whatever Y was asked for.
+    ASSERT_TRUE(planner.PlanRoute(grid, map, Vec3D(10, 0, 10), Vec3D(12, 999, 13), route));
+    ASSERT_EQ(route.size(), 1u);
+    EXPECT_EQ(route[0].X, 12.0);
+    EXPECT_EQ(route[0].Y, 0.0);
+    EXPECT_EQ(route[0].Z, 13.0);
+
+    // Open ground: one straight leg even across many cells.
+    ASSERT_TRUE(planner.PlanRoute(grid, map, Vec3D(10, 0, 10), Vec3D(300, 0, 170), route));
+    ASSERT_EQ(route.size(), 1u);
+    EXPECT_EQ(route[0].X, 300.0);
+}
+
+TEST(RoutePlanner, UndrivableEndsAreMovedToDrivableGround)
+{
+    SpringMapRenderer map;
+    LoadRidgeMap(map);
+    DriveabilityGrid grid;
+    grid.SyncWith(map);
+    RoutePlanner planner;
+    std::vector<Vec3D> route;
+    // A goal on the steep band north of the crest snaps to the band's edge at Z 248.
+    ASSERT_TRUE(planner.PlanRoute(grid, map, Vec3D(100, 0, 100), Vec3D(100, 0, 250), route));
+    ASSERT_FALSE(route.empty());
+    EXPECT_NEAR(route.back().X, 100.0, 1e-9);
+    EXPECT_NEAR(route.back().Z, 248.0, 0.1);
+    EXPECT_LT(route.back().Z, 248.0);
+    // A start on the steep band first heads for the nearest drivable point.
+    ASSERT_TRUE(planner.PlanRoute(grid, map, Vec3D(100, 0, 262), Vec3D(100, 0, 400), route));
+    ASSERT_GE(route.size(), 2u);
+    EXPECT_NEAR(route.front().Z, 264.0, 0.1);
+    EXPECT_GE(route.front().Z, 264.0);
+    ExpectLegsDriveable(grid, route.front().X, route.front().Z,
+                        std::vector<Vec3D>(route.begin() + 1, route.end()), "from the snapped start");
+}
+
+TEST(RoutePlanner, UnreachableGoalEndsAtTheNearestReachableCell)
+{
+    // A walled square basin: flat inside, but its rim is steep all round.
+    SpringMapRenderer map;
+    const int n = RidgeCells + 1;
+    std::vector<float> heights(static_cast<std::size_t>(n) * n, 0.0f);
+    for (int i = 20; i <= 40; ++i)
+    {
+        heights[20 * n + i] = heights[40 * n + i] = RidgeHeight;
+        heights[i * n + 20] = heights[i * n + 40] = RidgeHeight;
+    }
+    map.LoadHeightGrid(n, n, SquareSize, std::move(heights));
+    DriveabilityGrid grid;
+    grid.SyncWith(map);
+    RoutePlanner planner;
+    const Vec3D from(40.0, 0.0, 40.0), inside(300.0, 0.0, 300.0);
+    ASSERT_TRUE(grid.IsDriveable(inside.X, inside.Z));
+    std::vector<Vec3D> route;
+    ASSERT_TRUE(planner.PlanRoute(grid, map, from, inside, route));
+    ASSERT_FALSE(route.empty());
+    ExpectLegsDriveable(grid, from.X, from.Z, route, "towards the basin");
+
+    int fromX = 0, fromZ = 0;
+    grid.FindCell(from.X, from.Z, fromX, fromZ);
+    const std::vector<double> reach = ReferenceCosts(grid, fromX, fromZ);
+    int endX = 0, endZ = 0;
+    ASSERT_TRUE(grid.FindCell(route.back().X, route.back().Z, endX, endZ));
+    EXPECT_TRUE(std::isfinite(reach[endZ * grid.GetWidth() + endX])) << "the end is reachable";
+    // No reachable cell is nearer to the goal, counting in cells along the octile metric.
+    const auto octile = [&](int cx, int cz)
+    {
+        const int dx = std::abs(cx - 37), dz = std::abs(cz - 37);
+        return std::max(dx, dz) + (std::sqrt(2.0) - 1.0) * std::min(dx, dz);
+    };
+    double nearest = INFINITY;
+    for (int cz = 0; cz < grid.GetHeight(); ++cz)
+        for (int cx = 0; cx < grid.GetWidth(); ++cx)
+            if (std::isfinite(reach[cz * grid.GetWidth() + cx]))
+                nearest = std::min(nearest, octile(cx, cz));
+    EXPECT_NEAR(octile(endX, endZ), nearest, 1e-6);
+}
+
+TEST(RoutePlanner, RandomMapsAgreeWithReferenceDijkstra)
+{
+    const unsigned seed = 77031u;
+    std::printf("seed %u\n", seed);
+    std::mt19937 rng(seed);
+    for (int mapIndex = 0; mapIndex < 6; ++mapIndex)
+    {
+        // 48x48 squares with random steep blocks (single raised corners) of varying density.
+        const int n = 49;
+        std::vector<float> heights(static_cast<std::size_t>(n) * n, 0.0f);
+        std::bernoulli_distribution raised(0.05 + 0.05 * mapIndex);
+        for (float& h : heights)
+            h = raised(rng) ? 40.0f : 0.0f;
+        SpringMapRenderer map;
+        map.LoadHeightGrid(n, n, SquareSize, std::move(heights));
+        DriveabilityGrid grid;
+        grid.SyncWith(map);
+        RoutePlanner planner; // one planner for all pairs: reused buffers must not leak state
+        std::uniform_real_distribution<double> coord(0.0, 48.0 * SquareSize);
+        for (int pair = 0; pair < 25; ++pair)
+        {
+            Vec3D from(coord(rng), 0.0, coord(rng)), to(coord(rng), 0.0, coord(rng));
+            if (!grid.IsDriveable(from.X, from.Z) || !grid.IsDriveable(to.X, to.Z))
+                continue;
+            std::vector<Vec3D> route;
+            ASSERT_TRUE(planner.PlanRoute(grid, map, from, to, route))
+                << "map " << mapIndex << " pair " << pair;
+            ASSERT_FALSE(route.empty());
+            ExpectLegsDriveable(grid, from.X, from.Z, route, "random route");
+            int fx = 0, fz = 0, tx = 0, tz = 0;
+            grid.FindCell(from.X, from.Z, fx, fz);
+            grid.FindCell(to.X, to.Z, tx, tz);
+            const double reference = ReferenceCosts(grid, fx, fz)[tz * grid.GetWidth() + tx];
+            const bool bReached = route.back().X == to.X && route.back().Z == to.Z;
+            EXPECT_EQ(bReached, std::isfinite(reference)) << "map " << mapIndex << " pair " << pair;
+            if (bReached)
+            {
+                EXPECT_LE(RouteLength(from.X, from.Z, route),
+                          reference * SquareSize + 2.0 * std::sqrt(2.0) * SquareSize + 1e-9)
+                    << "map " << mapIndex << " pair " << pair;
+            }
+        }
+    }
+}
+} // namespace
+
+namespace
+{
+TEST(GoalDistanceField, MatchesReferenceDijkstraWithWholeNumberCosts)
+{
+    SpringMapRenderer map;
+    LoadRidgeMap(map);
+    DriveabilityGrid grid;
+    grid.SyncWith(map);
+    const int source = 50 * grid.GetWidth() + 10; // south of the crest, west of the gap
+    GoalDistanceField field;
+    field.Build(grid, source);
+    EXPECT_EQ(field.GetSourceCell(), source);
+    EXPECT_EQ(field.GetGridRevision(), grid.GetRevision());
+    // Reference in plain units: straight 1, diagonal 1.4, scaled by 5 to the field's units.
+    const std::vector<double> reference = ReferenceCosts(grid, 10, 50, 1.4);
+    for (int cell = 0; cell < grid.GetWidth() * grid.GetHeight(); ++cell)
+    {
+        if (!std::isfinite(reference[cell]))
+        {
+            EXPECT_EQ(field.GetCost(cell), RouteStepCost::Unreached) << "cell " << cell;
+            continue;
+        }
+        EXPECT_EQ(field.GetCost(cell), static_cast<std::uint32_t>(std::lround(reference[cell] * 5.0)))
+            << "cell " << cell;
+    }
+}
+
+TEST(RoutePlanner, GroupOrderAcrossTheRidgeSharesOneFieldAndStaysDrivable)
+{
+    // Twenty vehicles south-west of the crest ordered to a disc north of it: each route is valid,
+    // ends at its own goal and is at most a few cells longer than the shortest cell path.
+    SpringMapRenderer map;
+    LoadRidgeMap(map);
+    DriveabilityGrid grid;
+    grid.SyncWith(map);
+    RoutePlanner planner;
+    for (int i = 0; i < 20; ++i)
+    {
+        const Vec3D from(40.0 + (i % 5) * 12.0, 0.0, 60.0 + (i / 5) * 12.0);
+        const Vec3D to(130.0 + std::sqrt(i) * 14.4 * std::cos(i * 2.4), 0.0,
+                       420.0 + std::sqrt(i) * 14.4 * std::sin(i * 2.4));
+        std::vector<Vec3D> route;
+        ASSERT_TRUE(planner.PlanRoute(grid, map, from, to, route)) << "vehicle " << i;
+        ASSERT_FALSE(route.empty());
+        EXPECT_EQ(route.back().X, to.X) << "vehicle " << i;
+        EXPECT_EQ(route.back().Z, to.Z) << "vehicle " << i;
+        ExpectLegsDriveable(grid, from.X, from.Z, route, "group route");
+        int fx = 0, fz = 0, tx = 0, tz = 0;
+        grid.FindCell(from.X, from.Z, fx, fz);
+        grid.FindCell(to.X, to.Z, tx, tz);
+        const double shortest = ReferenceCosts(grid, fx, fz)[tz * grid.GetWidth() + tx] * SquareSize;
+        EXPECT_LE(RouteLength(from.X, from.Z, route), shortest + 4.0 * SquareSize) << "vehicle " << i;
+    }
+}
+} // namespace

@@ -1,0 +1,430 @@
+// Ground vehicles: driving with a speed and a turn rate, terrain height, queued goals, the replan
+// cooldown and budget, and the viewport's unit services (controllable list, drivable goals, route
+// plans, placement, the simulation step) including a drive around a ridge.
+#include <algorithm>
+#include <cmath>
+#include <memory>
+
+#include <gtest/gtest.h>
+
+#include "test_app.h"
+#include "test_units_terrain.h"
+#include "vehicleunit.h"
+
+namespace
+{
+using namespace unitterrain;
+
+constexpr double FrameSec = 1.0 / 60.0;
+
+// A vehicle on a map with everything it needs to update.
+struct DriveWorld
+{
+    SpringMapRenderer Map;
+    DriveabilityGrid Grid;
+    RoutePlanner Planner;
+    VehicleUnit Vehicle;
+
+    explicit DriveWorld(int Cells = 64)
+    {
+        Map.LoadHeightGrid(Cells + 1, Cells + 1, SquareSize,
+                           std::vector<float>(static_cast<std::size_t>(Cells + 1) * (Cells + 1), 0.0f));
+        Sync();
+    }
+    void Sync() { Grid.SyncWith(Map); }
+    void Step(double dtSec = FrameSec)
+    {
+        int budget = 1;
+        Vehicle.Update(dtSec, Map, Grid, Planner, budget);
+    }
+};
+
+TEST(VehicleDriving, StraightLegCoversSpeedTimesTimeThenStopsAtTheGoal)
+{
+    DriveWorld world;
+    world.Vehicle.Position = Vec3D(100, 0, 100);
+    world.Vehicle.SetWaypoint(Vec3D(100, 0, 400));
+    for (int frame = 0; frame < 60; ++frame)
+        world.Step();
+    // Facing +Z already: one second at 60 units per second.
+    EXPECT_NEAR(world.Vehicle.Position.Z, 160.0, 1e-6);
+    EXPECT_NEAR(world.Vehicle.Position.X, 100.0, 1e-9);
+    EXPECT_TRUE(world.Vehicle.bHasTarget);
+    for (int frame = 0; frame < 4 * 60 + 5; ++frame)
+        world.Step();
+    EXPECT_FALSE(world.Vehicle.bHasTarget);
+    EXPECT_NEAR(world.Vehicle.Position.Z, 400.0, 0.5);
+    const Vec3D stopped = world.Vehicle.Position;
+    world.Step();
+    EXPECT_EQ(world.Vehicle.Position.Z, stopped.Z) << "no goal, no motion";
+}
+
+TEST(VehicleDriving, TurnRateBoundsEveryFrameAndTheVehicleTurnsOnTheSpot)
+{
+    DriveWorld world;
+    VehicleUnit& v = world.Vehicle;
+    v.Position = Vec3D(100, 0, 100);
+    v.TurnRateDegPerSec = 180.0f;
+    v.SetWaypoint(Vec3D(100, 0, 20)); // straight behind: a half turn
+    double previousDeg = v.HeadingDeg;
+    for (int frame = 0; frame < 10; ++frame)
+    {
+        world.Step(0.05);
+        const double turnedDeg = std::fabs(std::remainder(v.HeadingDeg - previousDeg, 360.0));
+        EXPECT_NEAR(turnedDeg, 9.0, 1e-4) << "frame " << frame;
+        previousDeg = v.HeadingDeg;
+    }
+    // Half a second: a right angle turned, all of it on the spot (the goal was further round).
+    EXPECT_NEAR(std::fabs(v.HeadingDeg), 90.0, 1e-4);
+    EXPECT_NEAR(v.Position.X, 100.0, 1e-9);
+    EXPECT_NEAR(v.Position.Z, 100.0, 1e-9);
+    for (int frame = 0; frame < 60; ++frame)
+    {
+        world.Step(0.05);
+        const double turnedDeg = std::fabs(std::remainder(v.HeadingDeg - previousDeg, 360.0));
+        EXPECT_LE(turnedDeg, 9.0 + 1e-4) << "frame " << frame;
+        previousDeg = v.HeadingDeg;
+    }
+    EXPECT_FALSE(v.bHasTarget);
+    EXPECT_NEAR(v.Position.Z, 20.0, 0.5);
+}
+
+TEST(VehicleDriving, SlowFramesDriveTheSamePathAsFastOnes)
+{
+    DriveWorld fast, slow;
+    for (DriveWorld* world : {&fast, &slow})
+    {
+        world->Vehicle.Position = Vec3D(100, 0, 100);
+        world->Vehicle.SetWaypoint(Vec3D(300, 0, 150));
+    }
+    // A quarter-second frame is driven as five 20 Hz steps: the same curve as five 20 Hz frames.
+    for (int frame = 0; frame < 30; ++frame)
+        fast.Step(0.05);
+    for (int frame = 0; frame < 6; ++frame)
+        slow.Step(0.25);
+    EXPECT_NEAR(fast.Vehicle.Position.X, slow.Vehicle.Position.X, 1e-9);
+    EXPECT_NEAR(fast.Vehicle.Position.Z, slow.Vehicle.Position.Z, 1e-9);
+    EXPECT_EQ(fast.Vehicle.HeadingDeg, slow.Vehicle.HeadingDeg);
+    EXPECT_GT(fast.Vehicle.Position.X, 150.0) << "well on its way";
+}
+
+TEST(VehicleDriving, FollowsTheTerrainHeightEveryFrame)
+{
+    DriveWorld world;
+    LoadInclineMap(world.Map, 64, 0.3f);
+    world.Sync();
+    VehicleUnit& v = world.Vehicle;
+    v.Position = Vec3D(40, 0, 200);
+    v.SetWaypoint(Vec3D(450, 0, 260));
+    double lastY = -1.0;
+    for (int frame = 0; frame < 600 && v.bHasTarget; ++frame)
+    {
+        world.Step();
+        ASSERT_EQ(v.Position.Y, world.Map.GetTerrainHeight(v.Position.X, v.Position.Z)) << "frame " << frame;
+        EXPECT_GE(v.Position.Y, lastY) << "frame " << frame << ": climbing all the way";
+        lastY = v.Position.Y;
+    }
+    EXPECT_FALSE(v.bHasTarget);
+    EXPECT_NEAR(v.Position.Y, 0.3 * 450.0, 0.3);
+}
+
+TEST(VehicleDriving, QueuedGoalsAreDrivenInOrder)
+{
+    DriveWorld world;
+    VehicleUnit& v = world.Vehicle;
+    v.Position = Vec3D(50, 0, 50);
+    const Vec3D goals[] = {Vec3D(150, 0, 50), Vec3D(150, 0, 150), Vec3D(50, 0, 150)};
+    v.QueueWaypoint(goals[0]); // no target yet: becomes the target
+    v.QueueWaypoint(goals[1]);
+    v.QueueWaypoint(goals[2]);
+    ASSERT_EQ(v.WaypointQueue.size(), 2u);
+    std::size_t reached = 0;
+    for (int frame = 0; frame < 1200 && v.bHasTarget; ++frame)
+    {
+        world.Step();
+        if (reached < 3 && std::hypot(v.Position.X - goals[reached].X, v.Position.Z - goals[reached].Z) < 0.5)
+            ++reached;
+        ASSERT_EQ(v.WaypointQueue.size() + (v.bHasTarget ? 1u : 0u), 3u - std::min<std::size_t>(reached, 3))
+            << "frame " << frame << ": goals left after " << reached << " reached";
+    }
+    EXPECT_EQ(reached, 3u);
+    EXPECT_FALSE(v.bHasTarget);
+
+    // A new order replaces the queue.
+    v.QueueWaypoint(goals[0]);
+    v.QueueWaypoint(goals[1]);
+    v.SetWaypoint(goals[2]);
+    EXPECT_TRUE(v.WaypointQueue.empty());
+    EXPECT_EQ(v.Target.X, goals[2].X);
+}
+
+TEST(VehicleDriving, ReplansWaitForTheCooldownAndDriveTheOldRouteMeanwhile)
+{
+    DriveWorld world;
+    VehicleUnit& v = world.Vehicle;
+    v.Position = Vec3D(100, 0, 100);
+    v.SetWaypoint(Vec3D(100, 0, 400));
+    world.Step(0.1);
+    EXPECT_FALSE(v.bNeedsRouteRefresh);
+    EXPECT_FLOAT_EQ(v.RouteRefreshCooldown, VehicleUnit::RouteRefreshIntervalSec);
+    ASSERT_FALSE(v.Route.empty());
+    EXPECT_EQ(v.Route.back().Z, 400.0);
+
+    v.SetWaypoint(Vec3D(400, 0, 100));
+    const double zBefore = v.Position.Z;
+    world.Step(0.1); // 0.15 s left on the cooldown
+    EXPECT_TRUE(v.bNeedsRouteRefresh);
+    EXPECT_EQ(v.Route.back().Z, 400.0) << "still on the old route";
+    EXPECT_GT(v.Position.Z, zBefore) << "and still driving it";
+    world.Step(0.1); // 0.05 s left
+    EXPECT_TRUE(v.bNeedsRouteRefresh);
+    world.Step(0.06);
+    EXPECT_FALSE(v.bNeedsRouteRefresh);
+    EXPECT_EQ(v.Route.back().X, 400.0);
+    EXPECT_EQ(v.Route.back().Z, 100.0);
+}
+
+TEST(VehicleDriving, PlanBudgetDefersTheRestToTheNextStep)
+{
+    DriveWorld world;
+    VehicleUnit vehicles[3];
+    for (VehicleUnit& v : vehicles)
+    {
+        v.Position = Vec3D(100, 0, 100);
+        v.SetWaypoint(Vec3D(300, 0, 300));
+    }
+    int budget = 2;
+    for (VehicleUnit& v : vehicles)
+        v.Update(FrameSec, world.Map, world.Grid, world.Planner, budget);
+    EXPECT_EQ(budget, 0);
+    EXPECT_FALSE(vehicles[0].bNeedsRouteRefresh);
+    EXPECT_FALSE(vehicles[1].bNeedsRouteRefresh);
+    EXPECT_TRUE(vehicles[2].bNeedsRouteRefresh);
+    EXPECT_EQ(vehicles[2].Position.X, 100.0) << "no route, no motion";
+    budget = 2;
+    vehicles[2].Update(FrameSec, world.Map, world.Grid, world.Planner, budget);
+    EXPECT_FALSE(vehicles[2].bNeedsRouteRefresh);
+    EXPECT_EQ(budget, 1);
+}
+
+TEST(VehicleDriving, BadTimeStepsChangeNothing)
+{
+    DriveWorld world;
+    VehicleUnit& v = world.Vehicle;
+    v.Position = Vec3D(100, 0, 100);
+    v.SetWaypoint(Vec3D(100, 0, 400));
+    world.Step(); // planned, cooldown running
+    const Vec3D position = v.Position;
+    const float cooldown = v.RouteRefreshCooldown;
+    for (double dt : {0.0, -1.0, double(NAN), -double(INFINITY), double(INFINITY)})
+    {
+        world.Step(dt);
+        EXPECT_EQ(v.Position.X, position.X) << "dt " << dt;
+        EXPECT_EQ(v.Position.Z, position.Z) << "dt " << dt;
+        EXPECT_EQ(v.RouteRefreshCooldown, cooldown) << "dt " << dt;
+        EXPECT_TRUE(std::isfinite(v.HeadingDeg)) << "dt " << dt;
+    }
+}
+
+TEST(VehicleDriving, LoadingAnotherMapReplansTheRoute)
+{
+    DriveWorld world;
+    VehicleUnit& v = world.Vehicle;
+    v.Position = Vec3D(100, 0, 100);
+    v.SetWaypoint(Vec3D(100, 0, 400));
+    for (int frame = 0; frame < 30; ++frame)
+        world.Step();
+    ASSERT_EQ(v.Route.size(), 1u) << "open ground: straight";
+    LoadRidgeMap(world.Map);
+    world.Sync();
+    world.Step();
+    EXPECT_GT(v.Route.size(), 1u) << "the ridge now stands in the way";
+    EXPECT_EQ(v.RouteGridRevision, world.Grid.GetRevision());
+}
+
+// --- The viewport's unit services ---
+
+void AddVehicle(GLViewport& view, double x, double z)
+{
+    auto vehicle = std::make_unique<VehicleUnit>();
+    vehicle->Position = Vec3D(x, 0, z);
+    view.Vehicles.push_back(std::move(vehicle));
+}
+
+TEST(ViewportUnits, ControllableVehiclesKeepTheirOrderAndSkipEmptyEntries)
+{
+    TestApp app;
+    AddVehicle(app.View, 10, 10);
+    app.View.Vehicles.push_back(nullptr);
+    AddVehicle(app.View, 20, 20);
+    AddVehicle(app.View, 30, 30);
+    const std::vector<VehicleUnit*> first = app.View.GetControllableVehicles();
+    ASSERT_EQ(first.size(), 3u);
+    EXPECT_EQ(first[0], app.View.Vehicles[0].get());
+    EXPECT_EQ(first[1], app.View.Vehicles[2].get());
+    EXPECT_EQ(first[2], app.View.Vehicles[3].get());
+    app.View.StepSimulation(FrameSec);
+    EXPECT_EQ(app.View.GetControllableVehicles(), first) << "unchanged set, unchanged order";
+    app.View.Vehicles.erase(app.View.Vehicles.begin());
+    const std::vector<VehicleUnit*> after = app.View.GetControllableVehicles();
+    EXPECT_EQ(after, std::vector<VehicleUnit*>(first.begin() + 1, first.end()));
+    EXPECT_TRUE(GLViewport().GetControllableVehicles().empty());
+}
+
+TEST(ViewportUnits, DriveableWaypointIsTheNearestDrivablePointAtTerrainHeight)
+{
+    TestApp app;
+    app.View.bIdentityDriveable = false;
+    LoadRidgeMap(app.View.SpringMap);
+    const double inset = 0.08; // a hundredth of a cell inside the chosen cell
+    const struct
+    {
+        Vec3D request;
+        double x, z;
+        const char* what;
+    } cases[] = {
+        {Vec3D(100, 0, 100), 100, 100, "open ground: unchanged"},
+        {Vec3D(100, 999, 100), 100, 100, "the requested height is ignored"},
+        {Vec3D(100, 0, 250), 100, 248 - inset, "north flank: to its foot"},
+        {Vec3D(100, 0, 262), 100, 264 + inset, "south flank: to its foot"},
+        {Vec3D(395, 0, 256), 395, 256, "inside the gap"},
+        {Vec3D(-50, 0, 100), inset, 100, "west of the map"},
+        {Vec3D(600, 0, 700), 512 - inset, 512 - inset, "beyond the far corner"},
+        {Vec3D(NAN, 0, 100), 0, 100, "no X: the map's edge"},
+    };
+    for (const auto& c : cases)
+    {
+        const Vec3D goal = app.View.FindDriveableVehicleWaypoint(c.request);
+        EXPECT_NEAR(goal.X, c.x, 1e-6) << c.what;
+        EXPECT_NEAR(goal.Z, c.z, 1e-6) << c.what;
+        EXPECT_EQ(goal.Y, app.View.SpringMap.GetTerrainHeight(goal.X, goal.Z)) << c.what;
+        EXPECT_EQ(goal.Y, 0.0) << c.what;
+    }
+    // No map: the point at the (flat) default height.
+    TestApp empty;
+    empty.View.bIdentityDriveable = false;
+    const Vec3D goal = empty.View.FindDriveableVehicleWaypoint(Vec3D(5, 7, 9));
+    EXPECT_EQ(goal.X, 5.0);
+    EXPECT_EQ(goal.Y, 0.0);
+    EXPECT_EQ(goal.Z, 9.0);
+}
+
+TEST(ViewportUnits, RoutePlanReplacesOrQueuesAndLeavesInactiveVehiclesAlone)
+{
+    for (const bool bAppend : {false, true})
+    {
+        TestApp app;
+        for (int i = 0; i < 4; ++i)
+            AddVehicle(app.View, 10.0 * i, 10.0);
+        std::vector<VehicleUnit*> v = app.View.GetControllableVehicles();
+        for (VehicleUnit* vehicle : v)
+            vehicle->SetWaypoint(Vec3D(1, 0, 1));
+        v[0]->bNeedsRouteRefresh = false; // as after a plan
+        v[1]->bNeedsRouteRefresh = false;
+        const VehicleUnit inactiveBefore = *v[1];
+        app.View.SubmitVehicleRoutePlan({Vec3D(5, 0, 5), Vec3D(6, 0, 6), Vec3D(NAN, 0, 7), Vec3D(8, 0, 8)},
+                                        {true, false, true, true}, bAppend);
+        const char* mode = bAppend ? "append" : "replace";
+        // Vehicle 0: the new goal replaces the old one, or waits behind it.
+        EXPECT_EQ(v[0]->Target.X, bAppend ? 1.0 : 5.0) << mode;
+        ASSERT_EQ(v[0]->WaypointQueue.size(), bAppend ? 1u : 0u) << mode;
+        if (bAppend)
+        {
+            EXPECT_EQ(v[0]->WaypointQueue.front().X, 5.0) << mode;
+        }
+        EXPECT_EQ(v[0]->bNeedsRouteRefresh, !bAppend) << mode << ": only a new target needs a route";
+        // Vehicle 1: inactive, untouched.
+        EXPECT_EQ(v[1]->Target.X, inactiveBefore.Target.X) << mode;
+        EXPECT_EQ(v[1]->WaypointQueue.size(), inactiveBefore.WaypointQueue.size()) << mode;
+        EXPECT_EQ(v[1]->bNeedsRouteRefresh, inactiveBefore.bNeedsRouteRefresh) << mode;
+        // Vehicle 2: a goal that is not finite is refused.
+        EXPECT_EQ(v[2]->Target.X, 1.0) << mode;
+        EXPECT_TRUE(v[2]->WaypointQueue.empty()) << mode;
+        // Vehicle 3 gets its goal.
+        EXPECT_EQ(bAppend ? v[3]->WaypointQueue.back().X : v[3]->Target.X, 8.0) << mode;
+
+        // Shorter lists reach only the vehicles they cover.
+        app.View.SubmitVehicleRoutePlan({Vec3D(9, 0, 9)}, {true, true, true, true}, false);
+        EXPECT_EQ(v[0]->Target.X, 9.0) << mode;
+        EXPECT_NE(v[1]->Target.X, 9.0) << mode;
+        app.View.SubmitVehicleRoutePlan({Vec3D(9, 0, 9), Vec3D(9, 0, 9)}, {false}, false);
+        EXPECT_NE(v[1]->Target.X, 9.0) << mode;
+    }
+}
+
+TEST(ViewportUnits, PlacementIsDeterministicOnDrivableGroundAndAllOrNothing)
+{
+    TestApp a, b;
+    LoadRidgeMap(a.View.SpringMap);
+    LoadRidgeMap(b.View.SpringMap);
+    ASSERT_TRUE(a.View.PlaceUnitsOnMap(120, 5));
+    ASSERT_TRUE(b.View.PlaceUnitsOnMap(120, 5));
+    ASSERT_EQ(a.View.Vehicles.size(), 120u);
+    ASSERT_EQ(a.View.AirUnits.size(), 5u);
+    EXPECT_EQ(a.View.VehicleSelectionMask, std::vector<bool>(120, false));
+    for (std::size_t i = 0; i < a.View.Vehicles.size(); ++i)
+    {
+        const Vec3D& p = a.View.Vehicles[i]->Position;
+        EXPECT_TRUE(a.View.VehicleDriveability.IsDriveable(p.X, p.Z)) << "vehicle " << i;
+        EXPECT_EQ(p.Y, a.View.SpringMap.GetTerrainHeight(p.X, p.Z)) << "vehicle " << i;
+        EXPECT_EQ(p.X, b.View.Vehicles[i]->Position.X) << "vehicle " << i;
+        EXPECT_EQ(p.Z, b.View.Vehicles[i]->Position.Z) << "vehicle " << i;
+        for (std::size_t j = 0; j < i; ++j)
+            EXPECT_GT(std::hypot(p.X - a.View.Vehicles[j]->Position.X, p.Z - a.View.Vehicles[j]->Position.Z),
+                      8.0)
+                << "vehicles " << j << " and " << i << " overlap";
+    }
+    for (const auto& airUnit : a.View.AirUnits)
+    {
+        EXPECT_GE(airUnit->Aircraft.TargetAltitude, RidgeHeight + 150.0f);
+        EXPECT_EQ(airUnit->Aircraft.Position.Y, airUnit->Aircraft.TargetAltitude);
+    }
+
+    // Failures change nothing: no map, bad counts, or more vehicles than the ground holds.
+    TestApp empty;
+    AddVehicle(empty.View, 1, 1);
+    EXPECT_FALSE(empty.View.PlaceUnitsOnMap(3, 1));
+    EXPECT_EQ(empty.View.Vehicles.size(), 1u);
+    EXPECT_FALSE(a.View.PlaceUnitsOnMap(-1, 1));
+    EXPECT_FALSE(a.View.PlaceUnitsOnMap(100000, 1));
+    EXPECT_EQ(a.View.Vehicles.size(), 120u);
+    EXPECT_EQ(a.View.AirUnits.size(), 5u);
+}
+
+TEST(ViewportUnits, VehicleOrderedAcrossTheRidgeDrivesRoundThroughTheGap)
+{
+    TestApp app;
+    app.View.bIdentityDriveable = false;
+    LoadRidgeMap(app.View.SpringMap);
+    AddVehicle(app.View, 100, 100);
+    AddVehicle(app.View, 130, 100);
+    auto airUnit = std::make_unique<AirUnit>();
+    airUnit->Aircraft.Position = Vec3D(0, 300, 0);
+    app.View.AirUnits.push_back(std::move(airUnit));
+    app.View.AirUnits.push_back(nullptr);
+    SubmitAirMoveCommand(*app.View.AirUnits[0], {Vec3D(400, 300, 400)}, false);
+
+    const Vec3D goal = app.View.FindDriveableVehicleWaypoint(Vec3D(100, 0, 400));
+    app.View.SubmitVehicleRoutePlan({goal, goal}, {true, false}, false);
+    VehicleUnit& v = *app.View.Vehicles[0];
+    double highestY = 0.0, crossingX = NAN;
+    double lastZ = v.Position.Z;
+    int frame = 0;
+    for (; frame < 60 * 30 && v.bHasTarget; ++frame)
+    {
+        app.View.StepSimulation(FrameSec);
+        highestY = std::max(highestY, v.Position.Y);
+        if (lastZ < 256.0 && v.Position.Z >= 256.0)
+            crossingX = v.Position.X;
+        lastZ = v.Position.Z;
+    }
+    EXPECT_FALSE(v.bHasTarget) << "arrived within " << frame << " frames";
+    EXPECT_NEAR(v.Position.X, goal.X, 0.5);
+    EXPECT_NEAR(v.Position.Z, goal.Z, 0.5);
+    EXPECT_GT(crossingX, GapMinX);
+    EXPECT_LT(crossingX, GapMaxX);
+    EXPECT_LT(highestY, 1.0) << "never climbed the ridge";
+    EXPECT_EQ(app.View.Vehicles[1]->Position.X, 130.0) << "the inactive vehicle stayed";
+    EXPECT_FALSE(app.View.AirUnits[0]->bHasActiveOrder) << "the aircraft flew its route meanwhile";
+}
+} // namespace
