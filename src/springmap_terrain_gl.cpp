@@ -196,6 +196,9 @@ bool SpringMapTerrainGL::Draw(const Source& From, const float* ViewProj4x4Column
     }
     if (!Program)
         return false;
+    // The terrain hides itself where it folds over: depth testing on, the caller's setting restored.
+    const GLboolean bDepthTestWasOn = glIsEnabled(GL_DEPTH_TEST);
+    glEnable(GL_DEPTH_TEST);
     glUseProgram(Program);
     glUniformMatrix4fv(ViewProjLocation, 1, GL_FALSE, ViewProj4x4ColumnMajor);
     glUniform2f(HeightRangeLocation, From.MinHeight, From.MaxHeight);
@@ -216,6 +219,8 @@ bool SpringMapTerrainGL::Draw(const Source& From, const float* ViewProj4x4Column
     glBindVertexArray(0);
     glBindTexture(GL_TEXTURE_2D, 0);
     glUseProgram(0);
+    if (!bDepthTestWasOn)
+        glDisable(GL_DEPTH_TEST);
     return true;
 }
 
