@@ -17,7 +17,7 @@ bool Application::Start(const AppOptions& Options, std::string& Error)
 {
     if (!CoreSdl.Open("Quindle", Options.WidthPx, Options.HeightPx, Options.FrameCount == 0, Error))
         return false;
-    if (!RendBackend.Create(Error) || !FontBackend.Create(TTFGL::DefaultFontPath, Error))
+    if (!Batch.Create(Error) || !FontBackend.Create(TTFGL::DefaultFontPath, Error))
         return false;
     Renderer.pTTF = &Font;
     CoreServices = Core{&CoreSdl, &Renderer, &MouseState, &App};
@@ -98,10 +98,11 @@ bool Application::ProcessInput()
     return !bQuit;
 }
 
-void Application::FlushOverlay()
+void Application::BatchRecorded()
 {
-    RendBackend.Draw(Renderer.GetPrimitives(), CoreSdl.Width, CoreSdl.Height);
-    FontBackend.Draw(Font.GetTextCalls(), CoreSdl.Width, CoreSdl.Height);
+    AppendRendPrimitives(Renderer.GetPrimitives(), CoreSdl.Width, CoreSdl.Height, FontBackend.GetSolidU(),
+                         FontBackend.GetSolidV(), Batch);
+    FontBackend.AppendText(Font.GetTextCalls(), CoreSdl.Width, CoreSdl.Height, Batch);
     Renderer.ClearRecord();
     Font.ClearRecord();
 }
@@ -113,24 +114,31 @@ void Application::DrawFrame(bool bOverlays)
     glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
     Viewport.Render();
     if (bOverlays)
-        DrawOverlays();
+        RecordOverlays();
     Window.RenderStatusBar();
-    FlushOverlay();
+    BatchRecorded();
+    Batch.Submit(FontBackend.GetAtlasTexture());
 }
 
 void Application::DrawOverlays()
 {
-    // Each overlay is flushed on its own so a later overlay's shapes cover an earlier one's text.
+    RecordOverlays();
+    Batch.Submit(FontBackend.GetAtlasTexture());
+}
+
+void Application::RecordOverlays()
+{
+    // Batched overlay by overlay, so a later overlay's shapes cover an earlier one's text.
     Viewport.RenderNavWidgetOverlay();
-    FlushOverlay();
+    BatchRecorded();
     Viewport.RenderAutoRotateToggleOverlay();
-    FlushOverlay();
+    BatchRecorded();
     Viewport.RenderUnitSelectionOverlay();
-    FlushOverlay();
+    BatchRecorded();
     Viewport.RenderFormationOrderOverlay();
-    FlushOverlay();
+    BatchRecorded();
     Viewport.RenderJetEffectsOverlay();
-    FlushOverlay();
+    BatchRecorded();
 }
 
 void Application::PresentFrame()

@@ -36,7 +36,7 @@ class Application
     // Draws one frame into the back buffer: the scene, then (with bOverlays) the layer's overlays in
     // their order, then the status bar.
     void DrawFrame(bool bOverlays = true);
-    // The layer's overlays alone, in their order, each drawn as soon as it is recorded.
+    // The layer's overlays alone, in their order, as one 2D batch.
     void DrawOverlays();
     // Shows the back buffer.
     void PresentFrame();
@@ -49,8 +49,10 @@ class Application
 
   private:
     void HandleWindowEvent(const SDL_Event& Event, bool& bQuit);
-    // Draws what the overlays recorded so far, shapes under their text, and clears the record.
-    void FlushOverlay();
+    void RecordOverlays();
+    // Moves what was recorded so far into the 2D batch, shapes under their text, and clears the
+    // record; the batch is drawn once per frame.
+    void BatchRecorded();
 
     CoreSDL CoreSdl;
     Mouse MouseState;
@@ -62,7 +64,7 @@ class Application
     GLViewport Viewport;
     WindowSystem Windows;
     MouseInput Input;
-    RendGL RendBackend;
+    Batch2DGL Batch;
     TTFGL FontBackend;
     bool bFixedTimeStep = false;
     std::uint64_t LastFrameNs = 0;

@@ -1,30 +1,12 @@
 #pragma once
 
-#include <string>
 #include <vector>
 
-#include <epoxy/gl.h>
-
+#include "batch2d_gl.h"
 #include "rend.h"
 
-// OpenGL backend of Rend: draws recorded primitives with alpha blending in one draw call.
+// OpenGL backend of Rend: turns recorded primitives into solid quads of a 2D batch, in order.
 // Lines are expanded to quads so their pixel width does not depend on the driver's line support.
-class RendGL
-{
-  public:
-    RendGL() = default;
-    RendGL(const RendGL&) = delete;
-    RendGL& operator=(const RendGL&) = delete;
-    ~RendGL();
-
-    // Needs a current GL 3.3 core context. False with a reason when the shaders cannot be built.
-    bool Create(std::string& Error);
-    // Draws the primitives over whatever is in the framebuffer, on a window of WidthPx x HeightPx.
-    void Draw(const std::vector<RendPrimitive>& Primitives, int WidthPx, int HeightPx);
-
-  private:
-    GLuint Program = 0;
-    GLuint VertexArray = 0;
-    GLuint VertexBuffer = 0;
-    std::vector<float> Vertices;
-};
+// SolidU, SolidV: a fully covered texel of the texture the batch is submitted with.
+void AppendRendPrimitives(const std::vector<RendPrimitive>& Primitives, int WidthPx, int HeightPx,
+                          float SolidU, float SolidV, Batch2DGL& Batch);

@@ -6,36 +6,8 @@
 #include <ft2build.h>
 #include FT_FREETYPE_H
 
-#include "glprogram.h"
-
 namespace
 {
-const char* VertexShader = R"(#version 330 core
-layout(location = 0) in vec2 Position;
-layout(location = 1) in vec2 TexCoord;
-layout(location = 2) in vec4 Colour;
-out vec2 VertexTexCoord;
-out vec4 VertexColour;
-void main()
-{
-    VertexTexCoord = TexCoord;
-    VertexColour = Colour;
-    gl_Position = vec4(Position, 0.0, 1.0);
-}
-)";
-
-const char* FragmentShader = R"(#version 330 core
-uniform sampler2D Atlas;
-in vec2 VertexTexCoord;
-in vec4 VertexColour;
-out vec4 FragColour;
-void main()
-{
-    FragColour = vec4(VertexColour.rgb, VertexColour.a * texture(Atlas, VertexTexCoord).r);
-}
-)";
-
-constexpr int FloatsPerVertex = 8;
 constexpr std::uint32_t ReplacementChar = 0xFFFD;
 } // namespace
 
@@ -80,12 +52,6 @@ TTFGL::~TTFGL()
 {
     if (AtlasTexture)
         glDeleteTextures(1, &AtlasTexture);
-    if (VertexBuffer)
-        glDeleteBuffers(1, &VertexBuffer);
-    if (VertexArray)
-        glDeleteVertexArrays(1, &VertexArray);
-    if (Program)
-        glDeleteProgram(Program);
     if (Face)
         FT_Done_Face(static_cast<FT_Face>(Face));
     if (Library)
@@ -108,22 +74,6 @@ bool TTFGL::Create(const std::string& FontPath, std::string& Error)
         return false;
     }
     Face = face;
-    Program = CreateGLProgram(VertexShader, FragmentShader, Error);
-    if (Program == 0)
-        return false;
-    glGenVertexArrays(1, &VertexArray);
-    glGenBuffers(1, &VertexBuffer);
-    glBindVertexArray(VertexArray);
-    glBindBuffer(GL_ARRAY_BUFFER, VertexBuffer);
-    const GLsizei stride = FloatsPerVertex * sizeof(float);
-    glEnableVertexAttribArray(0);
-    glVertexAttribPointer(0, 2, GL_FLOAT, GL_FALSE, stride, nullptr);
-    glEnableVertexAttribArray(1);
-    glVertexAttribPointer(1, 2, GL_FLOAT, GL_FALSE, stride, reinterpret_cast<const void*>(2 * sizeof(float)));
-    glEnableVertexAttribArray(2);
-    glVertexAttribPointer(2, 4, GL_FLOAT, GL_FALSE, stride, reinterpret_cast<const void*>(4 * sizeof(float)));
-    glBindVertexArray(0);
-
     glGenTextures(1, &AtlasTexture);
     glBindTexture(GL_TEXTURE_2D, AtlasTexture);
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
@@ -142,7 +92,12 @@ void TTFGL::ResetAtlas()
     glTexImage2D(GL_TEXTURE_2D, 0, GL_R8, AtlasSizePx, AtlasSizePx, 0, GL_RED, GL_UNSIGNED_BYTE,
                  blank.data());
     Glyphs.clear();
-    ShelfX = ShelfY = ShelfHeight = 0;
+    // The first texel is fully covered: solid shapes sample it (2x2 so no filtering reaches past it).
+    const unsigned char solid[4] = {255, 255, 255, 255};
+    glTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, 2, 2, GL_RED, GL_UNSIGNED_BYTE, solid);
+    ShelfX = 3;
+    ShelfY = 0;
+    ShelfHeight = 2;
 }
 
 bool TTFGL::PlaceInAtlas(int WidthPx, int HeightPx, int& X, int& Y)
@@ -183,7 +138,8 @@ const TTFGL::Glyph* TTFGL::FindGlyph(std::uint32_t CodePoint, int SizePx)
     {
         if (!PlaceInAtlas(glyph.WidthPx, glyph.HeightPx, glyph.AtlasX, glyph.AtlasY))
         {
-            // A full atlas starts over; the glyphs still in use come back on their next draw.
+            // A full atlas starts over; glyphs already batched this frame may show wrong texels for
+            // this one frame, and come back right on the next.
             ResetAtlas();
             if (!PlaceInAtlas(glyph.WidthPx, glyph.HeightPx, glyph.AtlasX, glyph.AtlasY))
                 return nullptr;
@@ -198,11 +154,10 @@ const TTFGL::Glyph* TTFGL::FindGlyph(std::uint32_t CodePoint, int SizePx)
     return &Glyphs.emplace(key, glyph).first->second;
 }
 
-void TTFGL::Draw(const std::vector<TTFTextCall>& Calls, int WidthPx, int HeightPx)
+void TTFGL::AppendText(const std::vector<TTFTextCall>& Calls, int WidthPx, int HeightPx, Batch2DGL& Batch)
 {
-    if (Program == 0 || Calls.empty() || WidthPx <= 0 || HeightPx <= 0)
+    if (!Face || WidthPx <= 0 || HeightPx <= 0)
         return;
-    Vertices.clear();
     const float unitsPerPxX = 2.0f / static_cast<float>(WidthPx);
     const float unitsPerPxY = 2.0f / static_cast<float>(HeightPx);
     const float texelSize = 1.0f / AtlasSizePx;
@@ -229,26 +184,9 @@ void TTFGL::Draw(const std::vector<TTFTextCall>& Calls, int WidthPx, int HeightP
                             v2 = (glyph->AtlasY + glyph->HeightPx) * texelSize;
                 const float xs[4] = {x1, x2, x2, x1}, ys[4] = {y1, y1, y2, y2};
                 const float us[4] = {u1, u2, u2, u1}, vs[4] = {v1, v1, v2, v2};
-                for (int corner : {0, 1, 2, 0, 2, 3})
-                    Vertices.insert(Vertices.end(), {xs[corner], ys[corner], us[corner], vs[corner], call.R,
-                                                     call.G, call.B, call.A});
+                Batch.AddQuad(xs, ys, us, vs, call.R, call.G, call.B, call.A);
             }
             penXPx += static_cast<float>(glyph->AdvancePx);
         }
     }
-    if (Vertices.empty())
-        return;
-    glDisable(GL_DEPTH_TEST);
-    glEnable(GL_BLEND);
-    glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
-    glUseProgram(Program);
-    glActiveTexture(GL_TEXTURE0);
-    glBindTexture(GL_TEXTURE_2D, AtlasTexture);
-    glUniform1i(glGetUniformLocation(Program, "Atlas"), 0);
-    glBindVertexArray(VertexArray);
-    glBindBuffer(GL_ARRAY_BUFFER, VertexBuffer);
-    glBufferData(GL_ARRAY_BUFFER, static_cast<GLsizeiptr>(Vertices.size() * sizeof(float)), Vertices.data(),
-                 GL_STREAM_DRAW);
-    glDrawArrays(GL_TRIANGLES, 0, static_cast<GLsizei>(Vertices.size() / FloatsPerVertex));
-    glBindVertexArray(0);
 }

@@ -8,11 +8,13 @@
 
 #include <epoxy/gl.h>
 
+#include "batch2d_gl.h"
 #include "ttf.h"
 
-// FreeType and OpenGL backend of TTF: glyphs are rasterised on first use into one atlas texture and
-// every recorded text call of a flush is drawn in one draw call. (x, y) of a call is the left end of
-// the text's baseline in global coordinates; the depth is not used by this 2D pass.
+// FreeType and OpenGL backend of TTF: glyphs are rasterised on first use into one coverage atlas
+// and recorded text calls become quads of a 2D batch. (x, y) of a call is the left end of the text's
+// baseline in global coordinates; the depth is not used by this 2D pass. The atlas also holds a
+// fully covered texel for the batch's solid shapes.
 class TTFGL
 {
   public:
@@ -25,7 +27,12 @@ class TTFGL
 
     // Opens the font and creates the atlas; needs a current GL 3.3 core context.
     bool Create(const std::string& FontPath, std::string& Error);
-    void Draw(const std::vector<TTFTextCall>& Calls, int WidthPx, int HeightPx);
+    void AppendText(const std::vector<TTFTextCall>& Calls, int WidthPx, int HeightPx, Batch2DGL& Batch);
+
+    GLuint GetAtlasTexture() const { return AtlasTexture; }
+    // The centre of the fully covered texel, for solid shapes.
+    float GetSolidU() const { return 0.5f / AtlasSizePx; }
+    float GetSolidV() const { return 0.5f / AtlasSizePx; }
 
   private:
     struct Glyph
@@ -41,13 +48,9 @@ class TTFGL
     static constexpr int AtlasSizePx = 1024;
     void* Library = nullptr; // FT_Library
     void* Face = nullptr;    // FT_Face
-    GLuint Program = 0;
-    GLuint VertexArray = 0;
-    GLuint VertexBuffer = 0;
     GLuint AtlasTexture = 0;
     int ShelfX = 0, ShelfY = 0, ShelfHeight = 0;
     std::map<std::pair<int, std::uint32_t>, Glyph> Glyphs; // (size, code point)
-    std::vector<float> Vertices;
 };
 
 // Decodes UTF-8 into code points; a malformed byte becomes U+FFFD.

@@ -7,6 +7,7 @@
 #include <SDL3/SDL.h>
 #include <gtest/gtest.h>
 
+#include "batch2d_gl.h"
 #include "core.h"
 #include "glcolor.h"
 #include "glviewport.h"
@@ -49,6 +50,9 @@ class GLContextTest : public ::testing::Test
     void SetUp() override
     {
         ASSERT_NE(Window, nullptr) << "no GL context";
+        std::string error;
+        ASSERT_TRUE(Batch.Create(error)) << error;
+        ASSERT_TRUE(Font.Create(TTFGL::DefaultFontPath, error)) << error;
         glViewport(0, 0, WidthPx, HeightPx);
         glClearColor(0, 0, 1, 1);
         glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
@@ -71,7 +75,16 @@ class GLContextTest : public ::testing::Test
     static float GX(double xPx) { return static_cast<float>(xPx / WidthPx * 2.0 - 1.0); }
     static float GY(double yPx) { return static_cast<float>(1.0 - yPx / HeightPx * 2.0); }
 
+    // Draws primitives through the batch the application uses.
+    void DrawPrimitives(const std::vector<RendPrimitive>& primitives)
+    {
+        AppendRendPrimitives(primitives, WidthPx, HeightPx, Font.GetSolidU(), Font.GetSolidV(), Batch);
+        Batch.Submit(Font.GetAtlasTexture());
+    }
+
     std::vector<std::uint8_t> Pixels;
+    Batch2DGL Batch;
+    TTFGL Font;
 };
 CoreSDL* GLContextTest::Window = nullptr;
 
@@ -90,11 +103,8 @@ RendPrimitive Rect(float x1, float y1, float x2, float y2, float r, float g, flo
 
 TEST_F(GLContextTest, RectangleCoversExactlyItsPixels)
 {
-    RendGL backend;
-    std::string error;
-    ASSERT_TRUE(backend.Create(error)) << error;
     // Pixels 40..79 across, 20..49 down.
-    backend.Draw({Rect(GX(40), GY(20), GX(80), GY(50), 1, 0, 0, 1)}, WidthPx, HeightPx);
+    DrawPrimitives({Rect(GX(40), GY(20), GX(80), GY(50), 1, 0, 0, 1)});
     struct Probe
     {
         int X, Y;
@@ -108,11 +118,8 @@ TEST_F(GLContextTest, RectangleCoversExactlyItsPixels)
 
 TEST_F(GLContextTest, CornersInEitherOrderAndAlphaBlending)
 {
-    RendGL backend;
-    std::string error;
-    ASSERT_TRUE(backend.Create(error)) << error;
     // Lower-right corner first, half-transparent red over the blue clear colour.
-    backend.Draw({Rect(GX(150), GY(90), GX(110), GY(60), 1, 0, 0, 0.5f)}, WidthPx, HeightPx);
+    DrawPrimitives({Rect(GX(150), GY(90), GX(110), GY(60), 1, 0, 0, 0.5f)});
     const Rgba mixed = At(130, 75);
     EXPECT_NEAR(mixed[0], 128, 2);
     EXPECT_EQ(mixed[1], 0);
@@ -122,9 +129,6 @@ TEST_F(GLContextTest, CornersInEitherOrderAndAlphaBlending)
 
 TEST_F(GLContextTest, LinesHaveTheirPixelWidthInEveryDirection)
 {
-    RendGL backend;
-    std::string error;
-    ASSERT_TRUE(backend.Create(error)) << error;
     RendPrimitive horizontal = Rect(GX(20), GY(30), GX(180), GY(30), 0, 1, 0, 1);
     horizontal.Type = RendPrimitive::Kind::Line;
     horizontal.WidthPx = 6; // rows 27..32
@@ -134,7 +138,7 @@ TEST_F(GLContextTest, LinesHaveTheirPixelWidthInEveryDirection)
     RendPrimitive dot = Rect(GX(10), GY(90), GX(10), GY(90), 1, 1, 1, 1);
     dot.Type = RendPrimitive::Kind::Line;
     dot.WidthPx = 8; // zero length: nothing
-    backend.Draw({horizontal, vertical, dot}, WidthPx, HeightPx);
+    DrawPrimitives({horizontal, vertical, dot});
 
     const Rgba green{0, 255, 0, 255}, yellow{255, 255, 0, 255};
     for (int y = 20; y < 40; ++y)
@@ -147,13 +151,11 @@ TEST_F(GLContextTest, LinesHaveTheirPixelWidthInEveryDirection)
 
 TEST_F(GLContextTest, GlyphLandsOnItsBaselineInItsColour)
 {
-    TTFGL backend;
-    std::string error;
-    ASSERT_TRUE(backend.Create(TTFGL::DefaultFontPath, error)) << error;
-    TTF font;
+    TTF text;
     // An "I" at 40 px: a solid vertical bar standing on the baseline at row 70, starting near x 50.
-    font.Text3DL("I", GX(50), GY(70), 0.0f, 40, GLColor(1, 1, 1, 1));
-    backend.Draw(font.GetTextCalls(), WidthPx, HeightPx);
+    text.Text3DL("I", GX(50), GY(70), 0.0f, 40, GLColor(1, 1, 1, 1));
+    Font.AppendText(text.GetTextCalls(), WidthPx, HeightPx, Batch);
+    Batch.Submit(Font.GetAtlasTexture());
     int litInBox = 0, litOutside = 0, lowestLitRow = -1;
     for (int y = 0; y < HeightPx; ++y)
         for (int x = 0; x < WidthPx; ++x)
@@ -168,6 +170,29 @@ TEST_F(GLContextTest, GlyphLandsOnItsBaselineInItsColour)
     EXPECT_GT(litInBox, 100) << "a 40 px capital covers a good part of its box";
     EXPECT_EQ(litOutside, 0);
     EXPECT_EQ(lowestLitRow, 69) << "the glyph ends on the row above the baseline";
+}
+
+TEST_F(GLContextTest, LaterShapesCoverEarlierTextInOneBatch)
+{
+    TTF text;
+    text.Text3DL("I", GX(50), GY(70), 0.0f, 40, GLColor(1, 1, 1, 1));
+    Font.AppendText(text.GetTextCalls(), WidthPx, HeightPx, Batch);
+    // A red panel over the left half of the glyph's box, added after the text.
+    AppendRendPrimitives({Rect(GX(0), GY(0), GX(56), GY(100), 1, 0, 0, 1)}, WidthPx, HeightPx,
+                         Font.GetSolidU(), Font.GetSolidV(), Batch);
+    EXPECT_GT(Batch.GetQuadCount(), 1u);
+    Batch.Submit(Font.GetAtlasTexture());
+    EXPECT_EQ(Batch.GetQuadCount(), 0u) << "a submitted batch starts empty";
+    int whiteLeft = 0, whiteRight = 0;
+    for (int y = 35; y < 70; ++y)
+        for (int x = 50; x < 70; ++x)
+        {
+            const Rgba pixel = At(x, y);
+            if (pixel[1] > 128)
+                (x < 56 ? whiteLeft : whiteRight) += 1;
+        }
+    EXPECT_EQ(whiteLeft, 0) << "the panel drawn later hides the text under it";
+    EXPECT_GT(whiteRight, 0) << "text outside the panel stays";
 }
 
 TEST_F(GLContextTest, MissingFontIsAClearError)

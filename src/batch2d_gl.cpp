@@ -1,0 +1,102 @@
+#include "batch2d_gl.h"
+
+#include "glprogram.h"
+
+namespace
+{
+const char* VertexShader = R"(#version 330 core
+layout(location = 0) in vec2 Position;
+layout(location = 1) in vec2 TexCoord;
+layout(location = 2) in vec4 Colour;
+out vec2 VertexTexCoord;
+out vec4 VertexColour;
+void main()
+{
+    VertexTexCoord = TexCoord;
+    VertexColour = Colour;
+    gl_Position = vec4(Position, 0.0, 1.0);
+}
+)";
+
+// The texture holds coverage in its red channel: glyph shapes, and full coverage for solid shapes.
+const char* FragmentShader = R"(#version 330 core
+uniform sampler2D Coverage;
+in vec2 VertexTexCoord;
+in vec4 VertexColour;
+out vec4 FragColour;
+void main()
+{
+    FragColour = vec4(VertexColour.rgb, VertexColour.a * texture(Coverage, VertexTexCoord).r);
+}
+)";
+} // namespace
+
+Batch2DGL::~Batch2DGL()
+{
+    if (VertexBuffer)
+        glDeleteBuffers(1, &VertexBuffer);
+    if (VertexArray)
+        glDeleteVertexArrays(1, &VertexArray);
+    if (Program)
+        glDeleteProgram(Program);
+}
+
+bool Batch2DGL::Create(std::string& Error)
+{
+    Program = CreateGLProgram(VertexShader, FragmentShader, Error);
+    if (Program == 0)
+        return false;
+    TextureLocation = glGetUniformLocation(Program, "Coverage");
+    glGenVertexArrays(1, &VertexArray);
+    glGenBuffers(1, &VertexBuffer);
+    glBindVertexArray(VertexArray);
+    glBindBuffer(GL_ARRAY_BUFFER, VertexBuffer);
+    const GLsizei stride = FloatsPerVertex * sizeof(float);
+    glEnableVertexAttribArray(0);
+    glVertexAttribPointer(0, 2, GL_FLOAT, GL_FALSE, stride, nullptr);
+    glEnableVertexAttribArray(1);
+    glVertexAttribPointer(1, 2, GL_FLOAT, GL_FALSE, stride, reinterpret_cast<const void*>(2 * sizeof(float)));
+    glEnableVertexAttribArray(2);
+    glVertexAttribPointer(2, 4, GL_FLOAT, GL_FALSE, stride, reinterpret_cast<const void*>(4 * sizeof(float)));
+    glBindVertexArray(0);
+    return true;
+}
+
+void Batch2DGL::AddQuad(const float (&X)[4], const float (&Y)[4], const float (&U)[4], const float (&V)[4],
+                        float R, float G, float B, float A)
+{
+    for (int corner : {0, 1, 2, 0, 2, 3})
+        Vertices.insert(Vertices.end(), {X[corner], Y[corner], U[corner], V[corner], R, G, B, A});
+}
+
+void Batch2DGL::AddSolidQuad(const float (&X)[4], const float (&Y)[4], float U, float V, float R, float G,
+                             float B, float A)
+{
+    const float us[4] = {U, U, U, U}, vs[4] = {V, V, V, V};
+    AddQuad(X, Y, us, vs, R, G, B, A);
+}
+
+void Batch2DGL::Submit(GLuint Texture)
+{
+    if (Program == 0 || Vertices.empty())
+    {
+        Vertices.clear();
+        return;
+    }
+    glDisable(GL_DEPTH_TEST);
+    glDisable(GL_CULL_FACE);
+    glEnable(GL_BLEND);
+    glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
+    glUseProgram(Program);
+    glActiveTexture(GL_TEXTURE0);
+    glBindTexture(GL_TEXTURE_2D, Texture);
+    glUniform1i(TextureLocation, 0);
+    glBindVertexArray(VertexArray);
+    glBindBuffer(GL_ARRAY_BUFFER, VertexBuffer);
+    // Orphan the buffer each time: the driver need not wait for the previous frame's draw.
+    glBufferData(GL_ARRAY_BUFFER, static_cast<GLsizeiptr>(Vertices.size() * sizeof(float)), Vertices.data(),
+                 GL_STREAM_DRAW);
+    glDrawArrays(GL_TRIANGLES, 0, static_cast<GLsizei>(Vertices.size() / FloatsPerVertex));
+    glBindVertexArray(0);
+    Vertices.clear();
+}
