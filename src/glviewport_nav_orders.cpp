@@ -29,6 +29,7 @@ constexpr double VehiclePickRadiusFactor = 1.45; // of Radius: a click just besi
 constexpr double VehiclePickRadiusMin = 28.0;    // map units: small vehicles stay easy to click
 constexpr double AirPickRadius = 48.0;           // map units
 constexpr double NoPickDistance = 1e30;
+constexpr double SquaredTestMargin = 1.0 + 1e-6;
 constexpr double BandEdgeTolerance = 1e-5; // squared map units: a unit on an edge counts as inside
 constexpr double BandMinExtentLocal = 0.001;
 
@@ -131,8 +132,10 @@ bool IsInsideBand(const BandCorners& corners, const Vec3D& position)
             bPositive = true;
         else if (cross < -BandEdgeTolerance)
             bNegative = true;
+        if (bPositive && bNegative)
+            return false;
     }
-    return !(bPositive && bNegative);
+    return true;
 }
 
 // --- Path walking shared by the formation order and its preview ---
@@ -324,10 +327,16 @@ bool GLViewport::SelectNearestUnit(const std::vector<VehicleUnit*>& vehicles, do
     double nearestDistance = NoPickDistance;
     for (std::size_t i = 0; i < vehicles.size(); ++i)
     {
-        const Vec3D& position = vehicles[i]->Position;
-        const double d = std::hypot(position.X - point.X, position.Z - point.Z);
+        const double dx = vehicles[i]->Position.X - point.X;
+        const double dz = vehicles[i]->Position.Z - point.Z;
         const double pickRadius = std::max(static_cast<double>(vehicles[i]->Radius) * VehiclePickRadiusFactor,
                                            VehiclePickRadiusMin);
+        // hypot is slow and nearly every vehicle is far away: a squared test with a margin far above
+        // its rounding skips those without changing which vehicle wins.
+        const double reach = pickRadius * SquaredTestMargin;
+        if (dx * dx + dz * dz > reach * reach)
+            continue;
+        const double d = std::hypot(dx, dz);
         if (d < pickRadius && d < nearestDistance)
         {
             nearestDistance = d;

@@ -134,6 +134,17 @@ TEST(Selection, ClickTakesTheNearestUnitWithTiesToTheEarlierVehicle)
                                               c.ExpectedMask.end();
         EXPECT_EQ(app.Messages().back(), bAny ? "1" + SelectedSuffix : "No units selected.") << c.Name;
     }
+
+    // An exact tie between a vehicle and an aircraft (flying at ground height, so both are measured
+    // from the same point) goes to the vehicle.
+    TestApp app;
+    LookStraightDown(app);
+    const Vec3D point = GroundUnder(app, 0.5, 0.5);
+    AddVehicle(app, point.X + 20.0, point.Z - 7.0);
+    AddAircraft(app, point.X + 20.0, 0.0, point.Z - 7.0);
+    app.View.SelectVehiclesInScreenRect(0.5, 0.5, 0.5, 0.5, false);
+    EXPECT_EQ(app.View.VehicleSelectionMask, std::vector<bool>({true}));
+    EXPECT_FALSE(app.View.bAirUnitsSelected);
 }
 
 TEST(Selection, AircraftArePickedAtTheFirstAircraftsHeight)
@@ -236,38 +247,47 @@ TEST(Selection, ReversedBandsSelectTheSameAndTheLastIndexIsTheHighestSelected)
 
 TEST(Selection, VehiclesExactlyOnAnEdgeOfTheProjectedBandAreInside)
 {
-    TestApp app;
-    LookStraightDown(app);
-    app.View.CameraPitchDeg = 50.0;
-    app.View.CameraYawDeg = 30.0;
-    const double xs[4] = {0.3, 0.7, 0.7, 0.3};
-    const double ys[4] = {0.35, 0.35, 0.65, 0.65};
-    Vec3D corners[4];
-    for (int k = 0; k < 4; ++k)
-        corners[k] = GroundUnder(app, xs[k], ys[k]);
-    // For each edge: its midpoint, and points 0.01 units either side of it along the outward normal.
-    for (int e = 0; e < 4; ++e)
+    // Seen from below (pitch -50, the eye under the ground plane) the projected band winds the
+    // other way round; the inside test must not care.
+    for (double pitchDeg : {50.0, -50.0})
     {
-        const Vec3D& a = corners[e];
-        const Vec3D& b = corners[(e + 1) % 4];
-        const double length = std::hypot(b.X - a.X, b.Z - a.Z);
-        const double midX = (a.X + b.X) * 0.5, midZ = (a.Z + b.Z) * 0.5;
-        const double centreX = (corners[0].X + corners[2].X) * 0.5,
-                     centreZ = (corners[0].Z + corners[2].Z) * 0.5;
-        double nx = (b.Z - a.Z) / length, nz = -(b.X - a.X) / length;
-        if (nx * (midX - centreX) + nz * (midZ - centreZ) < 0.0)
+        TestApp app;
+        LookStraightDown(app);
+        app.View.CameraPitchDeg = pitchDeg;
+        app.View.CameraYawDeg = 30.0;
+        const double xs[4] = {0.3, 0.7, 0.7, 0.3};
+        const double ys[4] = {0.35, 0.35, 0.65, 0.65};
+        Vec3D corners[4];
+        for (int k = 0; k < 4; ++k)
+            corners[k] = GroundUnder(app, xs[k], ys[k]);
+        // For each edge: its midpoint, and points 0.01 units either side of it along the outward normal.
+        for (int e = 0; e < 4; ++e)
         {
-            nx = -nx;
-            nz = -nz;
+            const Vec3D& a = corners[e];
+            const Vec3D& b = corners[(e + 1) % 4];
+            const double length = std::hypot(b.X - a.X, b.Z - a.Z);
+            const double midX = (a.X + b.X) * 0.5, midZ = (a.Z + b.Z) * 0.5;
+            const double centreX = (corners[0].X + corners[2].X) * 0.5,
+                         centreZ = (corners[0].Z + corners[2].Z) * 0.5;
+            double nx = (b.Z - a.Z) / length, nz = -(b.X - a.X) / length;
+            if (nx * (midX - centreX) + nz * (midZ - centreZ) < 0.0)
+            {
+                nx = -nx;
+                nz = -nz;
+            }
+            app.View.Vehicles.clear();
+            AddVehicle(app, midX, midZ);
+            AddVehicle(app, midX + nx * 0.01, midZ + nz * 0.01);
+            AddVehicle(app, midX - nx * 0.01, midZ - nz * 0.01);
+            AddVehicle(app, a.X, a.Z); // a corner itself
+            // Within the tolerance (a cross product of about 1e-7) outside still counts; 1e-6 out does not.
+            AddVehicle(app, midX + nx * 1e-9, midZ + nz * 1e-9);
+            AddVehicle(app, midX + nx * 1e-6, midZ + nz * 1e-6);
+            app.View.SelectVehiclesInScreenRect(0.3, 0.35, 0.7, 0.65, false);
+            EXPECT_EQ(app.View.VehicleSelectionMask,
+                      std::vector<bool>({true, false, true, true, true, false}))
+                << "pitch " << pitchDeg << " edge " << e << " of length " << length;
         }
-        app.View.Vehicles.clear();
-        AddVehicle(app, midX, midZ);
-        AddVehicle(app, midX + nx * 0.01, midZ + nz * 0.01);
-        AddVehicle(app, midX - nx * 0.01, midZ - nz * 0.01);
-        AddVehicle(app, a.X, a.Z); // a corner itself
-        app.View.SelectVehiclesInScreenRect(0.3, 0.35, 0.7, 0.65, false);
-        EXPECT_EQ(app.View.VehicleSelectionMask, std::vector<bool>({true, false, true, true}))
-            << "edge " << e;
     }
 }
 

@@ -1,0 +1,139 @@
+// Selection and order costs on the frame loop's thread: band and click selection over 100,000
+// vehicles, a move order and a formation order for 10,000 vehicles, and the formation preview.
+// Snapping and route planning are trivial here, so the figures are the layer's own.
+#include <benchmark/benchmark.h>
+
+#include <cmath>
+#include <memory>
+#include <random>
+#include <vector>
+
+#include "core.h"
+#include "glviewport.h"
+#include "mouse.h"
+#include "rend.h"
+#include "vehicleunit.h"
+
+namespace
+{
+class BenchViewport : public GLViewport
+{
+  public:
+    std::size_t PlannedGoals = 0;
+
+    Vec3D FindDriveableVehicleWaypoint(const Vec3D& Point) const override { return Point; }
+    void SubmitVehicleRoutePlan(const std::vector<Vec3D>& goals, const std::vector<bool>&, bool) override
+    {
+        PlannedGoals = goals.size();
+    }
+};
+
+struct BenchApp
+{
+    CoreSDL CoreSdl;
+    Mouse MouseState;
+    Rend Renderer;
+    Quindle App;
+    Core CoreServices{&CoreSdl, &Renderer, &MouseState, &App};
+    BenchViewport View;
+
+    // Vehicles spread over the 1024 x 1024 map, seen whole by the reset camera. No status window:
+    // its message history would grow with every iteration.
+    explicit BenchApp(int vehicleCount)
+    {
+        p = &CoreServices;
+        View.SpringMap.LoadHeightGrid(129, 129, 8.0f, std::vector<float>(129 * 129, 0.0f));
+        View.ResetSpringMapCamera();
+        std::mt19937 rng(12345u);
+        std::uniform_real_distribution<double> coordinate(0.0, 1024.0);
+        View.Vehicles.reserve(static_cast<std::size_t>(vehicleCount));
+        for (int i = 0; i < vehicleCount; ++i)
+        {
+            View.Vehicles.push_back(std::make_unique<VehicleUnit>());
+            View.Vehicles.back()->Position = Vec3D(coordinate(rng), 0.0, coordinate(rng));
+        }
+    }
+    ~BenchApp() { p = nullptr; }
+    void SelectAll() { View.VehicleSelectionMask.assign(View.Vehicles.size(), true); }
+};
+
+// A winding path of `points` map points, about 1,500 units long.
+std::vector<Vec3D> MakeWindingPath(int points)
+{
+    std::vector<Vec3D> path;
+    path.reserve(static_cast<std::size_t>(points));
+    for (int i = 0; i < points; ++i)
+    {
+        const double s = static_cast<double>(i) / (points - 1);
+        path.emplace_back(100.0 + 800.0 * s, 0.0, 500.0 + 300.0 * std::sin(s * 12.0));
+    }
+    return path;
+}
+
+void BM_SelectBand100k(benchmark::State& state)
+{
+    BenchApp app(100000);
+    for (auto _ : state)
+    {
+        app.View.SelectVehiclesInScreenRect(0.2, 0.25, 0.8, 0.75, false);
+        benchmark::DoNotOptimize(app.View.LastSelectedVehicleIndex);
+    }
+}
+BENCHMARK(BM_SelectBand100k)->Unit(benchmark::kMillisecond);
+
+void BM_SelectClick100k(benchmark::State& state)
+{
+    BenchApp app(100000);
+    for (auto _ : state)
+    {
+        app.View.SelectVehiclesInScreenRect(0.5, 0.5, 0.5, 0.5, false);
+        benchmark::DoNotOptimize(app.View.LastSelectedVehicleIndex);
+    }
+}
+BENCHMARK(BM_SelectClick100k)->Unit(benchmark::kMillisecond);
+
+void BM_MoveOrder10k(benchmark::State& state)
+{
+    BenchApp app(10000);
+    app.SelectAll();
+    for (auto _ : state)
+    {
+        app.View.SubmitSelectedVehicleRoute(Vec3D(700.0, 0.0, 300.0), false);
+        benchmark::DoNotOptimize(app.View.PlannedGoals);
+    }
+}
+BENCHMARK(BM_MoveOrder10k)->Unit(benchmark::kMillisecond);
+
+void BM_FormationOrder10kOn1000Points(benchmark::State& state)
+{
+    BenchApp app(10000);
+    app.SelectAll();
+    const std::vector<Vec3D> path = MakeWindingPath(1000);
+    for (auto _ : state)
+    {
+        app.View.SubmitSelectedVehicleFormationRoute(path, false);
+        benchmark::DoNotOptimize(app.View.PlannedGoals);
+    }
+}
+BENCHMARK(BM_FormationOrder10kOn1000Points)->Unit(benchmark::kMillisecond);
+
+void BM_FormationPreview10kOn1000Samples(benchmark::State& state)
+{
+    BenchApp app(10000);
+    app.SelectAll();
+    app.View.bOrderDrag = true;
+    for (const Vec3D& point : MakeWindingPath(1000))
+    {
+        app.View.FormationScreenX.push_back(point.X / 1024.0);
+        app.View.FormationScreenY.push_back(point.Z / 1024.0);
+    }
+    for (auto _ : state)
+    {
+        app.Renderer.ClearRecord(); // keeps its capacity: the record does not grow across iterations
+        app.View.RenderFormationOrderOverlay();
+        benchmark::DoNotOptimize(app.Renderer.GetPrimitives().data());
+    }
+    state.counters["primitives"] = static_cast<double>(app.Renderer.GetPrimitives().size());
+}
+BENCHMARK(BM_FormationPreview10kOn1000Samples)->Unit(benchmark::kMillisecond);
+} // namespace

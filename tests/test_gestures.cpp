@@ -1,0 +1,687 @@
+// Order gestures driven through MouseProcessing frames: patrol keys and clicks, box selection, the
+// right-button click and drag orders with their sampling, and the formation preview.
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <random>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "order_test_view.h"
+
+namespace
+{
+using ordertest::AddAircraft;
+using ordertest::AddVehicle;
+using ordertest::LookStraightDown;
+using ordertest::SelectVehicles;
+using Messages = std::vector<std::string>;
+
+const std::string ArmedMessage =
+    "Patrol: left click to place; Shift-click appends; Escape/right click cancels.";
+const std::string CancelledMessage = "Patrol placement cancelled.";
+const std::string DeselectedMessage = "Air unit deselected.";
+const std::string AppendedMessage = "Patrol point appended.";
+const std::string IssuedMessage = "Patrol route issued. Shift-click to append; Escape/right click cancels.";
+
+// Straight down over (512, 512) from 800: one local unit is about 1178 world units across.
+struct GestureApp : TestApp
+{
+    GestureApp()
+    {
+        LookStraightDown(*this);
+        AddVehicle(*this, 400.0, 400.0);
+        AddVehicle(*this, 430.0, 400.0);
+    }
+    Vec3D GroundUnder(double x01, double y01) const
+    {
+        Vec3D world;
+        EXPECT_TRUE(View.ScreenToSpringMapWorld(x01, y01, world)) << x01 << ", " << y01;
+        return world;
+    }
+    void KeyFrame(SDL_Scancode code, bool bDown)
+    {
+        sdlseam::SetKey(code, bDown);
+        Frame();
+    }
+    void LeftClickAt(double x01, double y01, SDL_Keymod mods = SDL_KMOD_NONE)
+    {
+        sdlseam::SetMods(mods);
+        PointAtLocal(x01, y01);
+        Frame(true);
+        Frame();
+        sdlseam::SetMods(SDL_KMOD_NONE);
+    }
+    // Presses the right button at the first point, holds it over the rest, and releases at the last.
+    void RightGesture(const std::vector<std::pair<double, double>>& points,
+                      SDL_Keymod releaseMods = SDL_KMOD_NONE)
+    {
+        PointAtLocal(points.front().first, points.front().second);
+        Frame(false, false, true);
+        for (std::size_t i = 1; i + 1 < points.size(); ++i)
+        {
+            PointAtLocal(points[i].first, points[i].second);
+            Frame(false, false, true);
+        }
+        PointAtLocal(points.back().first, points.back().second);
+        sdlseam::SetMods(releaseMods);
+        Frame();
+        sdlseam::SetMods(SDL_KMOD_NONE);
+    }
+};
+
+// --- Patrol ---
+
+TEST(PatrolKeys, OnlyPressEdgesWithFocusAndSelectedAircraftArmOrCancel)
+{
+    GestureApp app;
+    AddAircraft(app, 0, 300, 0);
+    app.View.bMouseInteraction = false; // the keys work without mouse interaction
+
+    app.KeyFrame(SDL_SCANCODE_P, true);
+    EXPECT_FALSE(app.View.bAirPatrolPlacement) << "no aircraft selected";
+    app.KeyFrame(SDL_SCANCODE_P, false);
+    app.View.bAirUnitsSelected = true;
+    app.KeyFrame(SDL_SCANCODE_P, true);
+    app.KeyFrame(SDL_SCANCODE_P, true); // held: no second edge
+    EXPECT_TRUE(app.View.bAirPatrolPlacement);
+    app.KeyFrame(SDL_SCANCODE_ESCAPE, true);
+    EXPECT_FALSE(app.View.bAirPatrolPlacement);
+    app.KeyFrame(SDL_SCANCODE_ESCAPE, false);
+    app.KeyFrame(SDL_SCANCODE_ESCAPE, true); // nothing armed: silent
+    app.KeyFrame(SDL_SCANCODE_ESCAPE, false);
+    app.KeyFrame(SDL_SCANCODE_P, false);
+    EXPECT_EQ(app.Messages(), Messages({ArmedMessage, CancelledMessage}));
+
+    // Without focus the keys do nothing and are remembered as up, so P held into focus is an edge.
+    app.View.bHasFocus = false;
+    app.KeyFrame(SDL_SCANCODE_P, true);
+    EXPECT_FALSE(app.View.bAirPatrolPlacement);
+    EXPECT_FALSE(app.View.bPrevPatrolKey);
+    app.View.bHasFocus = true;
+    app.Frame();
+    EXPECT_TRUE(app.View.bAirPatrolPlacement);
+    EXPECT_EQ(app.Messages().size(), 3u);
+}
+
+TEST(PatrolClicks, ShiftClicksAppendAndAPlainClickAfterARouteDeselects)
+{
+    struct Case
+    {
+        const char* Name;
+        std::vector<SDL_Keymod> Clicks;
+        Messages ExpectedAfterArming;
+        std::size_t ExpectedPatrolPoints;
+    } cases[] = {
+        {"Shift, Shift, plain",
+         {SDL_KMOD_LSHIFT, SDL_KMOD_RSHIFT, SDL_KMOD_NONE},
+         {AppendedMessage, AppendedMessage, DeselectedMessage},
+         2},
+        {"plain, Shift, plain",
+         {SDL_KMOD_NONE, SDL_KMOD_LSHIFT, SDL_KMOD_NONE},
+         {IssuedMessage, AppendedMessage, DeselectedMessage},
+         2},
+    };
+    for (const Case& c : cases)
+    {
+        GestureApp app;
+        AirUnit& aircraft = AddAircraft(app, 0, 300, 0, 350.0f);
+        app.View.bAirUnitsSelected = true;
+        app.KeyFrame(SDL_SCANCODE_P, true);
+        const double xs[3] = {0.3, 0.4, 0.5};
+        for (std::size_t i = 0; i < c.Clicks.size(); ++i)
+        {
+            app.LeftClickAt(xs[i], 0.3, c.Clicks[i]);
+            EXPECT_FALSE(app.View.bSelectionDragActive) << c.Name << " click " << i;
+            EXPECT_FALSE(app.View.bOrbitDrag) << c.Name << " click " << i;
+        }
+        Messages expected = {ArmedMessage};
+        expected.insert(expected.end(), c.ExpectedAfterArming.begin(), c.ExpectedAfterArming.end());
+        EXPECT_EQ(app.Messages(), expected) << c.Name;
+        ASSERT_EQ(aircraft.ActiveCommand.Points.size(), c.ExpectedPatrolPoints) << c.Name;
+        EXPECT_EQ(aircraft.ActiveCommand.Type, AirCommandType::Patrol) << c.Name;
+        for (std::size_t i = 0; i < c.ExpectedPatrolPoints; ++i)
+        {
+            const Vec3D ground = app.GroundUnder(xs[i], 0.3);
+            EXPECT_NEAR(aircraft.ActiveCommand.Points[i].X, ground.X, 1e-6) << c.Name << " point " << i;
+            EXPECT_NEAR(aircraft.ActiveCommand.Points[i].Z, ground.Z, 1e-6) << c.Name << " point " << i;
+            EXPECT_EQ(aircraft.ActiveCommand.Points[i].Y, 350.0) << c.Name << " point " << i;
+        }
+        EXPECT_FALSE(app.View.bAirUnitsSelected) << c.Name;
+        EXPECT_FALSE(app.View.bAirPatrolPlacement) << c.Name;
+        EXPECT_FALSE(app.View.bAirPatrolRouteActive) << c.Name;
+    }
+}
+
+TEST(PatrolClicks, FailedPicksAndPanelPressesPlaceNothing)
+{
+    GestureApp app;
+    AirUnit& aircraft = AddAircraft(app, 0, 300, 0);
+    app.View.bAirUnitsSelected = true;
+    app.KeyFrame(SDL_SCANCODE_P, true);
+
+    // Looking almost level, the top of the viewport shows sky: the press is taken, nothing placed.
+    app.View.CameraPitchDeg = 20.0;
+    app.PointAtLocal(0.3, 0.0);
+    app.Frame(true);
+    EXPECT_TRUE(app.App.bChildWindowProcessed);
+    EXPECT_FALSE(app.View.bOrbitDrag);
+    app.Frame();
+    EXPECT_TRUE(app.View.bAirPatrolPlacement);
+    EXPECT_FALSE(app.View.bAirPatrolRouteActive);
+    EXPECT_FALSE(aircraft.bHasActiveOrder);
+    EXPECT_EQ(app.Messages(), Messages({ArmedMessage}));
+
+    // A press on the navigation panel (between its buttons) is not a patrol click.
+    app.View.bNavWidgetVisible = true;
+    double x1 = 0, y1 = 0, x2 = 0, y2 = 0;
+    ASSERT_TRUE(app.View.GetNavWidgetPanelRect(x1, y1, x2, y2));
+    app.LeftClickAt(x1 + (x2 - x1) * 0.01, y1 + (y2 - y1) * 0.5);
+    EXPECT_EQ(app.View.HoverNavButton, 0);
+    EXPECT_TRUE(app.View.bAirPatrolPlacement);
+    EXPECT_FALSE(aircraft.bHasActiveOrder);
+    EXPECT_EQ(app.Messages().size(), 1u);
+}
+
+TEST(PatrolClicks, ARightPressCancelsPlacementAnywhereAndStartsNoOrder)
+{
+    for (double x01 : {0.4, 1.3})
+    {
+        GestureApp app;
+        AddAircraft(app, 0, 300, 0);
+        SelectVehicles(app, {0, 1});
+        app.View.bAirUnitsSelected = true;
+        app.KeyFrame(SDL_SCANCODE_P, true);
+        app.RightGesture({{x01, 0.4}, {x01, 0.4}});
+        EXPECT_FALSE(app.View.bAirPatrolPlacement) << "x " << x01;
+        EXPECT_TRUE(app.View.RoutePlans.empty()) << "x " << x01;
+        EXPECT_EQ(app.Messages(), Messages({ArmedMessage, CancelledMessage})) << "x " << x01;
+        // With placement gone, the next right click inside is an order.
+        app.RightGesture({{0.4, 0.4}, {0.4, 0.4}});
+        EXPECT_EQ(app.View.RoutePlans.size(), 1u) << "x " << x01;
+    }
+}
+
+TEST(PatrolClicks, EscapeEndsAnIssuedRouteSequence)
+{
+    GestureApp app;
+    AddAircraft(app, 0, 300, 0);
+    app.View.bAirUnitsSelected = true;
+    app.KeyFrame(SDL_SCANCODE_P, true);
+    app.LeftClickAt(0.3, 0.3);
+    EXPECT_TRUE(app.View.bAirPatrolRouteActive);
+    app.KeyFrame(SDL_SCANCODE_ESCAPE, true);
+    EXPECT_FALSE(app.View.bAirPatrolRouteActive);
+    // A plain click now selects as usual instead of deselecting the aircraft.
+    app.LeftClickAt(0.3, 0.3);
+    EXPECT_EQ(app.Messages(),
+              Messages({ArmedMessage, IssuedMessage, CancelledMessage, "No units selected."}));
+}
+
+// --- Box selection ---
+
+TEST(BoxSelectionGesture, DragSelectsAtTheReleaseAltOrbitsAndShiftAtTheReleaseAdds)
+{
+    GestureApp app;
+    AddVehicle(app, 700.0, 600.0);
+    double ax = 0, ay = 0, bx = 0, by = 0;
+    ordertest::ProjectToLocal(app.View, 380.0, 0.0, 380.0, ax, ay);
+    ordertest::ProjectToLocal(app.View, 450.0, 0.0, 420.0, bx, by);
+
+    app.PointAtLocal(bx, by); // dragged from the bottom right to the top left
+    app.Frame(true);
+    EXPECT_TRUE(app.View.bSelectionDragActive);
+    EXPECT_FALSE(app.View.bOrbitDrag);
+    app.PointAtLocal(ax, ay);
+    app.Frame(true);
+    EXPECT_EQ(app.View.SelectionEndX, ax);
+    EXPECT_TRUE(app.View.VehicleSelectionMask.empty()) << "nothing is selected before the release";
+    app.Frame();
+    EXPECT_FALSE(app.View.bSelectionDragActive);
+    EXPECT_EQ(app.View.VehicleSelectionMask, std::vector<bool>({true, true, false}));
+    EXPECT_EQ(app.Messages(), Messages({"2 unit(s) selected. Right click to move."}));
+
+    // Alt at the press: the camera orbits and the selection stays.
+    sdlseam::SetMods(SDL_KMOD_RALT);
+    app.PointAtLocal(0.5, 0.5);
+    app.Frame(true);
+    EXPECT_FALSE(app.View.bSelectionDragActive);
+    EXPECT_TRUE(app.View.bOrbitDrag);
+    app.Frame();
+    sdlseam::SetMods(SDL_KMOD_NONE);
+
+    // Shift counts at the release, not at the press.
+    double cx = 0, cy = 0;
+    ordertest::ProjectToLocal(app.View, 700.0, 0.0, 600.0, cx, cy);
+    app.PointAtLocal(cx, cy);
+    app.Frame(true);
+    sdlseam::SetMods(SDL_KMOD_LSHIFT);
+    app.Frame();
+    sdlseam::SetMods(SDL_KMOD_NONE);
+    EXPECT_EQ(app.View.VehicleSelectionMask, std::vector<bool>({true, true, true}));
+    EXPECT_EQ(app.Messages().back(), "3 unit(s) selected. Right click to move.");
+    EXPECT_EQ(app.View.LastSelectedVehicleIndex, 2);
+
+    // Without unit control a left press orbits.
+    app.View.bVehicleControl = false;
+    app.Frame(true);
+    EXPECT_FALSE(app.View.bSelectionDragActive);
+    EXPECT_TRUE(app.View.bOrbitDrag);
+}
+
+// --- Right-button orders ---
+
+TEST(OrderGesture, ClicksAndDragsGiveTheirOrderAndMessageWithShiftReadAtTheRelease)
+{
+    struct Case
+    {
+        const char* Name;
+        std::vector<std::pair<double, double>> Points;
+        SDL_Keymod PressMods, ReleaseMods;
+        const char* ExpectedMessage;
+        bool bExpectAppend;
+    } cases[] = {
+        {"click",
+         {{0.5, 0.5}, {0.5, 0.5}},
+         SDL_KMOD_NONE,
+         SDL_KMOD_NONE,
+         "Selected units ordered to waypoint.",
+         false},
+        {"Shift click",
+         {{0.5, 0.5}, {0.5, 0.5}},
+         SDL_KMOD_NONE,
+         SDL_KMOD_LSHIFT,
+         "Waypoint queued for selected units.",
+         true},
+        {"Shift only at the press",
+         {{0.5, 0.5}, {0.5, 0.5}},
+         SDL_KMOD_RSHIFT,
+         SDL_KMOD_NONE,
+         "Selected units ordered to waypoint.",
+         false},
+        {"wiggle within 0.006",
+         {{0.5, 0.5}, {0.5045, 0.5}, {0.5, 0.504}, {0.503, 0.503}},
+         SDL_KMOD_NONE,
+         SDL_KMOD_NONE,
+         "Selected units ordered to waypoint.",
+         false},
+        {"drag",
+         {{0.3, 0.5}, {0.4, 0.5}, {0.5, 0.55}},
+         SDL_KMOD_NONE,
+         SDL_KMOD_NONE,
+         "Formation move order issued.",
+         false},
+        {"Shift drag",
+         {{0.3, 0.5}, {0.4, 0.5}, {0.5, 0.55}},
+         SDL_KMOD_NONE,
+         SDL_KMOD_RSHIFT,
+         "Formation waypoint queued.",
+         true},
+    };
+    for (const Case& c : cases)
+    {
+        GestureApp app;
+        SelectVehicles(app, {0, 1});
+        sdlseam::SetMods(c.PressMods);
+        app.RightGesture(c.Points, c.ReleaseMods);
+        EXPECT_EQ(app.Messages(), Messages({c.ExpectedMessage})) << c.Name;
+        ASSERT_EQ(app.View.RoutePlans.size(), 1u) << c.Name;
+        EXPECT_EQ(app.View.RoutePlans[0].bAppend, c.bExpectAppend) << c.Name;
+        EXPECT_TRUE(app.App.bChildWindowProcessed) << c.Name;
+        EXPECT_FALSE(app.View.bOrderDrag) << c.Name;
+        // A click goes to the release point (the centre slot of the move order); a drag lines up from
+        // the press point to the release point.
+        const Vec3D release = app.GroundUnder(c.Points.back().first, c.Points.back().second);
+        const Vec3D press = app.GroundUnder(c.Points.front().first, c.Points.front().second);
+        const bool bDrag = std::string(c.ExpectedMessage).find("Formation") == 0;
+        const Vec3D& first = app.View.DriveableRequests.front();
+        const Vec3D& last = app.View.DriveableRequests.back();
+        EXPECT_NEAR(first.X, bDrag ? press.X : release.X, 1e-6) << c.Name;
+        EXPECT_NEAR(first.Z, bDrag ? press.Z : release.Z, 1e-6) << c.Name;
+        if (bDrag)
+        {
+            EXPECT_NEAR(last.X, release.X, 1e-6) << c.Name;
+            EXPECT_NEAR(last.Z, release.Z, 1e-6) << c.Name;
+        }
+    }
+}
+
+TEST(OrderGesture, ADragThatReturnsToItsPressPointIsStillAFormation)
+{
+    GestureApp app;
+    SelectVehicles(app, {0, 1});
+    app.RightGesture({{0.5, 0.5}, {0.6, 0.5}, {0.5, 0.5}, {0.5, 0.5}});
+    EXPECT_EQ(app.Messages(), Messages({"Formation move order issued."}));
+    // The path closes on itself, so the formation becomes a move order to its last point.
+    ASSERT_EQ(app.View.FormationPath.size(), 3u);
+    const Vec3D press = app.GroundUnder(0.5, 0.5);
+    EXPECT_NEAR(app.View.DriveableRequests.front().X, press.X, 1e-6);
+    EXPECT_NEAR(app.View.DriveableRequests.front().Z, press.Z, 1e-6);
+    ASSERT_EQ(app.View.RoutePlans.size(), 1u);
+}
+
+TEST(OrderGesture, PathSamplesNeedScreenOrGroundDistanceAndTheReleaseNeedsOneUnit)
+{
+    struct Case
+    {
+        const char* Name;
+        double CameraDistance;
+        double Step;        // local x step of each held frame
+        double ReleaseStep; // local x offset of the release from the last held point
+        std::size_t ExpectedScreenSamples;
+        std::size_t ExpectedPathPoints;
+    } cases[] = {
+        // 800: 0.005 local is about 5.9 world; two held steps add one sample only every second frame.
+        {"small steps, near", 800.0, 0.005, 0.0, 3, 3},
+        {"0.0065 steps", 800.0, 0.0065, 0.0, 5, 5},
+        // 5000: 0.005 local is about 36.8 world, beyond 12.
+        {"small steps, far", 5000.0, 0.005, 0.0, 5, 5},
+        // The release 0.0005 local (0.6 world) from the last sample is dropped, 0.0015 (1.8) is kept.
+        {"release within one unit", 800.0, 0.005, 0.0005, 3, 3},
+        {"release beyond one unit", 800.0, 0.005, 0.0015, 3, 4},
+    };
+    for (const Case& c : cases)
+    {
+        GestureApp app;
+        app.View.CameraDistance = c.CameraDistance;
+        SelectVehicles(app, {0});
+        std::vector<std::pair<double, double>> points;
+        for (int i = 0; i <= 4; ++i)
+            points.push_back({0.5 + c.Step * i, 0.5});
+        points.push_back({0.5 + c.Step * 4 + c.ReleaseStep, 0.5});
+        app.RightGesture(points);
+        EXPECT_EQ(app.View.FormationScreenX.size(), c.ExpectedScreenSamples) << c.Name;
+        EXPECT_EQ(app.View.FormationScreenY.size(), c.ExpectedScreenSamples) << c.Name;
+        EXPECT_EQ(app.View.FormationPath.size(), c.ExpectedPathPoints) << c.Name;
+        EXPECT_EQ(app.Messages(), Messages({"Formation move order issued."})) << c.Name;
+    }
+}
+
+TEST(OrderGesture, FailedPicksFallBackToTheLastPickedPoint)
+{
+    GestureApp app;
+    SelectVehicles(app, {0});
+    app.View.CameraPitchDeg = 20.0; // the top of the viewport shows sky
+    app.RightGesture({{0.5, 0.6}, {0.5, 0.6}});
+    const Vec3D first = app.GroundUnder(0.5, 0.6);
+
+    // A click whose press and release both miss goes to the previous gesture's point.
+    app.RightGesture({{0.5, 0.0}, {0.5, 0.0}});
+    EXPECT_TRUE(app.View.FormationPath.empty());
+    EXPECT_EQ(app.View.FormationScreenX.size(), 1u);
+    ASSERT_EQ(app.View.RoutePlans.size(), 2u);
+    EXPECT_NEAR(app.View.RoutePlans[1].Goals[0].X, first.X, 1e-9);
+    EXPECT_NEAR(app.View.RoutePlans[1].Goals[0].Z, first.Z, 1e-9);
+    EXPECT_NEAR(app.View.OrderPressWorld.X, first.X, 1e-9);
+
+    // A drag from the map into the sky: the only picked point is the press point, taken twice.
+    app.RightGesture({{0.3, 0.7}, {0.3, 0.0}, {0.3, 0.0}});
+    const Vec3D press = app.GroundUnder(0.3, 0.7);
+    ASSERT_EQ(app.View.FormationPath.size(), 2u);
+    for (const Vec3D& point : app.View.FormationPath)
+    {
+        EXPECT_NEAR(point.X, press.X, 1e-9);
+        EXPECT_NEAR(point.Z, press.Z, 1e-9);
+    }
+    EXPECT_EQ(app.Messages().back(), "Formation move order issued.");
+    ASSERT_EQ(app.View.RoutePlans.size(), 3u);
+    EXPECT_NEAR(app.View.RoutePlans[2].Goals[0].X, press.X, 1e-9);
+
+    // After a press off the map, the first picked point starts the path even at the press sample
+    // (here the camera tilts down while the button is held).
+    app.PointAtLocal(0.5, 0.0);
+    app.Frame(false, false, true);
+    EXPECT_TRUE(app.View.FormationPath.empty());
+    app.View.CameraPitchDeg = 40.0;
+    app.Frame(false, false, true);
+    ASSERT_EQ(app.View.FormationPath.size(), 1u);
+    EXPECT_EQ(app.View.FormationScreenX.size(), 2u);
+    app.Frame();
+    EXPECT_EQ(app.View.FormationPath.size(), 1u) << "the release point is the same map point";
+    EXPECT_EQ(app.Messages().back(), "Selected units ordered to waypoint.");
+    const Vec3D top = app.GroundUnder(0.5, 0.0);
+    EXPECT_NEAR(app.View.RoutePlans.back().Goals[0].X, top.X, 1e-9);
+    EXPECT_NEAR(app.View.RoutePlans.back().Goals[0].Z, top.Z, 1e-9);
+}
+
+TEST(OrderGesture, NeedsASelectionUnitControlAndTheMapButNotAWindow)
+{
+    struct Case
+    {
+        const char* Name;
+        bool bVehicle, bAir, bControl, bMapView, bParent;
+        bool bExpectOrder;
+    } cases[] = {
+        {"nothing selected", false, false, true, true, true, false},
+        {"aircraft only", false, true, true, true, true, true},
+        {"control off", true, false, false, true, true, false},
+        {"map view off", true, false, true, false, true, false},
+        {"no window", true, false, true, true, false, true},
+    };
+    for (const Case& c : cases)
+    {
+        GestureApp app;
+        AirUnit& aircraft = AddAircraft(app, 0, 300, 0);
+        if (c.bVehicle)
+            SelectVehicles(app, {1});
+        app.View.bAirUnitsSelected = c.bAir;
+        app.View.bVehicleControl = c.bControl;
+        app.View.bSpringMapView = c.bMapView;
+        if (!c.bParent)
+            app.View.pParentWindow = nullptr;
+        app.PointAtLocal(0.5, 0.5);
+        app.Frame(false, false, true);
+        EXPECT_EQ(app.View.bOrderDrag, c.bExpectOrder) << c.Name;
+        app.Frame();
+        EXPECT_EQ(app.View.RoutePlans.size(), c.bExpectOrder ? 1u : 0u) << c.Name;
+        EXPECT_EQ(aircraft.bHasActiveOrder, c.bExpectOrder && c.bAir) << c.Name;
+        EXPECT_EQ(app.View.Vehicles[1]->bHasTarget, c.bExpectOrder && c.bVehicle) << c.Name;
+        const bool bExpectMessage = c.bExpectOrder && c.bParent;
+        EXPECT_EQ(app.Messages().size(), bExpectMessage ? 1u : 0u) << c.Name;
+    }
+}
+
+TEST(OrderGesture, ADragReleasedOutsideTheViewportStillOrders)
+{
+    GestureApp app;
+    SelectVehicles(app, {0, 1});
+    app.RightGesture({{0.5, 0.5}, {0.9, 0.5}, {1.2, 0.5}});
+    EXPECT_EQ(app.Messages(), Messages({"Formation move order issued."}));
+    EXPECT_EQ(app.View.RoutePlans.size(), 1u);
+}
+
+// --- Formation preview ---
+
+struct Cross
+{
+    float X, Y;
+};
+
+// The preview's path segments and cross centres, checking each cross's shape on the way.
+void ReadPreview(const Rend& rend, std::size_t pathSegments, std::vector<Cross>& crosses)
+{
+    const auto& lines = rend.GetPrimitives();
+    ASSERT_GE(lines.size(), pathSegments);
+    for (std::size_t i = 0; i < pathSegments; ++i)
+    {
+        EXPECT_FLOAT_EQ(lines[i].R, 1.0f) << "segment " << i;
+        EXPECT_FLOAT_EQ(lines[i].G, 0.9f) << "segment " << i;
+        EXPECT_FLOAT_EQ(lines[i].WidthPx, 2.0f) << "segment " << i;
+    }
+    ASSERT_EQ((lines.size() - pathSegments) % 2, 0u);
+    for (std::size_t i = pathSegments; i < lines.size(); i += 2)
+    {
+        const RendPrimitive& h = lines[i];
+        const RendPrimitive& v = lines[i + 1];
+        EXPECT_FLOAT_EQ(h.R, 0.24f) << "cross " << i;
+        EXPECT_FLOAT_EQ(h.A, 0.9f) << "cross " << i;
+        EXPECT_FLOAT_EQ(h.WidthPx, 1.5f) << "cross " << i;
+        EXPECT_FLOAT_EQ(h.Y1, h.Y2) << "horizontal stroke first, cross " << i;
+        EXPECT_FLOAT_EQ(v.X1, v.X2) << "vertical stroke second, cross " << i;
+        EXPECT_NEAR(h.X2 - h.X1, 0.016f, 1e-6f) << "cross " << i;
+        EXPECT_NEAR(v.Y2 - v.Y1, 0.016f, 1e-6f) << "cross " << i;
+        crosses.push_back({v.X1, h.Y1});
+    }
+}
+
+TEST(FormationPreview, CrossesAtEqualScreenLengthStepsAlongThePath)
+{
+    struct Case
+    {
+        const char* Name;
+        int Selected;
+        std::vector<Cross> Expected; // local
+    } cases[] = {
+        // Path (0.2, 0.5) -> (0.5, 0.5) -> (0.5, 0.8): 0.6 long.
+        {"four vehicles", 4, {{0.2f, 0.5f}, {0.4f, 0.5f}, {0.5f, 0.6f}, {0.5f, 0.8f}}},
+        {"one vehicle: the middle", 1, {{0.5f, 0.5f}}},
+        {"aircraft only: one cross in the middle", 0, {{0.5f, 0.5f}}},
+    };
+    for (const Case& c : cases)
+    {
+        TestApp app;
+        app.View.bOrderDrag = true;
+        app.View.FormationScreenX = {0.2, 0.5, 0.5};
+        app.View.FormationScreenY = {0.5, 0.5, 0.8};
+        app.View.VehicleSelectionMask.assign(6, false);
+        std::fill_n(app.View.VehicleSelectionMask.begin(), c.Selected, true);
+        app.View.RenderFormationOrderOverlay();
+        std::vector<Cross> crosses;
+        ReadPreview(app.Renderer, 2, crosses);
+        const auto& lines = app.Renderer.GetPrimitives();
+        EXPECT_FLOAT_EQ(lines[0].X1, -0.6f) << c.Name;
+        EXPECT_FLOAT_EQ(lines[1].Y2, -0.6f) << c.Name;
+        ASSERT_EQ(crosses.size(), c.Expected.size()) << c.Name;
+        for (std::size_t i = 0; i < crosses.size(); ++i)
+        {
+            EXPECT_NEAR(crosses[i].X, -1.0f + 2.0f * c.Expected[i].X, 1e-6f) << c.Name << " cross " << i;
+            EXPECT_NEAR(crosses[i].Y, 1.0f - 2.0f * c.Expected[i].Y, 1e-6f) << c.Name << " cross " << i;
+        }
+        EXPECT_EQ(app.Renderer.GetEndFrameCount(), 1) << c.Name;
+    }
+}
+
+TEST(FormationPreview, WithoutAUsablePathTheCrossesLieOnThePressToPointerLine)
+{
+    struct Case
+    {
+        const char* Name;
+        std::vector<double> Xs, Ys;
+    } cases[] = {
+        {"no sample", {}, {}},
+        {"one sample", {0.3}, {0.3}},
+        {"mismatched lists", {0.3, 0.9, 0.2}, {0.3, 0.9}},
+    };
+    for (const Case& c : cases)
+    {
+        TestApp app;
+        app.View.bOrderDrag = true;
+        app.View.OrderPressX = 0.1;
+        app.View.OrderPressY = 0.1;
+        app.View.OrderCurrentX = 0.4;
+        app.View.OrderCurrentY = 0.7;
+        app.View.FormationScreenX = c.Xs;
+        app.View.FormationScreenY = c.Ys;
+        app.View.VehicleSelectionMask = {true, true, true, true};
+        app.View.RenderFormationOrderOverlay();
+        std::vector<Cross> crosses;
+        ReadPreview(app.Renderer, 1, crosses);
+        const RendPrimitive& line = app.Renderer.GetPrimitives()[0];
+        EXPECT_FLOAT_EQ(line.X1, -0.8f) << c.Name;
+        EXPECT_FLOAT_EQ(line.Y1, 0.8f) << c.Name;
+        EXPECT_FLOAT_EQ(line.X2, -0.2f) << c.Name;
+        EXPECT_FLOAT_EQ(line.Y2, -0.4f) << c.Name;
+        ASSERT_EQ(crosses.size(), 4u) << c.Name;
+        for (std::size_t i = 0; i < 4; ++i)
+        {
+            const double t = i / 3.0;
+            EXPECT_NEAR(crosses[i].X, -1.0 + 2.0 * (0.1 + 0.3 * t), 1e-6) << c.Name << " cross " << i;
+            EXPECT_NEAR(crosses[i].Y, 1.0 - 2.0 * (0.1 + 0.6 * t), 1e-6) << c.Name << " cross " << i;
+        }
+    }
+}
+
+TEST(FormationPreview, DrawsNothingWithoutControlGestureOrRenderer)
+{
+    struct Case
+    {
+        const char* Name;
+        bool bControl, bOrderDrag, bDrawingAllowed, bRenderer;
+    } cases[] = {
+        {"control off", false, true, true, true},
+        {"no gesture", true, false, true, true},
+        {"beginFrame refuses", true, true, false, true},
+        {"no renderer", true, true, true, false},
+    };
+    for (const Case& c : cases)
+    {
+        TestApp app;
+        app.View.bVehicleControl = c.bControl;
+        app.View.bOrderDrag = c.bOrderDrag;
+        app.Renderer.bDrawingAllowed = c.bDrawingAllowed;
+        if (!c.bRenderer)
+            app.CoreServices.pRend = nullptr;
+        app.View.VehicleSelectionMask = {true};
+        app.View.RenderFormationOrderOverlay();
+        EXPECT_TRUE(app.Renderer.GetPrimitives().empty()) << c.Name;
+        EXPECT_EQ(app.Renderer.GetEndFrameCount(), 0) << c.Name;
+    }
+}
+
+// The obvious preview placement: each cross walks the screen path from its first sample again.
+Cross PreviewByRestartWalk(const std::vector<double>& xs, const std::vector<double>& ys, float t)
+{
+    std::vector<double> cumulative(xs.size(), 0.0);
+    for (std::size_t k = 1; k < xs.size(); ++k)
+        cumulative[k] = cumulative[k - 1] + std::hypot(xs[k] - xs[k - 1], ys[k] - ys[k - 1]);
+    const double targetDistance = t * cumulative.back();
+    std::size_t node = 1;
+    while (targetDistance > cumulative[node] && node + 1 < xs.size())
+        ++node;
+    const double span = std::max(cumulative[node] - cumulative[node - 1], 1e-9);
+    const double u = std::clamp((targetDistance - cumulative[node - 1]) / span, 0.0, 1.0);
+    const double lx = xs[node - 1] + (xs[node] - xs[node - 1]) * u;
+    const double ly = ys[node - 1] + (ys[node] - ys[node - 1]) * u;
+    return {static_cast<float>(-1.0 + 2.0 * lx), static_cast<float>(1.0 - 2.0 * ly)};
+}
+
+TEST(FormationPreview, ResumingWalkMatchesTheRestartWalkOnRandomScreenPaths)
+{
+    const unsigned seed = 777u;
+    std::printf("FormationPreview random paths: seed %u\n", seed);
+    std::mt19937 rng(seed);
+    std::uniform_real_distribution<double> local(0.0, 1.0);
+    std::uniform_int_distribution<int> sampleCount(2, 60);
+    std::uniform_int_distribution<int> selectedCount(2, 40);
+    std::bernoulli_distribution repeat(0.25);
+    for (int trial = 0; trial < 200; ++trial)
+    {
+        TestApp app;
+        app.View.bOrderDrag = true;
+        const int samples = sampleCount(rng);
+        for (int k = 0; k < samples; ++k)
+        {
+            const bool bRepeat = k > 0 && repeat(rng);
+            app.View.FormationScreenX.push_back(bRepeat ? app.View.FormationScreenX.back() : local(rng));
+            app.View.FormationScreenY.push_back(bRepeat ? app.View.FormationScreenY.back() : local(rng));
+        }
+        const int selected = selectedCount(rng);
+        app.View.VehicleSelectionMask.assign(static_cast<std::size_t>(selected), true);
+        app.View.RenderFormationOrderOverlay();
+        std::vector<Cross> crosses;
+        ReadPreview(app.Renderer, static_cast<std::size_t>(samples - 1), crosses);
+        ASSERT_EQ(crosses.size(), static_cast<std::size_t>(selected)) << "trial " << trial;
+        for (int i = 0; i < selected; ++i)
+        {
+            const float t = static_cast<float>(i) / static_cast<float>(selected - 1);
+            const Cross expected =
+                PreviewByRestartWalk(app.View.FormationScreenX, app.View.FormationScreenY, t);
+            ASSERT_EQ(crosses[i].X, expected.X) << "seed " << seed << " trial " << trial << " cross " << i;
+            ASSERT_EQ(crosses[i].Y, expected.Y) << "seed " << seed << " trial " << trial << " cross " << i;
+        }
+    }
+}
+
+} // namespace
