@@ -24,8 +24,8 @@ inline std::uint32_t Estimate(int FromX, int FromZ, int ToX, int ToZ)
 } // namespace RouteStepCost
 
 // Driving costs from one cell to every drivable cell it connects to, with the route planner's
-// moves and costs. For any two cells a and b, |Cost(a) - Cost(b)| is a lower bound of the cost
-// between them: an A* estimate far better than the straight line when walls stand between.
+// moves and costs. From any cell, stepping to a neighbour whose cost is lower by exactly the step's
+// cost, again and again, walks a cheapest path to the source.
 class GoalDistanceField
 {
   public:

@@ -42,26 +42,16 @@ void RoutePlanner::PrepareBuffers(std::size_t CellCount)
 }
 
 std::int32_t RoutePlanner::Search(const DriveabilityGrid& Grid, std::int32_t StartCell, std::int32_t GoalCell,
-                                  const GoalDistanceField* pField, std::size_t MaxExpansions)
+                                  std::size_t MaxExpansions)
 {
     const int width = Grid.GetWidth();
     const int goalX = GoalCell % width, goalZ = GoalCell / width;
     PrepareBuffers(static_cast<std::size_t>(width) * Grid.GetHeight());
     const auto heapOrder = [](const OpenEntry& a, const OpenEntry& b)
     { return IsWorseEntry(a.TotalCost, a.EstimateCost, b.TotalCost, b.EstimateCost); };
-    // Both estimates are lower bounds of the remaining cost, so their maximum is one too.
-    const std::uint32_t goalFieldCost = pField ? pField->GetCost(GoalCell) : 0u;
-    const auto estimate = [&](int x, int z, std::int32_t cell)
-    {
-        const std::uint32_t straight = RouteStepCost::Estimate(x, z, goalX, goalZ);
-        if (!pField)
-            return straight;
-        const std::uint32_t fieldCost = pField->GetCost(cell);
-        return std::max(straight,
-                        fieldCost > goalFieldCost ? fieldCost - goalFieldCost : goalFieldCost - fieldCost);
-    };
 
-    const std::uint32_t startEstimate = estimate(StartCell % width, StartCell / width, StartCell);
+    const std::uint32_t startEstimate =
+        RouteStepCost::Estimate(StartCell % width, StartCell / width, goalX, goalZ);
     CostSoFar[StartCell] = 0u;
     Parent[StartCell] = -1;
     VisitStamp[StartCell] = CurrentStamp;
@@ -110,7 +100,7 @@ std::int32_t RoutePlanner::Search(const DriveabilityGrid& Grid, std::int32_t Sta
             VisitStamp[next] = CurrentStamp;
             CostSoFar[next] = cost;
             Parent[next] = cell;
-            const std::uint32_t nextEstimate = estimate(nx, nz, next);
+            const std::uint32_t nextEstimate = RouteStepCost::Estimate(nx, nz, goalX, goalZ);
             OpenHeap.push_back({cost + nextEstimate, nextEstimate, next});
             std::push_heap(OpenHeap.begin(), OpenHeap.end(), heapOrder);
         }
@@ -215,7 +205,7 @@ std::int32_t RoutePlanner::FindCellPath(const DriveabilityGrid& Grid, std::int32
         if (nearGoal == GoalCell)
             return GoalCell;
         CellPath.pop_back(); // the last leg's search starts at this cell again
-        const std::int32_t endCell = Search(Grid, nearGoal, GoalCell, nullptr, Unlimited);
+        const std::int32_t endCell = Search(Grid, nearGoal, GoalCell, Unlimited);
         AppendSearchPath(endCell);
         return endCell;
     };
@@ -228,13 +218,13 @@ std::int32_t RoutePlanner::FindCellPath(const DriveabilityGrid& Grid, std::int32
     const std::size_t budget =
         static_cast<std::size_t>(straight / RouteStepCost::Straight) * ExpansionsPerCellOfDistance +
         ExpansionAllowance;
-    std::int32_t endCell = Search(Grid, StartCell, GoalCell, nullptr, budget);
+    std::int32_t endCell = Search(Grid, StartCell, GoalCell, budget);
     if (endCell < 0)
     {
         const GoalDistanceField& field = BuildGoalField(Grid, GoalCell);
         if (bConnects(field))
             return followField(field);
-        endCell = Search(Grid, StartCell, GoalCell, nullptr, Unlimited); // unreachable: the nearest cell
+        endCell = Search(Grid, StartCell, GoalCell, Unlimited); // unreachable: the nearest cell
     }
     AppendSearchPath(endCell);
     return endCell;

@@ -11,8 +11,9 @@
 // Shortest drivable routes: A* over the 8-connected cells of a DriveabilityGrid, then the cell path
 // pulled tight into straight legs that cross drivable cells only. The search buffers are kept
 // between calls, so a formation order's many searches allocate nothing. A search that has to work
-// round walls builds a distance field from its goal; later goals near that one use the field as
-// their estimate, so the vehicles of one order search little beyond their own paths.
+// round walls is replaced by a distance field built from its goal, which gives the shortest path
+// from anywhere by walking downhill; later goals near that one follow the same field to within a
+// few cells of their own goal and search only the last leg, so one order builds one field.
 class RoutePlanner
 {
   public:
@@ -37,7 +38,7 @@ class RoutePlanner
         std::int32_t Cell;
     };
 
-    // A distance field built on a goal this close (in cells) serves as the estimate for a new goal.
+    // A distance field built on a goal this close (in cells) is followed for a new goal.
     static constexpr int GoalFieldReuseCells = 16;
     // Fields kept; the least recently used one is rebuilt for a new goal region.
     static constexpr std::size_t MaxGoalFields = 8;
@@ -48,11 +49,11 @@ class RoutePlanner
     // Following another goal's field stops this many cells from the own goal; a search finishes.
     static constexpr std::uint32_t LocalLegCells = 2 * GoalFieldReuseCells;
 
-    // A* from StartCell towards GoalCell, guided by pField when given; returns the goal cell or,
-    // when unreachable, the explored cell nearest to it, or -1 when MaxExpansions ran out first.
-    // Parents of the visited cells are left in Parent.
+    // A* from StartCell towards GoalCell; returns the goal cell or, when unreachable, the explored
+    // cell nearest to it, or -1 when MaxExpansions ran out first. Parents of the visited cells are
+    // left in Parent.
     std::int32_t Search(const DriveabilityGrid& Grid, std::int32_t StartCell, std::int32_t GoalCell,
-                        const GoalDistanceField* pField, std::size_t MaxExpansions);
+                        std::size_t MaxExpansions);
     // Fills CellPath from StartCell to the returned cell: GoalCell, or the reachable cell nearest to
     // it. Open ground takes a plain search; a search that runs long is redone down a goal field.
     std::int32_t FindCellPath(const DriveabilityGrid& Grid, std::int32_t StartCell, std::int32_t GoalCell);
