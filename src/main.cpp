@@ -1,5 +1,7 @@
 // Quindle's entry point: parses the command line, runs the frame loop and writes the requested
 // screenshot and state file. Every failure is one line on stderr and exit status 2.
+#include <atomic>
+#include <csignal>
 #include <cstdio>
 #include <fstream>
 #include <string>
@@ -30,6 +32,31 @@ bool WriteTextFile(const std::string& Path, const std::string& Text, std::string
     }
     return true;
 }
+
+// SIGUSR1 asks a running window for its state file now, after the current frame, and SIGUSR2 for
+// the screenshot too: end-to-end tests read them mid-session to pace their input and to see drags
+// in progress. Only the files given on the command line are written. The requests are a lock-free
+// atomic, so the handler may set them, taken whole with exchange, so none is lost.
+constexpr int StateBit = 1, ScreenshotBit = 2;
+std::atomic<int> SnapshotRequests{0};
+static_assert(std::atomic<int>::is_always_lock_free);
+
+void RequestSnapshot(int Signal)
+{
+    SnapshotRequests.fetch_or(Signal == SIGUSR2 ? StateBit | ScreenshotBit : StateBit);
+}
+
+bool WriteOutputs(Application& App, const AppOptions& Options, int Frames,
+                  const std::vector<std::uint8_t>& Pixels, std::string& Error)
+{
+    const CoreSDL& window = App.GetCoreSDL();
+    if (!Options.ScreenshotPath.empty() && !Pixels.empty() &&
+        !WritePngRgba(Options.ScreenshotPath, window.Width, window.Height, Pixels.data(), Error))
+        return false;
+    return Options.StateOutPath.empty() ||
+           WriteTextFile(Options.StateOutPath, BuildStateJson(App.GetViewport(), App.GetWindow(), Frames),
+                         Error);
+}
 } // namespace
 
 int main(int argc, char** argv)
@@ -48,6 +75,8 @@ int main(int argc, char** argv)
         break;
     }
 
+    std::signal(SIGUSR1, RequestSnapshot);
+    std::signal(SIGUSR2, RequestSnapshot);
     Application app;
     std::string error;
     if (!app.Start(options, error))
@@ -61,28 +90,32 @@ int main(int argc, char** argv)
             break;
         app.DrawFrame();
         ++frames;
-        if (!options.ScreenshotPath.empty() && frames == options.FrameCount)
+        const int requests = SnapshotRequests.exchange(0);
+        const bool bScreenshot = (requests & ScreenshotBit) != 0;
+        if (!options.ScreenshotPath.empty() && (frames == options.FrameCount || bScreenshot))
             lastFrame = app.ReadBackBuffer();
         app.PresentFrame();
+        if (requests != 0)
+        {
+            if (!WriteOutputs(app, options, frames, bScreenshot ? lastFrame : std::vector<std::uint8_t>(),
+                              error))
+                return Fail(error);
+        }
     }
 
+    // A window closed before the last requested frame still leaves a picture of the final state.
+    if (!options.ScreenshotPath.empty() && frames != options.FrameCount)
+    {
+        app.DrawFrame();
+        lastFrame = app.ReadBackBuffer();
+    }
+    if (!WriteOutputs(app, options, frames, lastFrame, error))
+        return Fail(error);
     if (!options.ScreenshotPath.empty())
     {
-        // A window closed before the last requested frame still leaves a picture of the final state.
-        if (lastFrame.empty())
-        {
-            app.DrawFrame();
-            lastFrame = app.ReadBackBuffer();
-        }
         const CoreSDL& window = app.GetCoreSDL();
-        if (!WritePngRgba(options.ScreenshotPath, window.Width, window.Height, lastFrame.data(), error))
-            return Fail(error);
         std::printf("quindle: wrote %s (%dx%d, %d frames)\n", options.ScreenshotPath.c_str(), window.Width,
                     window.Height, frames);
     }
-    if (!options.StateOutPath.empty() &&
-        !WriteTextFile(options.StateOutPath, BuildStateJson(app.GetViewport(), app.GetWindow(), frames),
-                       error))
-        return Fail(error);
     return 0;
 }

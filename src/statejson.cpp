@@ -83,6 +83,13 @@ std::string CameraJson(const GLViewport& View)
            ", \"autoRotate\": " + JsonBool(View.bAutoRotate) + "},\n";
 }
 
+std::string EffectsJson(const GLViewport& View)
+{
+    return "  \"effects\": {\"quality\": " +
+           std::to_string(static_cast<int>(View.JetExhaust.Debug().Quality)) +
+           ", \"scale\": " + JsonNumber(View.JetEffectsScale) + "},\n";
+}
+
 std::string SelectionJson(const GLViewport& View)
 {
     std::string vehicles = "[";
@@ -147,5 +154,6 @@ std::string MessagesJson(const GLWindow& Window)
 std::string BuildStateJson(const GLViewport& View, const GLWindow& Window, int FramesRendered)
 {
     return "{\n  \"frames\": " + std::to_string(FramesRendered) + ",\n" + CameraJson(View) +
-           SelectionJson(View) + VehiclesJson(View) + AircraftJson(View) + MessagesJson(Window) + "}\n";
+           EffectsJson(View) + SelectionJson(View) + VehiclesJson(View) + AircraftJson(View) +
+           MessagesJson(Window) + "}\n";
 }

@@ -5,8 +5,8 @@
 class GLViewport;
 class GLWindow;
 
-// The viewer's state as a JSON document: the camera fields, the selection, every unit's position
-// and goals, and every status message shown, oldest first.
+// The viewer's state as a JSON document: the camera fields, the effects preset, the selection, every
+// unit's position and goals, and every status message shown, oldest first.
 std::string BuildStateJson(const GLViewport& View, const GLWindow& Window, int FramesRendered);
 
 // A JSON string literal, quotes included; control characters are escaped, UTF-8 passes through.
