@@ -39,3 +39,29 @@ void AppendRendPrimitives(const std::vector<RendPrimitive>& Primitives, int Widt
     for (const RendPrimitive& primitive : Primitives)
         AppendPrimitive(primitive, WidthPx, HeightPx, SolidU, SolidV, Batch);
 }
+
+RendGL::~RendGL()
+{
+    if (SolidTexture)
+        glDeleteTextures(1, &SolidTexture);
+}
+
+bool RendGL::Create(std::string& Error)
+{
+    if (!Batch.Create(Error))
+        return false;
+    const unsigned char covered = 255;
+    glGenTextures(1, &SolidTexture);
+    glBindTexture(GL_TEXTURE_2D, SolidTexture);
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
+    glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
+    glTexImage2D(GL_TEXTURE_2D, 0, GL_R8, 1, 1, 0, GL_RED, GL_UNSIGNED_BYTE, &covered);
+    return true;
+}
+
+void RendGL::Draw(const std::vector<RendPrimitive>& Primitives, int WidthPx, int HeightPx)
+{
+    AppendRendPrimitives(Primitives, WidthPx, HeightPx, 0.5f, 0.5f, Batch);
+    Batch.Submit(SolidTexture);
+}

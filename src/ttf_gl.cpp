@@ -74,6 +74,8 @@ bool TTFGL::Create(const std::string& FontPath, std::string& Error)
         return false;
     }
     Face = face;
+    if (!OwnBatch.Create(Error))
+        return false;
     glGenTextures(1, &AtlasTexture);
     glBindTexture(GL_TEXTURE_2D, AtlasTexture);
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
@@ -189,4 +191,10 @@ void TTFGL::AppendText(const std::vector<TTFTextCall>& Calls, int WidthPx, int H
             penXPx += static_cast<float>(glyph->AdvancePx);
         }
     }
+}
+
+void TTFGL::Draw(const std::vector<TTFTextCall>& Calls, int WidthPx, int HeightPx)
+{
+    AppendText(Calls, WidthPx, HeightPx, OwnBatch);
+    OwnBatch.Submit(AtlasTexture);
 }

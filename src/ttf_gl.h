@@ -28,6 +28,8 @@ class TTFGL
     // Opens the font and creates the atlas; needs a current GL 3.3 core context.
     bool Create(const std::string& FontPath, std::string& Error);
     void AppendText(const std::vector<TTFTextCall>& Calls, int WidthPx, int HeightPx, Batch2DGL& Batch);
+    // The calls drawn on their own, in one draw call.
+    void Draw(const std::vector<TTFTextCall>& Calls, int WidthPx, int HeightPx);
 
     GLuint GetAtlasTexture() const { return AtlasTexture; }
     // The centre of the fully covered texel, for solid shapes.
@@ -49,6 +51,7 @@ class TTFGL
     void* Library = nullptr; // FT_Library
     void* Face = nullptr;    // FT_Face
     GLuint AtlasTexture = 0;
+    Batch2DGL OwnBatch; // for Draw
     int ShelfX = 0, ShelfY = 0, ShelfHeight = 0;
     std::map<std::pair<int, std::uint32_t>, Glyph> Glyphs; // (size, code point)
 };

@@ -195,6 +195,25 @@ TEST_F(GLContextTest, LaterShapesCoverEarlierTextInOneBatch)
     EXPECT_GT(whiteRight, 0) << "text outside the panel stays";
 }
 
+TEST_F(GLContextTest, StandaloneDrawsMatchTheBatch)
+{
+    RendGL shapes;
+    std::string error;
+    ASSERT_TRUE(shapes.Create(error)) << error;
+    shapes.Draw({Rect(GX(40), GY(20), GX(80), GY(50), 1, 0, 0, 1)}, WidthPx, HeightPx);
+    TTF text;
+    text.Text3DL("I", GX(120), GY(70), 0.0f, 40, GLColor(0, 1, 0, 1));
+    Font.Draw(text.GetTextCalls(), WidthPx, HeightPx);
+    EXPECT_EQ(At(40, 20), Red);
+    EXPECT_EQ(At(80, 20), Blue);
+    int green = 0;
+    for (int y = 35; y < 70; ++y)
+        for (int x = 120; x < 140; ++x)
+            green += At(x, y)[1] > 128;
+    EXPECT_GT(green, 100);
+    EXPECT_EQ(At(20, 90), Blue);
+}
+
 TEST_F(GLContextTest, MissingFontIsAClearError)
 {
     TTFGL backend;
