@@ -117,26 +117,42 @@ bool ProjectBandCorners(const GLViewport& view, double left, double top, double 
     return true;
 }
 
-// Inside (or on an edge) when no two edges see the point on strictly opposite sides; the projected
-// band is convex, and this needs no particular winding.
-bool IsInsideBand(const BandCorners& corners, const Vec3D& position)
+// The projected band's edges, set up once for a test over many units. A point is inside (or on an
+// edge, within the tolerance) when no two edges see it on strictly opposite sides: the band is
+// convex, and the test needs no particular winding.
+class BandEdges
 {
-    bool bPositive = false;
-    bool bNegative = false;
-    for (std::size_t e = 0; e < corners.size(); ++e)
+  public:
+    explicit BandEdges(const BandCorners& corners)
     {
-        const Vec3D& a = corners[e];
-        const Vec3D& b = corners[(e + 1) % corners.size()];
-        const double cross = (b.X - a.X) * (position.Z - a.Z) - (b.Z - a.Z) * (position.X - a.X);
-        if (cross > BandEdgeTolerance)
-            bPositive = true;
-        else if (cross < -BandEdgeTolerance)
-            bNegative = true;
-        if (bPositive && bNegative)
-            return false;
+        for (std::size_t e = 0; e < corners.size(); ++e)
+        {
+            const Vec3D& a = corners[e];
+            const Vec3D& b = corners[(e + 1) % corners.size()];
+            OriginX[e] = a.X;
+            OriginZ[e] = a.Z;
+            DirX[e] = b.X - a.X;
+            DirZ[e] = b.Z - a.Z;
+        }
     }
-    return true;
-}
+
+    bool Contains(const Vec3D& position) const
+    {
+        bool bPositive = false;
+        bool bNegative = false;
+        for (std::size_t e = 0; e < 4; ++e)
+        {
+            const double cross = DirX[e] * (position.Z - OriginZ[e]) - DirZ[e] * (position.X - OriginX[e]);
+            // Branch-free: whether a unit lies inside is unpredictable.
+            bPositive |= cross > BandEdgeTolerance;
+            bNegative |= cross < -BandEdgeTolerance;
+        }
+        return !(bPositive && bNegative);
+    }
+
+  private:
+    double OriginX[4] = {}, OriginZ[4] = {}, DirX[4] = {}, DirZ[4] = {};
+};
 
 // --- Path walking shared by the formation order and its preview ---
 
@@ -381,8 +397,9 @@ bool GLViewport::SelectUnitsInBand(const std::vector<VehicleUnit*>& vehicles, do
     if (!ProjectBandCorners(*this, left, top, right, bottom, nullptr, corners))
         return false;
 
+    const BandEdges band(corners);
     for (std::size_t i = 0; i < vehicles.size(); ++i)
-        if (IsInsideBand(corners, vehicles[i]->Position))
+        if (band.Contains(vehicles[i]->Position))
         {
             VehicleSelectionMask[i] = true;
             LastSelectedVehicleIndex = static_cast<int>(i);
@@ -394,8 +411,9 @@ bool GLViewport::SelectUnitsInBand(const std::vector<VehicleUnit*>& vehicles, do
     if (FindAirSelectionHeight(AirUnits, airHeight) &&
         ProjectBandCorners(*this, left, top, right, bottom, &airHeight, airCorners))
     {
+        const BandEdges airBand(airCorners);
         for (const auto& airUnit : AirUnits)
-            if (airUnit && IsInsideBand(airCorners, airUnit->Aircraft.Position))
+            if (airUnit && airBand.Contains(airUnit->Aircraft.Position))
             {
                 bAirUnitsSelected = true;
                 break;
