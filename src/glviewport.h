@@ -202,12 +202,12 @@ private:
     bool ProcessPatrolClicks(const MouseFrame& frame);
     void ProcessBoxSelection(const MouseFrame& frame);
     bool ProcessOrderGesture(const MouseFrame& frame);
-    void UpdateCameraDrags(const MouseFrame& frame);
-    void ShowStatus(const std::string& Text) const;
-};
     void StartOrderGesture();
     void UpdateOrderGesture();
     void FinishOrderGesture();
     // Selection picks; false when a pick misses the map, which ends the selection silently.
     bool SelectNearestUnit(const std::vector<VehicleUnit*>& vehicles, double x01, double y01);
     bool SelectUnitsInBand(const std::vector<VehicleUnit*>& vehicles, double x1, double y1, double x2, double y2);
+    void UpdateCameraDrags(const MouseFrame& frame);
+    void ShowStatus(const std::string& Text) const;
+};
