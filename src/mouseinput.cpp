@@ -23,11 +23,14 @@ int ToButtonIndex(Uint8 SdlButton)
     }
 }
 
-unsigned int ToWholePixel(float Px, int SizePx)
+// Past the right or bottom edge the pixel keeps growing, so a drag that SDL keeps capturing outside
+// the window goes on; left of or above the window it stops at 0, the least the field can hold.
+unsigned int ToWholePixel(float Px)
 {
+    constexpr float Limit = 1 << 24;
     if (!(Px > 0.0f))
         return 0u;
-    return static_cast<unsigned int>(std::min(std::floor(Px), static_cast<float>(std::max(SizePx - 1, 0))));
+    return static_cast<unsigned int>(std::floor(std::min(Px, Limit)));
 }
 } // namespace
 
@@ -91,8 +94,8 @@ std::vector<MouseClick> MouseInput::FillMouse(Mouse& MouseState, int WidthPx, in
         MouseState.pButton[i] = bButtonDown[i] || bPressedSinceFrame[i];
         bPressedSinceFrame[i] = false;
     }
-    MouseState.X = ToWholePixel(PointerXPx, WidthPx);
-    MouseState.Y = ToWholePixel(PointerYPx, HeightPx);
+    MouseState.X = ToWholePixel(PointerXPx);
+    MouseState.Y = ToWholePixel(PointerYPx);
     // Global coordinates run -1..1 across the window with Y up.
     const double widthPx = std::max(WidthPx, 1);
     const double heightPx = std::max(HeightPx, 1);

@@ -23,7 +23,10 @@ for _ in $(seq 50); do xdpyinfo >/dev/null 2>&1 && break; sleep 0.1; done
 quindle_pid=$!
 window=$(timeout 20 xdotool search --sync --name '^Quindle$' | head -n1)
 xdotool windowfocus --sync "$window" 2>/dev/null || true
-step() { xdotool "$@"; sleep 0.25; }
+# Each step waits long enough for a frame even on a loaded software rasteriser: events of one
+# frame are read together, and an Alt released in the same frame as its press would be lost.
+step() { xdotool "$@"; sleep 0.6; }
+sleep 1
 step mousemove --window "$window" 400 300
 for _ in 1 2 3; do step click 4; done                        # wheel up: zoom in three notches
 step keydown alt mousedown 1                                  # Alt + left drag: orbit
