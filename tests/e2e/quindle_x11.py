@@ -244,7 +244,7 @@ def run(name, scenarios, args=(), size=(1280, 720)):
             print("-- " + scenario.__name__, flush=True)
             try:
                 scenario(session)
-            except (RuntimeError, subprocess.SubprocessError) as error:
+            except Exception as error:  # noqa: BLE001 - reported as a failed scenario, the rest still runs
                 session.check(False, scenario.__name__, "to run to its end", "an error: %s" % error)
         session.finish()
     return session.report(name)
