@@ -132,7 +132,8 @@ Mat4 GLViewport::GetSceneViewProjection() const
 {
     const OrbitCamera camera = GetSceneCamera();
     // Depth range: everything from just in front of the eye to beyond the far side of the map.
-    const double extent = SpringMap.IsLoaded() ? std::max(SpringMap.GetWorldWidth(), SpringMap.GetWorldDepth()) : 0.0;
+    const double extent =
+        SpringMap.IsLoaded() ? std::max(SpringMap.GetWorldWidth(), SpringMap.GetWorldDepth()) : 0.0;
     const double distance = std::max(std::fabs(camera.Distance), 1.0);
     const double farZ = distance + std::hypot(camera.PanX, camera.PanY) + extent * 2.0 + 1000.0;
     const double nearZ = std::max(farZ * 1e-4, 0.5);
