@@ -94,6 +94,7 @@ TEST(MouseProcessingOrbit, LeftDragTurnsYawAndPitchByPixels)
 {
     TestApp app;
     app.LoadFlatMap();
+    sdlseam::SetMods(SDL_KMOD_LALT); // over the map a plain left press draws a selection band
     app.View.CameraYawDeg = 10.0;
     app.View.CameraPitchDeg = 40.0;
     app.View.OrbitDegPerPixel = 0.5;
@@ -122,6 +123,7 @@ TEST(MouseProcessingOrbit, PitchClampsInMapViewAndWrapsOutsideIt)
     {
         TestApp app;
         app.LoadFlatMap();
+        sdlseam::SetMods(SDL_KMOD_LALT); // over the map a plain left press draws a selection band
         app.View.bSpringMapView = bMapView;
         app.View.CameraYawDeg = 179.0;
         app.View.CameraPitchDeg = 80.0;
@@ -190,6 +192,7 @@ TEST(MouseProcessingDrags, MiddlePressSwitchesOrbitToPanAndDragsGoOnOutside)
 {
     TestApp app;
     app.LoadFlatMap();
+    sdlseam::SetMods(SDL_KMOD_LALT); // over the map a plain left press draws a selection band
     app.PointAtLocal(0.5, 0.5);
     app.Frame(true);
     EXPECT_TRUE(app.View.bOrbitDrag);
@@ -218,6 +221,7 @@ TEST(MouseProcessingGate, DragsPauseWhileInteractionIsOffAndResume)
 {
     TestApp app;
     app.LoadFlatMap();
+    sdlseam::SetMods(SDL_KMOD_LALT); // over the map a plain left press draws a selection band
     app.View.OrbitDegPerPixel = 1.0;
     app.PointAtPixel(640, 360);
     app.Frame(true);
