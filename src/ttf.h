@@ -20,7 +20,7 @@ class TTF
 public:
     virtual ~TTF() = default;
 
-    void Text3DL(const char* Text, float x, float y, float z, int SizePx, const GLColor& Color);
+    virtual void Text3DL(const char* Text, float x, float y, float z, int SizePx, const GLColor& Color);
 
     const std::vector<TTFTextCall>& GetTextCalls() const { return TextCalls; }
     void ClearRecord() { TextCalls.clear(); }

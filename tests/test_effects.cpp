@@ -10,28 +10,6 @@
 #include "glcolor.h"
 #include "test_app.h"
 
-// Text seam: this executable defines the font renderer's text call itself (the library's ttf.o is
-// then never linked in), recording the call as the library does plus the renderer's state at that
-// moment, so the tests can tell whether the text was drawn inside or after the begin/end pair.
-namespace
-{
-struct TextMoment
-{
-    bool bRendInFrame = false;
-    int EndFrameCount = 0;
-    std::size_t PrimitiveCount = 0;
-};
-std::vector<TextMoment> TextMoments;
-} // namespace
-
-void TTF::Text3DL(const char* Text, float x, float y, float z, int SizePx, const GLColor& Color)
-{
-    TextCalls.push_back({Text ? Text : "", x, y, z, SizePx, Color.R, Color.G, Color.B, Color.A});
-    if (p && p->pRend)
-        TextMoments.push_back(
-            {p->pRend->IsInFrame(), p->pRend->GetEndFrameCount(), p->pRend->GetPrimitives().size()});
-}
-
 namespace
 {
 constexpr double NaN = std::numeric_limits<double>::quiet_NaN();
@@ -69,13 +47,11 @@ constexpr Rgba ButtonOther{0.12f, 0.18f, 0.26f, 0.85f};
 class EffectsApp : public TestApp
 {
   public:
-    EffectsApp() { TextMoments.clear(); }
-
     const std::vector<TTFTextCall>& DrawTexts()
     {
         Renderer.ClearRecord();
         Font.ClearRecord();
-        TextMoments.clear();
+        Font.Moments.clear();
         View.RenderJetEffectsOverlay();
         return Font.GetTextCalls();
     }
@@ -418,12 +394,12 @@ TEST(EffectsPanelDrawing, TextComesAfterTheClosedFrame)
 {
     EffectsApp app;
     app.DrawTexts();
-    ASSERT_EQ(TextMoments.size(), 7u);
-    for (std::size_t i = 0; i < TextMoments.size(); ++i)
+    ASSERT_EQ(app.Font.Moments.size(), 7u);
+    for (std::size_t i = 0; i < app.Font.Moments.size(); ++i)
     {
-        EXPECT_FALSE(TextMoments[i].bRendInFrame) << "row " << i;
-        EXPECT_EQ(TextMoments[i].EndFrameCount, 1) << "row " << i;
-        EXPECT_EQ(TextMoments[i].PrimitiveCount, 10u) << "row " << i;
+        EXPECT_FALSE(app.Font.Moments[i].bRendInFrame) << "row " << i;
+        EXPECT_EQ(app.Font.Moments[i].EndFrameCount, 1) << "row " << i;
+        EXPECT_EQ(app.Font.Moments[i].PrimitiveCount, 10u) << "row " << i;
     }
 
     // Without a font renderer the shapes are drawn all the same.

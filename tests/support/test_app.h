@@ -56,6 +56,28 @@ class TestViewport : public GLViewport
     }
 };
 
+// A font renderer that also notes the 2D renderer's state at each text call, so a test can tell
+// whether text was drawn inside or after a beginFrame/endFrame pair.
+class MomentTTF : public TTF
+{
+  public:
+    struct Moment
+    {
+        bool bRendInFrame = false;
+        int EndFrameCount = 0;
+        std::size_t PrimitiveCount = 0;
+    };
+    std::vector<Moment> Moments;
+
+    void Text3DL(const char* Text, float x, float y, float z, int SizePx, const GLColor& Color) override
+    {
+        TTF::Text3DL(Text, x, y, z, SizePx, Color);
+        if (p && p->pRend)
+            Moments.push_back(
+                {p->pRend->IsInFrame(), p->pRend->GetEndFrameCount(), p->pRend->GetPrimitives().size()});
+    }
+};
+
 // The application services the layer reaches through the global p, for one test.
 // The window is 1280x720 and the viewport covers it: global (-1, 1)-(1, -1).
 class TestApp
@@ -64,7 +86,7 @@ class TestApp
     CoreSDL CoreSdl;
     Mouse MouseState;
     Rend Renderer;
-    TTF Font;
+    MomentTTF Font;
     Quindle App;
     Core CoreServices;
     GLWindow Window;
