@@ -1,30 +1,47 @@
 #include "glprogram.h"
 
+#include <vector>
+
 namespace
 {
-GLuint CompileShader(GLenum type, const char* source, std::string& error)
+std::string ReadInfoLog(GLuint Object, bool bProgram)
 {
-    const GLuint shader = glCreateShader(type);
-    glShaderSource(shader, 1, &source, nullptr);
+    GLint length = 0;
+    if (bProgram)
+        glGetProgramiv(Object, GL_INFO_LOG_LENGTH, &length);
+    else
+        glGetShaderiv(Object, GL_INFO_LOG_LENGTH, &length);
+    std::vector<char> log(static_cast<std::size_t>(length > 0 ? length : 1), '\0');
+    if (bProgram)
+        glGetProgramInfoLog(Object, static_cast<GLsizei>(log.size()), nullptr, log.data());
+    else
+        glGetShaderInfoLog(Object, static_cast<GLsizei>(log.size()), nullptr, log.data());
+    return std::string(log.data());
+}
+
+GLuint CompileShader(GLenum Type, const char* Source, std::string& Log)
+{
+    const GLuint shader = glCreateShader(Type);
+    glShaderSource(shader, 1, &Source, nullptr);
     glCompileShader(shader);
     GLint ok = GL_FALSE;
     glGetShaderiv(shader, GL_COMPILE_STATUS, &ok);
     if (ok == GL_TRUE)
         return shader;
-    char log[1024] = {};
-    glGetShaderInfoLog(shader, sizeof(log), nullptr, log);
-    error = std::string("shader compile failed: ") + log;
+    Log = ReadInfoLog(shader, false);
     glDeleteShader(shader);
     return 0;
 }
 } // namespace
 
-GLuint CreateGLProgram(const char* VertexSource, const char* FragmentSource, std::string& Error)
+GLuint BuildGLProgram(const char* VertexSource, const char* FragmentSource, GLProgramStage& FailedStage,
+                      std::string& Log)
 {
-    const GLuint vertex = CompileShader(GL_VERTEX_SHADER, VertexSource, Error);
+    FailedStage = GLProgramStage::Compile;
+    const GLuint vertex = CompileShader(GL_VERTEX_SHADER, VertexSource, Log);
     if (vertex == 0)
         return 0;
-    const GLuint fragment = CompileShader(GL_FRAGMENT_SHADER, FragmentSource, Error);
+    const GLuint fragment = CompileShader(GL_FRAGMENT_SHADER, FragmentSource, Log);
     if (fragment == 0)
     {
         glDeleteShader(vertex);
@@ -39,10 +56,23 @@ GLuint CreateGLProgram(const char* VertexSource, const char* FragmentSource, std
     GLint ok = GL_FALSE;
     glGetProgramiv(program, GL_LINK_STATUS, &ok);
     if (ok == GL_TRUE)
+    {
+        FailedStage = GLProgramStage::None;
         return program;
-    char log[1024] = {};
-    glGetProgramInfoLog(program, sizeof(log), nullptr, log);
-    Error = std::string("shader link failed: ") + log;
+    }
+    FailedStage = GLProgramStage::Link;
+    Log = ReadInfoLog(program, true);
     glDeleteProgram(program);
     return 0;
+}
+
+GLuint CreateGLProgram(const char* VertexSource, const char* FragmentSource, std::string& Error)
+{
+    GLProgramStage failedStage = GLProgramStage::None;
+    std::string log;
+    const GLuint program = BuildGLProgram(VertexSource, FragmentSource, failedStage, log);
+    if (program == 0)
+        Error =
+            (failedStage == GLProgramStage::Link ? "shader link failed: " : "shader compile failed: ") + log;
+    return program;
 }

@@ -1,6 +1,7 @@
 #include "jetexhaust_shaders.h"
 
-#include <vector>
+#include "glprogram.h"
+
 
 namespace
 {
@@ -160,35 +161,6 @@ std::string FirstLine(const std::string& Log)
     return "no log";
 }
 
-std::string ReadLog(GLuint Object, bool bProgram)
-{
-    GLint length = 0;
-    if (bProgram)
-        glGetProgramiv(Object, GL_INFO_LOG_LENGTH, &length);
-    else
-        glGetShaderiv(Object, GL_INFO_LOG_LENGTH, &length);
-    std::vector<char> log(static_cast<std::size_t>(length > 0 ? length : 1), '\0');
-    if (bProgram)
-        glGetProgramInfoLog(Object, static_cast<GLsizei>(log.size()), nullptr, log.data());
-    else
-        glGetShaderInfoLog(Object, static_cast<GLsizei>(log.size()), nullptr, log.data());
-    return std::string(log.data());
-}
-
-GLuint Compile(GLenum Type, const std::string& Source, const char* Name, std::string& Status)
-{
-    const GLuint shader = glCreateShader(Type);
-    const char* text = Source.c_str();
-    glShaderSource(shader, 1, &text, nullptr);
-    glCompileShader(shader);
-    GLint ok = GL_FALSE;
-    glGetShaderiv(shader, GL_COMPILE_STATUS, &ok);
-    if (ok == GL_TRUE)
-        return shader;
-    Status = std::string("Shader ") + Name + ": " + FirstLine(ReadLog(shader, false));
-    glDeleteShader(shader);
-    return 0;
-}
 } // namespace
 
 const JetExhaustShaderSource& GetJetExhaustShaderSource(JetExhaustPass Pass)
@@ -200,28 +172,16 @@ GLuint BuildJetExhaustProgram(JetExhaustPass Pass, const std::string& VertexSour
                               const std::string& FragmentSource, std::string& Status)
 {
     const char* name = GetJetExhaustShaderSource(Pass).Name;
-    const GLuint vertex = Compile(GL_VERTEX_SHADER, VertexSource, name, Status);
-    if (vertex == 0)
-        return 0;
-    const GLuint fragment = Compile(GL_FRAGMENT_SHADER, FragmentSource, name, Status);
-    if (fragment == 0)
-    {
-        glDeleteShader(vertex);
-        return 0;
-    }
-    const GLuint program = glCreateProgram();
-    glAttachShader(program, vertex);
-    glAttachShader(program, fragment);
-    glLinkProgram(program);
-    glDeleteShader(vertex);
-    glDeleteShader(fragment);
-    GLint ok = GL_FALSE;
-    glGetProgramiv(program, GL_LINK_STATUS, &ok);
-    if (ok == GL_TRUE)
+    GLProgramStage failedStage = GLProgramStage::None;
+    std::string log;
+    const GLuint program = BuildGLProgram(VertexSource.c_str(), FragmentSource.c_str(), failedStage, log);
+    if (program != 0)
         return program;
-    const std::string reason = FirstLine(ReadLog(program, true));
-    Status = Pass == JetExhaustPass::Composite ? "Composite link: " + reason
-                                               : std::string("Shader ") + name + " link: " + reason;
-    glDeleteProgram(program);
+    const std::string reason = FirstLine(log);
+    if (failedStage == GLProgramStage::Compile)
+        Status = std::string("Shader ") + name + ": " + reason;
+    else
+        Status = Pass == JetExhaustPass::Composite ? "Composite link: " + reason
+                                                   : std::string("Shader ") + name + " link: " + reason;
     return 0;
 }
