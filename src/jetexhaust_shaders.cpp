@@ -2,7 +2,6 @@
 
 #include "glprogram.h"
 
-
 namespace
 {
 // Billboards facing the camera; shared by the scene and mask passes so both see the same shapes.
