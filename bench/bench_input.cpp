@@ -3,6 +3,7 @@
 
 #include <vector>
 
+#include "bench_app.h"
 #include "core.h"
 #include "glviewport.h"
 #include "glwindow.h"
@@ -11,19 +12,12 @@
 
 namespace
 {
-struct BenchApp
+struct BenchApp : BenchServices<>
 {
-    CoreSDL CoreSdl;
-    Mouse MouseState;
-    Rend Renderer;
-    Quindle App;
-    Core CoreServices{&CoreSdl, &Renderer, &MouseState, &App};
     GLWindow Window;
-    GLViewport View;
 
     BenchApp()
     {
-        p = &CoreServices;
         View.pParentWindow = &Window;
         std::vector<float> heights(257 * 257);
         for (int z = 0; z < 257; ++z)
@@ -34,7 +28,6 @@ struct BenchApp
         MouseState.X3D = 0.1;
         MouseState.Y3D = -0.2;
     }
-    ~BenchApp() { p = nullptr; }
 };
 
 void BM_IdleFrame(benchmark::State& state)

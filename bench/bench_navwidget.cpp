@@ -5,6 +5,7 @@
 
 #include <SDL3/SDL.h>
 
+#include "bench_app.h"
 #include "core.h"
 #include "glviewport.h"
 #include "glwindow.h"
@@ -13,24 +14,16 @@
 
 namespace
 {
-struct BenchApp
+struct BenchApp : BenchServices<>
 {
-    CoreSDL CoreSdl;
-    Mouse MouseState;
-    Rend Renderer;
-    Quindle App;
-    Core CoreServices{&CoreSdl, &Renderer, &MouseState, &App};
     GLWindow Window;
-    GLViewport View;
 
     BenchApp()
     {
-        p = &CoreServices;
         View.pParentWindow = &Window;
         View.NavWidgetSize = 0.3;
         View.NavWidgetMargin = 0.02;
     }
-    ~BenchApp() { p = nullptr; }
 
     // Global coordinates of a viewport-local point; the viewport covers the window.
     void PointAtLocal(double x01, double y01)

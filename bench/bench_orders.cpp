@@ -8,6 +8,7 @@
 #include <random>
 #include <vector>
 
+#include "bench_app.h"
 #include "core.h"
 #include "glviewport.h"
 #include "mouse.h"
@@ -28,20 +29,12 @@ class BenchViewport : public GLViewport
     }
 };
 
-struct BenchApp
+struct BenchApp : BenchServices<BenchViewport>
 {
-    CoreSDL CoreSdl;
-    Mouse MouseState;
-    Rend Renderer;
-    Quindle App;
-    Core CoreServices{&CoreSdl, &Renderer, &MouseState, &App};
-    BenchViewport View;
-
     // Vehicles spread over the 1024 x 1024 map, seen whole by the reset camera. No status window:
     // its message history would grow with every iteration.
     explicit BenchApp(int vehicleCount)
     {
-        p = &CoreServices;
         View.SpringMap.LoadHeightGrid(129, 129, 8.0f, std::vector<float>(129 * 129, 0.0f));
         View.ResetSpringMapCamera();
         std::mt19937 rng(12345u);
@@ -53,7 +46,6 @@ struct BenchApp
             View.Vehicles.back()->Position = Vec3D(coordinate(rng), 0.0, coordinate(rng));
         }
     }
-    ~BenchApp() { p = nullptr; }
     void SelectAll() { View.VehicleSelectionMask.assign(View.Vehicles.size(), true); }
 };
 
