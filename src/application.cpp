@@ -6,9 +6,12 @@
 
 Application::~Application()
 {
-    // The terrain's GL objects go while the context is still current.
+    // The terrain's and the effect's GL objects go while the context is still current.
     if (CoreSdl.GLContext)
+    {
         Viewport.SpringMap.ReleaseGL();
+        Viewport.JetExhaust.ReleaseGL();
+    }
     if (p == &CoreServices)
         p = nullptr;
 }
@@ -60,11 +63,19 @@ void Application::HandleWindowEvent(const SDL_Event& Event, bool& bQuit)
         CoreSdl.UpdatePixelSize();
         break;
     case SDL_EVENT_KEY_DOWN:
-        // Escape and P belong to the viewport's patrol orders; Ctrl+Q quits, Home frames the map.
+        // Escape and P belong to the viewport's patrol orders; Ctrl+Q quits, Home frames the map,
+        // Ctrl+Shift+R and Ctrl+Shift+L reload and switch the jet effects, as the panel says.
         if (Event.key.key == SDLK_Q && (Event.key.mod & SDL_KMOD_CTRL))
             bQuit = true;
         else if (Event.key.key == SDLK_HOME)
             Viewport.ResetSpringMapCamera();
+        else if ((Event.key.mod & SDL_KMOD_CTRL) && (Event.key.mod & SDL_KMOD_SHIFT) && !Event.key.repeat)
+        {
+            if (Event.key.key == SDLK_R)
+                Viewport.JetExhaust.ReloadShaders();
+            else if (Event.key.key == SDLK_L)
+                Viewport.JetExhaust.ToggleEnabled();
+        }
         break;
     default:
         break;
@@ -107,6 +118,16 @@ void Application::BatchRecorded()
     Font.ClearRecord();
 }
 
+float Application::GetStatusBarRightX() const
+{
+    // The bar stops a little short of the Rotate toggle so the toggle stays whole and clickable.
+    constexpr double GapLocal = 0.02;
+    double x1 = 0.0, y1 = 0.0, x2 = 0.0, y2 = 0.0;
+    if (!Viewport.bVisible || !Viewport.GetAutoRotateToggleRect(x1, y1, x2, y2))
+        return 1.0f;
+    return static_cast<float>(Viewport.WindowX1 + (x1 - GapLocal) * (Viewport.WindowX2 - Viewport.WindowX1));
+}
+
 void Application::DrawFrame(bool bOverlays)
 {
     glViewport(0, 0, CoreSdl.Width, CoreSdl.Height);
@@ -115,6 +136,7 @@ void Application::DrawFrame(bool bOverlays)
     Viewport.Render();
     if (bOverlays)
         RecordOverlays();
+    Window.StatusBarRightX = GetStatusBarRightX();
     Window.RenderStatusBar();
     BatchRecorded();
     Batch.Submit(FontBackend.GetAtlasTexture());

@@ -49,6 +49,8 @@ class Application
 
   private:
     void HandleWindowEvent(const SDL_Event& Event, bool& bQuit);
+    // Where the status bar ends, in global units: left of the viewport's Rotate toggle.
+    float GetStatusBarRightX() const;
     void RecordOverlays();
     // Moves what was recorded so far into the 2D batch, shapes under their text, and clears the
     // record; the batch is drawn once per frame.

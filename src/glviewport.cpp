@@ -8,6 +8,7 @@
 
 #include <SDL3/SDL_timer.h>
 
+#include "airsim.h"
 #include "core.h"
 #include "scene_gl.h"
 #include "vehicleorders.h"
@@ -32,6 +33,67 @@ int ToWholePixels(double Px)
     if (Px > Limit)
         return static_cast<int>(Limit);
     return static_cast<int>(std::floor(Px));
+}
+
+static_assert(sizeof(GLViewport::JetEffectsCpuMs) / sizeof(double) == JetExhaustPassCount &&
+                  sizeof(GLViewport::JetEffectsGpuMs) / sizeof(double) == JetExhaustPassCount,
+              "one effects figure per pass");
+
+// The nozzle sits this far behind an aircraft's centre, at the tail of the shape the scene draws.
+constexpr double JetNozzleBehindWorld = 14.0;
+
+// One emitter per aircraft, streaming opposite to its direction of flight.
+std::vector<JetExhaustEmitter> CollectJetEmitters(const std::vector<std::unique_ptr<AirUnit>>& AirUnits)
+{
+    std::vector<JetExhaustEmitter> emitters;
+    emitters.reserve(AirUnits.size());
+    for (const std::unique_ptr<AirUnit>& air : AirUnits)
+    {
+        if (!air)
+            continue;
+        const double headingRad = air->Flight.HeadingDeg * M_PI / 180.0;
+        const double dirX = std::sin(headingRad), dirZ = std::cos(headingRad);
+        const Vec3D& at = air->Aircraft.Position;
+        JetExhaustEmitter emitter;
+        emitter.Position[0] = static_cast<float>(at.X - dirX * JetNozzleBehindWorld);
+        emitter.Position[1] = static_cast<float>(at.Y);
+        emitter.Position[2] = static_cast<float>(at.Z - dirZ * JetNozzleBehindWorld);
+        emitter.Direction[0] = static_cast<float>(dirX);
+        emitter.Direction[1] = 0.0f;
+        emitter.Direction[2] = static_cast<float>(dirZ);
+        emitters.push_back(emitter);
+    }
+    return emitters;
+}
+
+// Plumes over the scene just drawn (its framebuffer still bound), into the given GL viewport; the
+// panel's figures change only when the effect ran.
+void RenderJetEffects(GLViewport& View, const std::array<float, 16>& ViewProjection, GLint LeftPx,
+                      GLint BottomPx, GLsizei WidthPx, GLsizei HeightPx)
+{
+    JetExhaustFrameInput input;
+    input.Emitters = CollectJetEmitters(View.AirUnits);
+    input.ViewProjection = ViewProjection;
+    input.ViewportXPx = LeftPx;
+    input.ViewportYPx = BottomPx;
+    input.ViewportWidthPx = WidthPx;
+    input.ViewportHeightPx = HeightPx;
+    input.Scale = View.JetEffectsScale;
+    input.TimeSec = SDL_GetTicks() * 0.001;
+    JetExhaustFigures figures;
+    if (!View.JetExhaust.Render(input, figures))
+        return;
+    View.JetEffectsTargetWidth = figures.TargetWidth;
+    View.JetEffectsTargetHeight = figures.TargetHeight;
+    std::copy(std::begin(figures.CpuMs), std::end(figures.CpuMs), std::begin(View.JetEffectsCpuMs));
+    // GPU times arrive a frame or more late: until the first ones do, the last known stay shown;
+    // with the effect off there is no GPU work to show.
+    const bool bAnyPassRan =
+        std::any_of(std::begin(figures.bPassRan), std::end(figures.bPassRan), [](bool bRan) { return bRan; });
+    if (figures.bGpuTimesValid || !bAnyPassRan)
+        std::copy(std::begin(figures.GpuMs), std::end(figures.GpuMs), std::begin(View.JetEffectsGpuMs));
+    View.JetEffectsMemoryMiB = figures.MemoryMiB;
+    View.JetEffectsStatusText = figures.StatusText;
 }
 } // namespace
 
@@ -173,6 +235,7 @@ void GLViewport::Render()
         const std::array<float, 16> viewProjection = GetSceneViewProjection().ToFloat();
         SpringMap.Render(viewProjection.data());
         pScene->Draw(*this, viewProjection);
+        RenderJetEffects(*this, viewProjection, leftPx, bottomPx, viewportWidthPx, viewportHeightPx);
     }
     // The 2D overlays draw in global coordinates across the whole window.
     glViewport(0, 0, widthPx, heightPx);

@@ -62,7 +62,7 @@ public:
     bool bNavWidgetVisible = true;
     bool bAutoRotateToggleVisible = true;
     double NavWidgetSize = 0.12;       // clamped to 0.18..0.48 where used: the smallest legible widget
-    double NavWidgetMargin = 0.02;     // a small gap to the window's edge
+    double NavWidgetMargin = 0.07;     // keeps the widget clear of the Rotate toggle below it
     double NavRotateSpeed = 5.0;       // degrees per button step
     double NavPanSpeed = 0.08;         // pan step factor on distance / 3.2
     double NavZoomRate = 5.0;          // zoom buttons move five ZoomSteps per step

@@ -21,10 +21,13 @@ void GLWindow::RenderStatusBar() const
     const float unitsPerPxY = 2.0f / static_cast<float>(p->pCoreSDL->Height);
     const float unitsPerPxX = 2.0f / static_cast<float>(std::max(p->pCoreSDL->Width, 1));
     const float top = -1.0f + StatusBarHeightPx * unitsPerPxY;
+    const float right = std::clamp(StatusBarRightX, -1.0f, 1.0f);
+    if (!(right > -1.0f))
+        return;
     if (!rend.beginFrame())
         return;
-    rend.drawRect(-1.0f, top, 1.0f, -1.0f, GLColor(0.05f, 0.06f, 0.08f, 0.85f));
-    rend.drawLine(-1.0f, top, 1.0f, top, GLColor(0.25f, 0.88f, 1.0f, 0.5f), 1.0f);
+    rend.drawRect(-1.0f, top, right, -1.0f, GLColor(0.05f, 0.06f, 0.08f, 0.85f));
+    rend.drawLine(-1.0f, top, right, top, GLColor(0.25f, 0.88f, 1.0f, 0.5f), 1.0f);
     rend.endFrame();
     if (rend.pTTF && !StatusBarText.empty())
     {

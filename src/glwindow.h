@@ -10,6 +10,10 @@ class GLWindow
     static constexpr int StatusBarHeightPx = 22; // one line of StatusBarFontPx text with a margin
     static constexpr int StatusBarFontPx = 13;
 
+    // Right end of the bar in global units (-1..1): widgets at the window's bottom right set it so
+    // the bar does not cover them.
+    float StatusBarRightX = 1.0f;
+
     virtual ~GLWindow() = default;
 
     virtual void SetStatusBarText(const std::string& Text);
@@ -17,7 +21,8 @@ class GLWindow
     // Every message shown since start, oldest first.
     const std::vector<std::string>& GetStatusHistory() const { return StatusHistory; }
 
-    // Draws the bar along the bottom edge of the window through p->pRend (and its pTTF).
+    // Draws the bar along the bottom edge of the window, from its left edge to StatusBarRightX, through
+    // p->pRend (and its pTTF).
     void RenderStatusBar() const;
 
   private:

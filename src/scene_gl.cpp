@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "airsim.h"
 #include "glprogram.h"
 #include "glviewport.h"
 #include "vehicleunit.h"
@@ -32,10 +33,178 @@ void main()
 
 constexpr int FloatsPerVertex = 7;
 
+// Sizes of the markers: a ring clears the unit's outline, dots stay a few pixels at any zoom.
+constexpr int RingSegments = 24;
+constexpr double VehicleRingRadii = 1.6;
+constexpr double AircraftRingWorld = 26.0;
+constexpr double MarkerLiftWorld = 2.0; // keeps rings and lines off the terrain they follow
+constexpr float GoalDotSizePx = 6.0f;
+
+// Aircraft shape: a delta wing this long from nose to tail, this wide at the tail.
+constexpr double AircraftLengthWorld = 32.0;
+constexpr double AircraftSpanWorld = 26.0;
+
 struct Rgb
 {
     float R, G, B;
 };
+
+Rgb ToRgb(const std::array<float, 3>& c)
+{
+    return {c[0], c[1], c[2]};
+}
+
+void AppendVertex(std::vector<float>& out, const Vec3D& at, Rgb colour, float shade = 1.0f)
+{
+    out.insert(out.end(), {static_cast<float>(at.X), static_cast<float>(at.Y), static_cast<float>(at.Z),
+                           colour.R * shade, colour.G * shade, colour.B * shade, 1.0f});
+}
+
+// Ground-plane frame of a heading: Forward along it, Right a quarter turn clockwise seen from above.
+struct HeadingFrame
+{
+    double ForwardX, ForwardZ, RightX, RightZ;
+
+    explicit HeadingFrame(double headingDeg)
+    {
+        const double rad = headingDeg * M_PI / 180.0;
+        ForwardX = std::sin(rad);
+        ForwardZ = std::cos(rad);
+        RightX = -ForwardZ;
+        RightZ = ForwardX;
+    }
+    Vec3D At(const Vec3D& origin, double forward, double right, double up) const
+    {
+        return Vec3D(origin.X + ForwardX * forward + RightX * right, origin.Y + up,
+                     origin.Z + ForwardZ * forward + RightZ * right);
+    }
+};
+
+// A box turned to a heading, from the centre of its base, as 10 triangles (no bottom) with a lit top
+// and darker sides so its orientation reads without lighting.
+void AppendBox(std::vector<float>& out, const HeadingFrame& frame, const Vec3D& base, double halfLength,
+               double halfWidth, double height, Rgb colour)
+{
+    Vec3D c[8];
+    for (int i = 0; i < 8; ++i)
+        c[i] = frame.At(base, (i & 1) ? halfLength : -halfLength, (i & 2) ? halfWidth : -halfWidth,
+                        (i & 4) ? height : 0.0);
+    const auto face = [&](int a, int b, int d, int e, float shade)
+    {
+        for (int k : {a, b, d, a, d, e})
+            AppendVertex(out, c[k], colour, shade);
+    };
+    face(4, 5, 7, 6, 1.0f);  // top
+    face(1, 3, 7, 5, 0.85f); // front
+    face(0, 2, 6, 4, 0.6f);  // back
+    face(0, 1, 5, 4, 0.7f);  // left
+    face(2, 3, 7, 6, 0.7f);  // right
+}
+
+void AppendLine(std::vector<float>& out, const Vec3D& from, const Vec3D& to, Rgb colour)
+{
+    AppendVertex(out, from, colour);
+    AppendVertex(out, to, colour);
+}
+
+// A horizontal circle of segments around Centre; with a map, each point sits on the terrain.
+void AppendRing(std::vector<float>& out, const Vec3D& centre, double radius, const SpringMapRenderer* pMap,
+                Rgb colour)
+{
+    Vec3D previous;
+    for (int i = 0; i <= RingSegments; ++i)
+    {
+        const double angle = 2.0 * M_PI * i / RingSegments;
+        Vec3D point(centre.X + radius * std::cos(angle), centre.Y, centre.Z + radius * std::sin(angle));
+        if (pMap)
+            point.Y = pMap->GetTerrainHeight(static_cast<float>(point.X), static_cast<float>(point.Z)) +
+                      MarkerLiftWorld;
+        if (i > 0)
+            AppendLine(out, previous, point, colour);
+        previous = point;
+    }
+}
+
+void DrawVehicle(std::vector<float>& solid, const VehicleUnit& vehicle, bool bSelected)
+{
+    const HeadingFrame frame(vehicle.HeadingDeg);
+    const double r = std::max(vehicle.Radius, 1.0f);
+    const Rgb hull = bSelected ? Rgb{0.35f, 0.9f, 0.45f} : Rgb{0.25f, 0.5f, 0.9f};
+    const Rgb turret = bSelected ? Rgb{0.6f, 1.0f, 0.65f} : Rgb{0.55f, 0.75f, 1.0f};
+    AppendBox(solid, frame, vehicle.Position, r, r * 0.7, r * 0.6, hull);
+    // Turret behind the middle, barrel reaching past the front: the heading reads from any side.
+    AppendBox(solid, frame, frame.At(vehicle.Position, -r * 0.15, 0.0, r * 0.6), r * 0.45, r * 0.4, r * 0.4,
+              turret);
+    AppendBox(solid, frame, frame.At(vehicle.Position, r * 0.85, 0.0, r * 0.72), r * 0.55, r * 0.1, r * 0.14,
+              turret);
+}
+
+void DrawAircraft(std::vector<float>& solid, const AirUnit& air, const SpringMapRenderer& map, bool bSelected)
+{
+    const HeadingFrame frame(air.Flight.HeadingDeg);
+    const Vec3D& at = air.Aircraft.Position;
+    const Rgb wing = bSelected ? Rgb{1.0f, 0.95f, 0.35f} : Rgb{0.95f, 0.55f, 0.2f};
+    const double half = AircraftLengthWorld * 0.5, span = AircraftSpanWorld * 0.5;
+    const Vec3D nose = frame.At(at, half, 0.0, 0.0);
+    const Vec3D notch = frame.At(at, -half * 0.55, 0.0, 0.0);
+    const Vec3D leftTip = frame.At(at, -half, -span, 0.0);
+    const Vec3D rightTip = frame.At(at, -half, span, 0.0);
+    const Vec3D finTop = frame.At(at, -half * 0.9, 0.0, span * 0.6);
+    for (const Vec3D& v : {nose, leftTip, notch})
+        AppendVertex(solid, v, wing);
+    for (const Vec3D& v : {nose, notch, rightTip})
+        AppendVertex(solid, v, wing, 0.85f);
+    for (const Vec3D& v : {frame.At(at, 0.0, 0.0, 0.0), notch, finTop})
+        AppendVertex(solid, v, wing, 0.65f);
+    // A thin post down to the ground shows where the aircraft is over the map.
+    const double ground = map.GetTerrainHeight(static_cast<float>(at.X), static_cast<float>(at.Z));
+    if (at.Y > ground)
+        AppendBox(solid, HeadingFrame(0.0), Vec3D(at.X, ground, at.Z), 1.5, 1.5, at.Y - ground,
+                  Rgb{0.6f, 0.6f, 0.6f});
+}
+
+// A line from the unit through each goal in order, with a dot at every goal; a looping route closes.
+void DrawOrders(std::vector<float>& lines, std::vector<float>& points, const Vec3D& from,
+                const std::vector<Vec3D>& goals, bool bLoop, Rgb colour)
+{
+    if (goals.empty())
+        return;
+    Vec3D previous = from;
+    for (const Vec3D& goal : goals)
+    {
+        AppendLine(lines, previous, goal, colour);
+        AppendVertex(points, goal, colour);
+        previous = goal;
+    }
+    if (bLoop && goals.size() > 1)
+        AppendLine(lines, goals.back(), goals.front(), colour);
+}
+
+std::vector<Vec3D> VehicleGoals(const VehicleUnit& vehicle)
+{
+    std::vector<Vec3D> goals;
+    if (!vehicle.bHasTarget)
+        return goals;
+    goals.push_back(vehicle.Target);
+    goals.insert(goals.end(), vehicle.WaypointQueue.begin(), vehicle.WaypointQueue.end());
+    return goals;
+}
+
+// The points an aircraft still has to fly: from its current one on; a patrol loops through all.
+std::vector<Vec3D> AircraftGoals(const AirUnit& air)
+{
+    const WaypointNavigator& navigator = air.Flight.Navigator;
+    const std::vector<Vec3D>& path = navigator.GetPath();
+    Vec3D current;
+    if (!air.bHasActiveOrder || !navigator.GetCurrentPoint(current))
+        return {};
+    std::vector<Vec3D> goals(path.begin() + static_cast<std::ptrdiff_t>(navigator.GetCurrentIndex()),
+                             path.end());
+    if (navigator.IsLooping())
+        goals.insert(goals.end(), path.begin(),
+                     path.begin() + static_cast<std::ptrdiff_t>(navigator.GetCurrentIndex()));
+    return goals;
+}
 
 void CreateVertexArray(GLuint& array, GLuint& buffer)
 {
@@ -50,24 +219,9 @@ void CreateVertexArray(GLuint& array, GLuint& buffer)
     glVertexAttribPointer(1, 4, GL_FLOAT, GL_FALSE, stride, reinterpret_cast<const void*>(3 * sizeof(float)));
 }
 
-// An axis-aligned box from its base centre, as 12 triangles with a lit top and darker sides.
-void AppendBox(std::vector<float>& out, double cx, double baseY, double cz, double halfSize, double height,
-               Rgb colour)
+GLsizei VertexCount(const std::vector<float>& vertices)
 {
-    const float x0 = static_cast<float>(cx - halfSize), x1 = static_cast<float>(cx + halfSize);
-    const float z0 = static_cast<float>(cz - halfSize), z1 = static_cast<float>(cz + halfSize);
-    const float y0 = static_cast<float>(baseY), y1 = static_cast<float>(baseY + height);
-    const auto face = [&](const float(&corners)[4][3], float shade)
-    {
-        for (int c : {0, 1, 2, 0, 2, 3})
-            out.insert(out.end(), {corners[c][0], corners[c][1], corners[c][2], colour.R * shade,
-                                   colour.G * shade, colour.B * shade, 1.0f});
-    };
-    face({{x0, y1, z0}, {x1, y1, z0}, {x1, y1, z1}, {x0, y1, z1}}, 1.0f);
-    face({{x0, y0, z1}, {x1, y0, z1}, {x1, y1, z1}, {x0, y1, z1}}, 0.8f);
-    face({{x0, y0, z0}, {x1, y0, z0}, {x1, y1, z0}, {x0, y1, z0}}, 0.6f);
-    face({{x0, y0, z0}, {x0, y0, z1}, {x0, y1, z1}, {x0, y1, z0}}, 0.7f);
-    face({{x1, y0, z0}, {x1, y0, z1}, {x1, y1, z1}, {x1, y1, z0}}, 0.7f);
+    return static_cast<GLsizei>(vertices.size() / FloatsPerVertex);
 }
 } // namespace
 
@@ -90,31 +244,38 @@ bool SceneGL::Create(std::string& Error)
     return true;
 }
 
-void SceneGL::BuildUnits(const GLViewport& View)
+void SceneGL::BuildGeometry(const GLViewport& View)
 {
-    UnitVertices.clear();
-    for (std::size_t i = 0; i < View.Vehicles.size(); ++i)
+    SolidVertices.clear();
+    LineVertices.clear();
+    PointVertices.clear();
+    const SpringMapRenderer* pMap = View.SpringMap.IsLoaded() ? &View.SpringMap : nullptr;
+    // The mask is index-aligned with the controllable vehicles, which skip empty entries.
+    std::size_t controllableIndex = 0;
+    for (const std::unique_ptr<VehicleUnit>& vehicle : View.Vehicles)
     {
-        const VehicleUnit* vehicle = View.Vehicles[i].get();
         if (!vehicle)
             continue;
-        const bool bSelected = i < View.VehicleSelectionMask.size() && View.VehicleSelectionMask[i];
-        const double halfSize = std::max(vehicle->Radius, 1.0f);
-        AppendBox(UnitVertices, vehicle->Position.X, vehicle->Position.Y, vehicle->Position.Z, halfSize,
-                  halfSize * 1.2, bSelected ? Rgb{0.35f, 1.0f, 0.45f} : Rgb{0.25f, 0.55f, 0.95f});
+        const std::size_t maskIndex = controllableIndex++;
+        const bool bSelected =
+            maskIndex < View.VehicleSelectionMask.size() && View.VehicleSelectionMask[maskIndex];
+        DrawVehicle(SolidVertices, *vehicle, bSelected);
+        if (bSelected)
+            AppendRing(LineVertices, vehicle->Position, std::max(vehicle->Radius, 1.0f) * VehicleRingRadii,
+                       pMap, ToRgb(SelectionRingColour));
+        DrawOrders(LineVertices, PointVertices, vehicle->Position, VehicleGoals(*vehicle), false,
+                   ToRgb(VehicleOrderColour));
     }
     for (const auto& air : View.AirUnits)
     {
         if (!air)
             continue;
-        const Vec3D& at = air->Aircraft.Position;
-        AppendBox(UnitVertices, at.X, at.Y - 6.0, at.Z, 14.0, 12.0,
-                  View.bAirUnitsSelected ? Rgb{1.0f, 0.95f, 0.35f} : Rgb{0.95f, 0.55f, 0.2f});
-        // A thin post down to the ground shows where the aircraft is over the map.
-        const double ground =
-            View.SpringMap.GetTerrainHeight(static_cast<float>(at.X), static_cast<float>(at.Z));
-        if (at.Y - 6.0 > ground)
-            AppendBox(UnitVertices, at.X, ground, at.Z, 1.5, at.Y - 6.0 - ground, Rgb{0.6f, 0.6f, 0.6f});
+        DrawAircraft(SolidVertices, *air, View.SpringMap, View.bAirUnitsSelected);
+        if (View.bAirUnitsSelected)
+            AppendRing(LineVertices, air->Aircraft.Position, AircraftRingWorld, nullptr,
+                       ToRgb(SelectionRingColour));
+        DrawOrders(LineVertices, PointVertices, air->Aircraft.Position, AircraftGoals(*air),
+                   air->Flight.Navigator.IsLooping(), ToRgb(AircraftOrderColour));
     }
 }
 
@@ -122,19 +283,39 @@ void SceneGL::Draw(const GLViewport& View, const std::array<float, 16>& ViewProj
 {
     if (Program == 0)
         return;
-    BuildUnits(View);
-    if (UnitVertices.empty())
+    BuildGeometry(View);
+    const std::size_t totalFloats = SolidVertices.size() + LineVertices.size() + PointVertices.size();
+    if (totalFloats == 0)
         return;
     glUseProgram(Program);
     glUniformMatrix4fv(ViewProjectionLocation, 1, GL_FALSE, ViewProjection.data());
-    glEnable(GL_DEPTH_TEST);
-    glDepthFunc(GL_LESS);
-    glDisable(GL_BLEND);
     glBindVertexArray(UnitArray);
     glBindBuffer(GL_ARRAY_BUFFER, UnitBuffer);
-    glBufferData(GL_ARRAY_BUFFER, static_cast<GLsizeiptr>(UnitVertices.size() * sizeof(float)),
-                 UnitVertices.data(), GL_STREAM_DRAW);
-    glDrawArrays(GL_TRIANGLES, 0, static_cast<GLsizei>(UnitVertices.size() / FloatsPerVertex));
-    glBindVertexArray(0);
+    // One upload per frame: units, then lines, then dots.
+    glBufferData(GL_ARRAY_BUFFER, static_cast<GLsizeiptr>(totalFloats * sizeof(float)), nullptr,
+                 GL_STREAM_DRAW);
+    GLintptr offsetBytes = 0;
+    for (const std::vector<float>* part : {&SolidVertices, &LineVertices, &PointVertices})
+    {
+        const auto bytes = static_cast<GLsizeiptr>(part->size() * sizeof(float));
+        glBufferSubData(GL_ARRAY_BUFFER, offsetBytes, bytes, part->data());
+        offsetBytes += bytes;
+    }
+    glDisable(GL_BLEND);
+    glEnable(GL_DEPTH_TEST);
+    glDepthFunc(GL_LESS);
+    GLint first = 0;
+    glDrawArrays(GL_TRIANGLES, first, VertexCount(SolidVertices));
+    first += VertexCount(SolidVertices);
     glDisable(GL_DEPTH_TEST);
+    if (!LineVertices.empty())
+        glDrawArrays(GL_LINES, first, VertexCount(LineVertices));
+    first += VertexCount(LineVertices);
+    if (!PointVertices.empty())
+    {
+        glPointSize(GoalDotSizePx);
+        glDrawArrays(GL_POINTS, first, VertexCount(PointVertices));
+        glPointSize(1.0f);
+    }
+    glBindVertexArray(0);
 }

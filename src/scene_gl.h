@@ -8,12 +8,19 @@
 
 class GLViewport;
 
-// Draws the viewport's units as boxes: vehicles on the ground (brighter when selected) and
-// aircraft with a thin post down to the terrain so their position over the map reads at a glance.
-// The terrain itself is the map renderer's.
+// Draws the viewport's units over the map renderer's terrain: vehicles as a hull with a turret and
+// barrel along their heading, aircraft as a delta wing pointing where they fly with a thin post down
+// to the terrain, a ring under every selected unit, and each unit's orders as a line from the unit
+// through its goals with a dot at every goal. Units are depth-tested; rings, lines and dots are
+// drawn over everything so an order is never hidden behind a hill. Three draw calls per frame.
 class SceneGL
 {
   public:
+    // Colours the tests look for.
+    static constexpr std::array<float, 3> SelectionRingColour{0.2f, 1.0f, 0.3f};
+    static constexpr std::array<float, 3> VehicleOrderColour{1.0f, 0.8f, 0.15f};
+    static constexpr std::array<float, 3> AircraftOrderColour{0.35f, 0.75f, 1.0f};
+
     SceneGL() = default;
     SceneGL(const SceneGL&) = delete;
     SceneGL& operator=(const SceneGL&) = delete;
@@ -24,10 +31,13 @@ class SceneGL
     void Draw(const GLViewport& View, const std::array<float, 16>& ViewProjection);
 
   private:
-    void BuildUnits(const GLViewport& View);
+    void BuildGeometry(const GLViewport& View);
 
     GLuint Program = 0;
     GLint ViewProjectionLocation = -1;
     GLuint UnitArray = 0, UnitBuffer = 0;
-    std::vector<float> UnitVertices;
+    // This frame's vertices, position and colour interleaved, one list per primitive type.
+    std::vector<float> SolidVertices; // depth-tested triangles: the units
+    std::vector<float> LineVertices;  // rings and order lines
+    std::vector<float> PointVertices; // goal dots
 };

@@ -16,9 +16,10 @@ ORBIT_DEG_PER_PX = 0.25
 ZOOM_STEP, MIN_DISTANCE, MAX_DISTANCE = 20.0, 50.0, 20000.0
 NAV_ZOOM_RATE, NAV_ROTATE_DEG, NAV_PAN_SPEED, NAV_HOLD_RATE = 5.0, 5.0, 0.08, 6.0
 
-# The widget: 0.18 of the width (the smallest legible size) with a 0.02 margin, bottom right.
-NAV_X1, NAV_X2 = 0.80, 0.98
-NAV_Y1, NAV_Y2 = 0.98 - 1.55 * 0.18, 0.98
+# The widget: 0.18 of the width (the smallest legible size) with a 0.07 margin, bottom right, so
+# it ends above the Rotate toggle.
+NAV_X1, NAV_X2 = 0.75, 0.93
+NAV_Y1, NAV_Y2 = 0.93 - 1.55 * 0.18, 0.93
 NAV_BUTTONS = {  # code: (u1, v1, u2, v2) in the panel
     1: (0.04, 0.04, 0.30, 0.20), 3: (0.34, 0.04, 0.66, 0.20), 2: (0.70, 0.04, 0.96, 0.20),
     4: (0.43, 0.26, 0.57, 0.37), 6: (0.27, 0.38, 0.41, 0.49), 7: (0.59, 0.38, 0.73, 0.49),
@@ -37,7 +38,7 @@ def nav_point(code, fu=0.5, fv=0.5):
 
 
 def toggle_indicator_point():
-    """Middle of the toggle's indicator square, above the status bar that hides the toggle's foot."""
+    """Middle of the toggle's indicator square."""
     x1, y1, x2, _ = ROTATE_TOGGLE
     return (x1 + (0.06 + 0.09) * (x2 - x1)) * W, (y1 + 0.3 * (ROTATE_TOGGLE[3] - y1)) * H
 
@@ -98,7 +99,7 @@ def layout(s):
     check_pixels(s, image, [preset_point(1), preset_point(1, 60)], is_lit_cyan, "active Medium preset")
     check_pixels(s, image, [preset_point(0), preset_point(2)], lambda c: not is_lit_cyan(c),
                  "inactive Low and High presets")
-    check_pixels(s, image, [(0.5 * W, H - 3), (0.75 * W, H - 12), (W - 3, H - 6)], is_dark, "status bar")
+    check_pixels(s, image, [(0.5 * W, H - 3), (0.75 * W, H - 12), (0.86 * W, H - 6)], is_dark, "status bar")
     # Above the status bar the map shows: lit terrain, not the bar's near-black.
     check_pixels(s, image, [(0.3 * W, 0.5 * H)], lambda c: max(c) > 60, "terrain in the middle")
 
