@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <memory>
+#include <string>
 #include <vector>
 
 #include <SDL3/SDL.h>
@@ -14,8 +15,13 @@
 #include <gtest/gtest.h>
 
 #include "airsim.h"
+#include "pngwriter.h"
 #include "scene_gl.h"
 #include "test_app.h"
+
+#ifndef SCENE_SCREENSHOT_DIR
+#define SCENE_SCREENSHOT_DIR "."
+#endif
 
 namespace
 {
@@ -221,7 +227,13 @@ TEST_F(SceneGLTest, OrderLinesRunFromEachUnitThroughItsGoals)
     const Vec3D patrolStart = air.Flight.Navigator.GetPath()[0];
     const Vec3D patrolEnd = air.Flight.Navigator.GetPath()[1];
 
+    App->View.VehicleSelectionMask = {true, false};
     const std::vector<std::uint8_t> image = RenderAndRead();
+    // Left for a person to look at: the selected vehicle's ring, its orders and the patrol.
+    std::string error;
+    EXPECT_TRUE(WritePngRgba(std::string(SCENE_SCREENSHOT_DIR) + "/scene_orders.png", WidthPx, HeightPx,
+                             image.data(), error))
+        << error;
     const auto midpoint = [](const Vec3D& a, const Vec3D& b)
     { return Vec3D((a.X + b.X) * 0.5, (a.Y + b.Y) * 0.5, (a.Z + b.Z) * 0.5); };
     struct Case
