@@ -1,5 +1,5 @@
-// The rest of the viewport: the 3D scene, coordinate conversions, the camera reset for a loaded
-// map and the services the interaction layer hands unit orders to.
+// The rest of the viewport: the 3D scene with its jet effects, coordinate conversions, the camera
+// reset for a loaded map and the services the interaction layer hands unit orders to.
 #include "glviewport.h"
 
 #include <algorithm>
@@ -39,8 +39,8 @@ static_assert(sizeof(GLViewport::JetEffectsCpuMs) / sizeof(double) == JetExhaust
                   sizeof(GLViewport::JetEffectsGpuMs) / sizeof(double) == JetExhaustPassCount,
               "one effects figure per pass");
 
-// The nozzle sits this far behind an aircraft's centre, at the tail of the shape the scene draws.
-constexpr double JetNozzleBehindWorld = 14.0;
+// The nozzle sits at the tail of the shape the scene draws.
+constexpr double JetNozzleBehindWorld = SceneGL::AircraftLengthWorld * 0.5;
 
 // One emitter per aircraft, streaming opposite to its direction of flight.
 std::vector<JetExhaustEmitter> CollectJetEmitters(const std::vector<std::unique_ptr<AirUnit>>& AirUnits)

@@ -40,8 +40,7 @@ constexpr double AircraftRingWorld = 26.0;
 constexpr double MarkerLiftWorld = 2.0; // keeps rings and lines off the terrain they follow
 constexpr float GoalDotSizePx = 6.0f;
 
-// Aircraft shape: a delta wing this long from nose to tail, this wide at the tail.
-constexpr double AircraftLengthWorld = 32.0;
+// Aircraft shape: a delta wing SceneGL::AircraftLengthWorld long, this wide at the tail.
 constexpr double AircraftSpanWorld = 26.0;
 
 struct Rgb
@@ -144,7 +143,7 @@ void DrawAircraft(std::vector<float>& solid, const AirUnit& air, const SpringMap
     const HeadingFrame frame(air.Flight.HeadingDeg);
     const Vec3D& at = air.Aircraft.Position;
     const Rgb wing = bSelected ? Rgb{1.0f, 0.95f, 0.35f} : Rgb{0.95f, 0.55f, 0.2f};
-    const double half = AircraftLengthWorld * 0.5, span = AircraftSpanWorld * 0.5;
+    const double half = SceneGL::AircraftLengthWorld * 0.5, span = AircraftSpanWorld * 0.5;
     const Vec3D nose = frame.At(at, half, 0.0, 0.0);
     const Vec3D notch = frame.At(at, -half * 0.55, 0.0, 0.0);
     const Vec3D leftTip = frame.At(at, -half, -span, 0.0);

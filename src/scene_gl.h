@@ -20,6 +20,8 @@ class SceneGL
     static constexpr std::array<float, 3> SelectionRingColour{0.2f, 1.0f, 0.3f};
     static constexpr std::array<float, 3> VehicleOrderColour{1.0f, 0.8f, 0.15f};
     static constexpr std::array<float, 3> AircraftOrderColour{0.35f, 0.75f, 1.0f};
+    // An aircraft is drawn this long from nose to tail; its exhaust leaves at the tail.
+    static constexpr double AircraftLengthWorld = 32.0;
 
     SceneGL() = default;
     SceneGL(const SceneGL&) = delete;
