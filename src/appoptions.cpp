@@ -50,8 +50,8 @@ ParseOutcome ParseCommandLine(int Argc, const char* const* Argv, AppOptions& Opt
     std::string size;
     app.add_option("--map", parsed.MapPath, "Spring map to open (.smf, .sdd folder, .sdz or .sd7)")
         ->check(CLI::ExistingPath);
-    app.add_option("--vehicles", parsed.VehicleCount, "ground vehicles to place (0..1000)")
-        ->check(CLI::Range(0, 1000));
+    app.add_option("--vehicles", parsed.VehicleCount, "ground vehicles to place (0..5000)")
+        ->check(CLI::Range(0, 5000));
     app.add_option("--aircraft", parsed.AircraftCount, "aircraft to place (0..200)")
         ->check(CLI::Range(0, 200));
     app.add_option("--size", size, "window size in pixels, e.g. 1280x720");
