@@ -48,7 +48,7 @@ TEST(CommandLine, BadOptionsAreOneLineAndLeaveTheOptionsAlone)
 {
     const std::vector<std::vector<const char*>> bad = {{"--bogus"},
                                                        {"--vehicles", "-1"},
-                                                       {"--vehicles", "1001"},
+                                                       {"--vehicles", "5001"},
                                                        {"--vehicles", "many"},
                                                        {"--aircraft", "201"},
                                                        {"--frames", "0"},
