@@ -32,24 +32,19 @@ class NavWidgetGL : public ::testing::Test
         if (Context)
             return;
         SDL_SetHint(SDL_HINT_VIDEO_DRIVER, "offscreen");
-        ASSERT_TRUE(SDL_Init(SDL_INIT_VIDEO)) << SDL_GetError();
-        SDL_GL_SetAttribute(SDL_GL_CONTEXT_MAJOR_VERSION, 3);
-        SDL_GL_SetAttribute(SDL_GL_CONTEXT_MINOR_VERSION, 3);
-        SDL_GL_SetAttribute(SDL_GL_CONTEXT_PROFILE_MASK, SDL_GL_CONTEXT_PROFILE_CORE);
-        Window = SDL_CreateWindow("navwidget", 64, 64, SDL_WINDOW_OPENGL | SDL_WINDOW_HIDDEN);
-        ASSERT_NE(Window, nullptr) << SDL_GetError();
-        Context = SDL_GL_CreateContext(Window);
-        ASSERT_NE(Context, nullptr) << SDL_GetError();
-        ASSERT_TRUE(SDL_GL_MakeCurrent(Window, Context)) << SDL_GetError();
+        Context = new CoreSDL;
+        std::string error;
+        if (!Context->Open("navwidget", 64, 64, false, error))
+        {
+            delete Context;
+            Context = nullptr;
+            FAIL() << error;
+        }
     }
     static void TearDownTestSuite()
     {
-        if (Context)
-            SDL_GL_DestroyContext(Context);
-        if (Window)
-            SDL_DestroyWindow(Window);
+        delete Context;
         Context = nullptr;
-        Window = nullptr;
         SDL_Quit();
     }
     void SetUp() override
@@ -60,11 +55,9 @@ class NavWidgetGL : public ::testing::Test
         }
     }
 
-    static SDL_Window* Window;
-    static SDL_GLContext Context;
+    static CoreSDL* Context; // the window and its GL context
 };
-SDL_Window* NavWidgetGL::Window = nullptr;
-SDL_GLContext NavWidgetGL::Context = nullptr;
+CoreSDL* NavWidgetGL::Context = nullptr;
 
 void SetFlag(GLenum Flag, bool bOn)
 {

@@ -38,23 +38,19 @@ class SceneGLTest : public ::testing::Test
         if (Context)
             return;
         SDL_SetHint(SDL_HINT_VIDEO_DRIVER, "offscreen");
-        ASSERT_TRUE(SDL_Init(SDL_INIT_VIDEO)) << SDL_GetError();
-        SDL_GL_SetAttribute(SDL_GL_CONTEXT_MAJOR_VERSION, 3);
-        SDL_GL_SetAttribute(SDL_GL_CONTEXT_MINOR_VERSION, 3);
-        SDL_GL_SetAttribute(SDL_GL_CONTEXT_PROFILE_MASK, SDL_GL_CONTEXT_PROFILE_CORE);
-        Window = SDL_CreateWindow("scene", 64, 64, SDL_WINDOW_OPENGL | SDL_WINDOW_HIDDEN);
-        ASSERT_NE(Window, nullptr) << SDL_GetError();
-        Context = SDL_GL_CreateContext(Window);
-        ASSERT_NE(Context, nullptr) << SDL_GetError();
+        Context = new CoreSDL;
+        std::string error;
+        if (!Context->Open("scene", 64, 64, false, error))
+        {
+            delete Context;
+            Context = nullptr;
+            FAIL() << error;
+        }
     }
     static void TearDownTestSuite()
     {
-        if (Context)
-            SDL_GL_DestroyContext(Context);
-        if (Window)
-            SDL_DestroyWindow(Window);
+        delete Context;
         Context = nullptr;
-        Window = nullptr;
         SDL_Quit();
     }
 
@@ -135,14 +131,12 @@ class SceneGLTest : public ::testing::Test
         return {(clip[0] / clip[3] + 1.0) * 0.5 * WidthPx, (1.0 - clip[1] / clip[3]) * 0.5 * HeightPx};
     }
 
-    static SDL_Window* Window;
-    static SDL_GLContext Context;
+    static CoreSDL* Context; // the window and its GL context
     GLuint Fbo = 0;
     GLuint Buffers[2] = {};
     std::unique_ptr<TestApp> App;
 };
-SDL_Window* SceneGLTest::Window = nullptr;
-SDL_GLContext SceneGLTest::Context = nullptr;
+CoreSDL* SceneGLTest::Context = nullptr;
 
 bool IsColour(const std::vector<std::uint8_t>& image, int x, int y, const std::array<float, 3>& colour)
 {
