@@ -2,6 +2,7 @@
 
 #include <SDL3/SDL.h>
 
+#include "controls.h"
 #include "mapsetup.h"
 
 Application::~Application()
@@ -49,13 +50,13 @@ bool Application::Start(const AppOptions& Options, std::string& Error)
     return true;
 }
 
-void Application::HandleWindowEvent(const SDL_Event& Event, bool& bQuit)
+void Application::HandleWindowEvent(const SDL_Event& Event)
 {
     switch (Event.type)
     {
     case SDL_EVENT_QUIT:
     case SDL_EVENT_WINDOW_CLOSE_REQUESTED:
-        bQuit = true;
+        bQuitRequested = true;
         break;
     case SDL_EVENT_WINDOW_PIXEL_SIZE_CHANGED:
     case SDL_EVENT_WINDOW_RESIZED:
@@ -63,32 +64,45 @@ void Application::HandleWindowEvent(const SDL_Event& Event, bool& bQuit)
         CoreSdl.UpdatePixelSize();
         break;
     case SDL_EVENT_KEY_DOWN:
-        // Escape and P belong to the viewport's patrol orders; Ctrl+Q quits, Home frames the map,
-        // Ctrl+Shift+R and Ctrl+Shift+L reload and switch the jet effects, as the panel says.
-        if (Event.key.key == SDLK_Q && (Event.key.mod & SDL_KMOD_CTRL))
-            bQuit = true;
-        else if (Event.key.key == SDLK_HOME)
-            Viewport.ResetSpringMapCamera();
-        else if ((Event.key.mod & SDL_KMOD_CTRL) && (Event.key.mod & SDL_KMOD_SHIFT) && !Event.key.repeat)
-        {
-            if (Event.key.key == SDLK_R)
-                Viewport.JetExhaust.ReloadShaders();
-            else if (Event.key.key == SDLK_L)
-                Viewport.JetExhaust.ToggleEnabled();
-        }
+        if (const Control* pControl = FindKeyControl(Event.key.key, Event.key.mod))
+            ApplyKeyAction(pControl->Action, Event.key.repeat);
         break;
     default:
         break;
     }
 }
 
+void Application::ApplyKeyAction(AppAction Action, bool bRepeat)
+{
+    // A held key repeats only what is harmless to repeat: switching or reloading twice would undo
+    // or redo work the person asked for once.
+    switch (Action)
+    {
+    case AppAction::Quit:
+        bQuitRequested = true;
+        break;
+    case AppAction::FrameMap:
+        Viewport.ResetSpringMapCamera();
+        break;
+    case AppAction::ToggleJetEffect:
+        if (!bRepeat)
+            Viewport.JetExhaust.ToggleEnabled();
+        break;
+    case AppAction::ReloadJetShaders:
+        if (!bRepeat)
+            Viewport.JetExhaust.ReloadShaders();
+        break;
+    case AppAction::None:
+        break;
+    }
+}
+
 bool Application::ProcessInput()
 {
-    bool bQuit = false;
     SDL_Event event;
     while (SDL_PollEvent(&event))
     {
-        HandleWindowEvent(event, bQuit);
+        HandleWindowEvent(event);
         Input.HandleEvent(event, CoreSdl.GetPixelsPerPointX(), CoreSdl.GetPixelsPerPointY());
     }
     const SDL_WindowFlags flags = SDL_GetWindowFlags(CoreSdl.pWindow);
@@ -106,7 +120,7 @@ bool Application::ProcessInput()
     const std::uint64_t nowNs = SDL_GetTicksNS();
     Viewport.StepSimulation(bFixedTimeStep ? 1.0 / 60.0 : (nowNs - LastFrameNs) * 1e-9);
     LastFrameNs = nowNs;
-    return !bQuit;
+    return !bQuitRequested;
 }
 
 void Application::BatchRecorded()

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "appoptions.h"
+#include "controls.h"
 #include "core.h"
 #include "glviewport.h"
 #include "glwindow.h"
@@ -48,7 +49,9 @@ class Application
     const CoreSDL& GetCoreSDL() const { return CoreSdl; }
 
   private:
-    void HandleWindowEvent(const SDL_Event& Event, bool& bQuit);
+    void HandleWindowEvent(const SDL_Event& Event);
+    // Does what a key of the controls table asks; bRepeat: the key is held and auto-repeating.
+    void ApplyKeyAction(AppAction Action, bool bRepeat);
     // Where the status bar ends, in global units: left of the viewport's Rotate toggle.
     float GetStatusBarRightX() const;
     void RecordOverlays();
@@ -69,5 +72,6 @@ class Application
     Batch2DGL Batch;
     TTFGL FontBackend;
     bool bFixedTimeStep = false;
+    bool bQuitRequested = false;
     std::uint64_t LastFrameNs = 0;
 };
