@@ -3,7 +3,9 @@
 #include <SDL3/SDL.h>
 
 #include "controls.h"
+#include "effectspanelfit.h"
 #include "mapsetup.h"
+#include "pixelcanvas.h"
 
 Application::~Application()
 {
@@ -12,6 +14,7 @@ Application::~Application()
     {
         Viewport.SpringMap.ReleaseGL();
         Viewport.JetExhaust.ReleaseGL();
+        Stats.ReleaseGL();
     }
     if (p == &CoreServices)
         p = nullptr;
@@ -21,8 +24,10 @@ bool Application::Start(const AppOptions& Options, std::string& Error)
 {
     if (!CoreSdl.Open("Quindle", Options.WidthPx, Options.HeightPx, Options.FrameCount == 0, Error))
         return false;
-    if (!Batch.Create(Error) || !FontBackend.Create(TTFGL::DefaultFontPath, Error))
+    if (!Batch.Create(Error) || !FontBackend.Create(TTFGL::DefaultFontPath, Error) ||
+        !Metrics.Open(TTFGL::DefaultFontPath, Error))
         return false;
+    Window.pMetrics = &Metrics;
     Renderer.pTTF = &Font;
     CoreServices = Core{&CoreSdl, &Renderer, &MouseState, &App};
     p = &CoreServices;
@@ -39,10 +44,19 @@ bool Application::Start(const AppOptions& Options, std::string& Error)
     if (!LoadMap(Options.MapPath, Viewport.SpringMap, mapName, Error))
         return false;
     Viewport.ResetSpringMapCamera();
+    SDL_SetWindowTitle(CoreSdl.pWindow, ("Quindle - " + mapName).c_str());
+    MiniMap.BuildPicture(Viewport.SpringMap);
+    if (Options.EffectsPanel != AppOptions::Panel::Auto)
+    {
+        bEffectsPanelChosen = true;
+        Viewport.bJetEffectsPanelVisible = Options.EffectsPanel == AppOptions::Panel::On;
+    }
     if (!Viewport.PlaceUnitsOnMap(Options.VehicleCount, Options.AircraftCount))
         Window.SetStatusBarText("No drivable room on map " + mapName + ": no units placed");
-    Window.SetStatusBarText("Map " + mapName + ": " + std::to_string(Viewport.SpringMap.GetGridWidth() - 1) +
-                            "x" + std::to_string(Viewport.SpringMap.GetGridHeight() - 1) + " squares, " +
+    // The hint leads, so even a narrow window's bar shows it whole.
+    Window.SetStatusBarText("F1: controls | Map " + mapName + ": " +
+                            std::to_string(Viewport.SpringMap.GetGridWidth() - 1) + "x" +
+                            std::to_string(Viewport.SpringMap.GetGridHeight() - 1) + " squares, " +
                             std::to_string(Options.VehicleCount) + " vehicles, " +
                             std::to_string(Options.AircraftCount) + " aircraft");
     bFixedTimeStep = Options.FrameCount > 0;
@@ -86,11 +100,28 @@ void Application::ApplyKeyAction(AppAction Action, bool bRepeat)
         break;
     case AppAction::ToggleJetEffect:
         if (!bRepeat)
-            Viewport.JetExhaust.ToggleEnabled();
+            JetSwitch.Toggle(Viewport.JetExhaust);
         break;
     case AppAction::ReloadJetShaders:
         if (!bRepeat)
             Viewport.JetExhaust.ReloadShaders();
+        break;
+    case AppAction::ToggleHelp:
+        if (!bRepeat)
+            Help.bVisible = !Help.bVisible;
+        break;
+    case AppAction::ToggleFrameStats:
+        if (!bRepeat)
+            Stats.bVisible = !Stats.bVisible;
+        break;
+    case AppAction::ToggleEffectsPanel:
+        bEffectsPanelChosen = true;
+        if (!bRepeat)
+            Viewport.bJetEffectsPanelVisible = !Viewport.bJetEffectsPanelVisible;
+        break;
+    case AppAction::ToggleMinimap:
+        if (!bRepeat)
+            MiniMap.bVisible = !MiniMap.bVisible;
         break;
     case AppAction::None:
         break;
@@ -99,6 +130,7 @@ void Application::ApplyKeyAction(AppAction Action, bool bRepeat)
 
 bool Application::ProcessInput()
 {
+    Stats.BeginCpu(SDL_GetTicksNS());
     SDL_Event event;
     while (SDL_PollEvent(&event))
     {
@@ -114,7 +146,10 @@ bool Application::ProcessInput()
     globalClicks.reserve(clicks.size());
     for (const MouseClick& click : clicks)
         globalClicks.push_back(MouseClickToGlobal(click, CoreSdl.Width, CoreSdl.Height));
+    MiniMap.ProcessMouse(MouseState, Input.IsPointerInWindow(), Viewport, Window, CoreSdl.Width,
+                         CoreSdl.Height);
     Windows.ProcessFrame(MouseState, App, globalClicks, Input.IsPointerInWindow());
+    Tooltip.Update(Viewport, SDL_GetTicks());
 
     // A run of a fixed number of frames steps 60 Hz time so its state file is the same every run.
     const std::uint64_t nowNs = SDL_GetTicksNS();
@@ -142,8 +177,20 @@ float Application::GetStatusBarRightX() const
     return static_cast<float>(Viewport.WindowX1 + (x1 - GapLocal) * (Viewport.WindowX2 - Viewport.WindowX1));
 }
 
+void Application::FitEffectsPanel()
+{
+    const int widthPx = static_cast<int>((Viewport.WindowX2 - Viewport.WindowX1) * 0.5 * CoreSdl.Width);
+    const int heightPx = static_cast<int>((Viewport.WindowY1 - Viewport.WindowY2) * 0.5 * CoreSdl.Height);
+    const EffectsPanelFont font = ChooseEffectsPanelFont(Metrics, widthPx, heightPx);
+    Renderer.FontSmallerPx = font.SizePx;
+    if (!bEffectsPanelChosen)
+        Viewport.bJetEffectsPanelVisible = font.bFits;
+}
+
 void Application::DrawFrame(bool bOverlays)
 {
+    Stats.BeginGpu();
+    FitEffectsPanel();
     glViewport(0, 0, CoreSdl.Width, CoreSdl.Height);
     glClearColor(0.0f, 0.0f, 0.0f, 1.0f);
     glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
@@ -153,7 +200,24 @@ void Application::DrawFrame(bool bOverlays)
     Window.StatusBarRightX = GetStatusBarRightX();
     Window.RenderStatusBar();
     BatchRecorded();
+    if (bOverlays)
+        RecordAppOverlays();
     Batch.Submit(FontBackend.GetAtlasTexture());
+    Stats.EndGpu();
+    Stats.EndCpu(SDL_GetTicksNS());
+}
+
+void Application::RecordAppOverlays()
+{
+    const PixelCanvas canvas(CoreSdl.Width, CoreSdl.Height);
+    MiniMap.Render(canvas, Viewport);
+    BatchRecorded();
+    Stats.Render(canvas, GLWindow::StatusBarHeightPx);
+    BatchRecorded();
+    Help.Render(canvas, Metrics, CoreSdl.Height - GLWindow::StatusBarHeightPx);
+    BatchRecorded();
+    Tooltip.Render(canvas, Metrics, Viewport);
+    BatchRecorded();
 }
 
 void Application::DrawOverlays()

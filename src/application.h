@@ -7,10 +7,16 @@
 #include "appoptions.h"
 #include "controls.h"
 #include "core.h"
+#include "fontmetrics.h"
+#include "framestats.h"
 #include "glviewport.h"
 #include "glwindow.h"
+#include "helpoverlay.h"
+#include "jeteffectswitch.h"
+#include "minimap.h"
 #include "mouse.h"
 #include "mouseinput.h"
+#include "navtooltip.h"
 #include "rend.h"
 #include "rend_gl.h"
 #include "ttf.h"
@@ -47,6 +53,11 @@ class Application
     GLViewport& GetViewport() { return Viewport; }
     GLWindow& GetWindow() { return Window; }
     const CoreSDL& GetCoreSDL() const { return CoreSdl; }
+    const FontMetrics& GetFontMetrics() const { return Metrics; }
+    HelpOverlay& GetHelp() { return Help; }
+    Minimap& GetMinimap() { return MiniMap; }
+    NavTooltip& GetTooltip() { return Tooltip; }
+    FrameStats& GetFrameStats() { return Stats; }
 
   private:
     void HandleWindowEvent(const SDL_Event& Event);
@@ -55,6 +66,11 @@ class Application
     // Where the status bar ends, in global units: left of the viewport's Rotate toggle.
     float GetStatusBarRightX() const;
     void RecordOverlays();
+    // The application's own overlays over the layer's: minimap, frame counter, help, tooltip.
+    void RecordAppOverlays();
+    // Fits the effects panel's font to the window and, unless the person chose, shows the panel
+    // only where its rows fit.
+    void FitEffectsPanel();
     // Moves what was recorded so far into the 2D batch, shapes under their text, and clears the
     // record; the batch is drawn once per frame.
     void BatchRecorded();
@@ -71,6 +87,13 @@ class Application
     MouseInput Input;
     Batch2DGL Batch;
     TTFGL FontBackend;
+    FontMetrics Metrics;
+    HelpOverlay Help;
+    Minimap MiniMap;
+    NavTooltip Tooltip;
+    FrameStats Stats;
+    JetEffectSwitch JetSwitch;
+    bool bEffectsPanelChosen = false; // by --effects-panel or F3
     bool bFixedTimeStep = false;
     bool bQuitRequested = false;
     std::uint64_t LastFrameNs = 0;

@@ -5,6 +5,13 @@
 // What the command line asks of one run of the application.
 struct AppOptions
 {
+    enum class Panel
+    {
+        Auto, // shown where its rows fit the window
+        On,
+        Off
+    };
+
     std::string MapPath;   // empty: the built-in default map
     int VehicleCount = 12; // a platoon: enough to try box selection and formations
     int AircraftCount = 4; // a flight of four
@@ -13,17 +20,23 @@ struct AppOptions
     int FrameCount = 0;         // 0: run until the window is closed
     std::string ScreenshotPath; // PNG of the last frame
     std::string StateOutPath;   // JSON written at exit
+    Panel EffectsPanel = Panel::Auto;
 };
 
 enum class ParseOutcome
 {
     Run,  // Options filled
-    Help, // Text holds the help to print on stdout; exit 0
+    Help, // Text holds the help or the version to print on stdout; exit 0
     Error // Text holds one line for stderr; exit 2
 };
 
-// Parses the command line. On an error Text is a single line naming the bad option.
+// Parses the command line and checks that the output files can be written (their folder exists and
+// is writable), so a bad path fails at start, not after the last frame. On an error Text is a single
+// line naming the bad option and why.
 ParseOutcome ParseCommandLine(int Argc, const char* const* Argv, AppOptions& Options, std::string& Text);
 
 // Parses "WxH" with each side in 64..16384; false leaves the outputs untouched.
 bool ParseWindowSize(const std::string& Text, int& WidthPx, int& HeightPx);
+
+// Empty when Path can be written as a new or replaced file, else why not (from strerror).
+std::string CheckOutputPath(const std::string& Path);

@@ -3,6 +3,7 @@
 namespace
 {
 constexpr SDL_Keymod Ctrl = SDL_KMOD_CTRL;
+constexpr SDL_Keymod Shift = SDL_KMOD_SHIFT;
 constexpr SDL_Keymod CtrlShift = SDL_KMOD_CTRL | SDL_KMOD_SHIFT;
 
 // clang-format off
@@ -17,6 +18,12 @@ const Control Controls[] = {
     {"Navigation widget (bottom right)", "zoom in, reset view, zoom out; rotate and pan arrows; hold a button to repeat"},
     {"Rotate (bottom right)", "turn the automatic slow rotation of the camera on or off"},
     {"Effects panel (top right)", "jet-effects quality presets and figures"},
+    {"Minimap (top left): left click or drag", "move the view's centre to that point of the map"},
+    {"Minimap: right click", "move the selected units to that point; Shift queues the waypoint"},
+    {"F1 or ?", "show or hide this list of controls", AppAction::ToggleHelp, {{{SDLK_F1}, {SDLK_QUESTION, Shift}}}},
+    {"F2", "show or hide the frame counter (frames per second, CPU and GPU ms of the last frame)", AppAction::ToggleFrameStats, {{{SDLK_F2}}}},
+    {"F3", "show or hide the effects panel", AppAction::ToggleEffectsPanel, {{{SDLK_F3}}}},
+    {"M", "show or hide the minimap", AppAction::ToggleMinimap, {{{SDLK_M}}}},
     {"Home", "frame the whole map again", AppAction::FrameMap, {{{SDLK_HOME}}}},
     {"Ctrl+Shift+L", "switch the jet-exhaust effect on or off", AppAction::ToggleJetEffect, {{{SDLK_L, CtrlShift}}}},
     {"Ctrl+Shift+R", "reload the jet-exhaust shaders", AppAction::ReloadJetShaders, {{{SDLK_R, CtrlShift}}}},

@@ -19,6 +19,10 @@ enum class AppAction
     FrameMap,
     ToggleJetEffect,
     ReloadJetShaders,
+    ToggleHelp,
+    ToggleFrameStats,
+    ToggleEffectsPanel,
+    ToggleMinimap,
 };
 
 // A key with the modifiers it needs. Ctrl, Shift and Alt count on either side and must match

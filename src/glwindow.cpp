@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "core.h"
+#include "fontmetrics.h"
 #include "glcolor.h"
 #include "rend.h"
 #include "ttf.h"
@@ -33,7 +34,11 @@ void GLWindow::RenderStatusBar() const
     {
         // Baseline a third of the way up the bar leaves room for descenders.
         const float baseline = -1.0f + (StatusBarHeightPx / 3.0f) * unitsPerPxY;
-        rend.pTTF->Text3DL(StatusBarText.c_str(), -1.0f + 8.0f * unitsPerPxX, baseline, 0.0f, StatusBarFontPx,
+        // The same 8 px margin at both ends of the text.
+        const int textWidthPx = static_cast<int>((right + 1.0f) / unitsPerPxX) - 2 * TextMarginPx;
+        const std::string shown =
+            pMetrics ? pMetrics->FitTextToWidth(StatusBarText, StatusBarFontPx, textWidthPx) : StatusBarText;
+        rend.pTTF->Text3DL(shown.c_str(), -1.0f + TextMarginPx * unitsPerPxX, baseline, 0.0f, StatusBarFontPx,
                            GLColor(0.92f, 0.94f, 0.98f, 1.0f));
     }
 }

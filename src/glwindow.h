@@ -3,16 +3,22 @@
 #include <string>
 #include <vector>
 
+class FontMetrics;
+
 // Top-level window: owns the status bar that shows the latest message.
 class GLWindow
 {
   public:
     static constexpr int StatusBarHeightPx = 22; // one line of StatusBarFontPx text with a margin
     static constexpr int StatusBarFontPx = 13;
+    static constexpr int TextMarginPx = 8;
 
     // Right end of the bar in global units (-1..1): widgets at the window's bottom right set it so
     // the bar does not cover them.
     float StatusBarRightX = 1.0f;
+    // The drawn font's widths: with them a message too long for the bar ends in "..." at its right
+    // end (the full text stays the status text). Null draws the text whole.
+    const FontMetrics* pMetrics = nullptr;
 
     virtual ~GLWindow() = default;
 

@@ -51,7 +51,7 @@ bool WriteOutputs(Application& App, const AppOptions& Options, int Frames,
 {
     const CoreSDL& window = App.GetCoreSDL();
     if (!Options.ScreenshotPath.empty() && !Pixels.empty() &&
-        !WritePngRgba(Options.ScreenshotPath, window.Width, window.Height, Pixels.data(), Error))
+        !WritePngRgb(Options.ScreenshotPath, window.Width, window.Height, Pixels.data(), Error))
         return false;
     return Options.StateOutPath.empty() ||
            WriteTextFile(Options.StateOutPath, BuildStateJson(App.GetViewport(), App.GetWindow(), Frames),

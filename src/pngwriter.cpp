@@ -7,8 +7,8 @@
 
 #include <png.h>
 
-bool WritePngRgba(const std::string& Path, int WidthPx, int HeightPx, const std::uint8_t* Pixels,
-                  std::string& Error)
+bool WritePngRgb(const std::string& Path, int WidthPx, int HeightPx, const std::uint8_t* Pixels,
+                 std::string& Error)
 {
     if (WidthPx <= 0 || HeightPx <= 0 || !Pixels)
     {
@@ -32,9 +32,10 @@ bool WritePngRgba(const std::string& Path, int WidthPx, int HeightPx, const std:
     {
         png_init_io(png, file);
         png_set_IHDR(png, info, static_cast<png_uint_32>(WidthPx), static_cast<png_uint_32>(HeightPx), 8,
-                     PNG_COLOR_TYPE_RGBA, PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT,
+                     PNG_COLOR_TYPE_RGB, PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT,
                      PNG_FILTER_TYPE_DEFAULT);
         png_write_info(png, info);
+        png_set_filler(png, 0, PNG_FILLER_AFTER); // the fourth byte of each pixel is dropped
         png_write_rows(png, const_cast<png_bytepp>(rows.data()), static_cast<png_uint_32>(HeightPx));
         png_write_end(png, info);
     }

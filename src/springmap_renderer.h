@@ -46,6 +46,8 @@ class SpringMapRenderer
     float GetHighestHeight() const { return HighestHeight; }
     const SpringMapGround& GetGround() const { return Ground; }
     bool HasMinimap() const { return !Minimap.empty(); }
+    // The map's own minimap: DXT1 1024x1024 with its 9 mip levels; empty when the map has none.
+    const std::vector<std::uint8_t>& GetMinimap() const { return Minimap; }
 
     // Draws the terrain with the scene's view-projection (column-major 4x4, world units in, clip space
     // out): the same transform picking inverts. Needs a current GL 3.3 core context; false when

@@ -133,7 +133,7 @@ TEST_F(QuindleBinary, HeadlessRunWritesScreenshotAndState)
 
     const std::string json = ReadFile(state);
     EXPECT_NE(json.find("\"frames\": 30"), std::string::npos) << json;
-    EXPECT_NE(json.find("\"Map Default: 256x256 squares, 5 vehicles, 2 aircraft\""), std::string::npos)
+    EXPECT_NE(json.find("\"F1: controls | Map Default: 256x256 squares, 5 vehicles, 2 aircraft\""), std::string::npos)
         << json;
     EXPECT_NE(json.find("\"camera\": {\"yawDeg\": 0, \"pitchDeg\": 50"), std::string::npos) << json;
     std::size_t positions = 0;

@@ -21,7 +21,7 @@ for _ in $(seq 50); do xdpyinfo >/dev/null 2>&1 && break; sleep 0.1; done
 
 "$quindle" --frames 1000000 --size 800x600 --state-out "$work/state.json" &
 quindle_pid=$!
-window=$(timeout 20 xdotool search --sync --name '^Quindle$' | head -n1)
+window=$(timeout 20 xdotool search --sync --name '^Quindle - ' | head -n1)
 xdotool windowfocus --sync "$window" 2>/dev/null || true
 # Each step waits long enough for a frame even on a loaded software rasteriser: events of one
 # frame are read together, and an Alt released in the same frame as its press would be lost.

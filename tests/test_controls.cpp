@@ -1,4 +1,9 @@
-// The controls table: no chord taken twice, and modifiers matched the way a person presses them.
+// The controls table: no chord taken twice, modifiers matched the way a person presses them, and the
+// README listing the same rows.
+#include <fstream>
+#include <string>
+#include <vector>
+
 #include <gtest/gtest.h>
 
 #include "controls.h"
@@ -44,6 +49,38 @@ TEST(Controls, ModifiersMatchExactlyOnEitherSide)
         const Control* pControl = FindKeyControl(c.Key, c.Mods);
         EXPECT_EQ(pControl ? pControl->Action : AppAction::None, c.Expected)
             << SDL_GetKeyName(c.Key) << " mods " << c.Mods;
+    }
+}
+
+// The rows of the README's "## Controls" table, "Input" and "Does" cells, header left out.
+std::vector<std::pair<std::string, std::string>> ReadReadmeControls()
+{
+    std::ifstream file(QUINDLE_README);
+    std::vector<std::pair<std::string, std::string>> rows;
+    std::string line;
+    bool bInSection = false;
+    while (std::getline(file, line))
+    {
+        if (line.rfind("## ", 0) == 0)
+            bInSection = line == "## Controls";
+        else if (bInSection && line.rfind("| ", 0) == 0 && line != "| Input | Does |")
+        {
+            const std::size_t bar = line.find(" | ");
+            rows.emplace_back(line.substr(2, bar - 2), line.substr(bar + 3, line.size() - bar - 5));
+        }
+    }
+    return rows;
+}
+
+TEST(Controls, ReadmeTableListsEveryControlInOrder)
+{
+    const auto rows = ReadReadmeControls();
+    const auto controls = GetControls();
+    ASSERT_EQ(rows.size(), controls.size()) << "README at " << QUINDLE_README;
+    for (std::size_t i = 0; i < rows.size(); ++i)
+    {
+        EXPECT_EQ(rows[i].first, controls[i].Input) << "row " << i;
+        EXPECT_EQ(rows[i].second, controls[i].Does) << "row " << i;
     }
 }
 } // namespace

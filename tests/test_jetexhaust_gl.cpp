@@ -455,7 +455,7 @@ TEST_F(JetExhaustGLTest, PlumesBrightenTheirPixelsInsideTheViewportOnly)
     RenderFrames(input, 3);
     const std::vector<std::uint8_t> pixels = ReadPixels();
     std::string error;
-    EXPECT_TRUE(WritePngRgba(std::string(JET_SCREENSHOT_DIR) + "/jetexhaust.png", WidthPx, HeightPx,
+    EXPECT_TRUE(WritePngRgb(std::string(JET_SCREENSHOT_DIR) + "/jetexhaust.png", WidthPx, HeightPx,
                              pixels.data(), error))
         << error;
     const std::array<int, 3> background = At(pixels, 1, 1);

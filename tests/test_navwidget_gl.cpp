@@ -398,7 +398,7 @@ TEST_F(NavWidgetGL, ScreenshotShowsTheWidgetAndTheToggle)
     std::string error;
     ASSERT_TRUE(shot.Render(app.Renderer, app.Font, error)) << error;
     const std::string path = std::string(NAV_SCREENSHOT_DIR) + "/navwidget.png";
-    ASSERT_TRUE(WritePngRgba(path, Screenshot::WidthPx, Screenshot::HeightPx, shot.Pixels.data(), error))
+    ASSERT_TRUE(WritePngRgb(path, Screenshot::WidthPx, Screenshot::HeightPx, shot.Pixels.data(), error))
         << error;
 
     const Rgba background{Screenshot::Background[0], Screenshot::Background[1], Screenshot::Background[2],

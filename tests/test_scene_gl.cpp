@@ -225,7 +225,7 @@ TEST_F(SceneGLTest, OrderLinesRunFromEachUnitThroughItsGoals)
     const std::vector<std::uint8_t> image = RenderAndRead();
     // Left for a person to look at: the selected vehicle's ring, its orders and the patrol.
     std::string error;
-    EXPECT_TRUE(WritePngRgba(std::string(SCENE_SCREENSHOT_DIR) + "/scene_orders.png", WidthPx, HeightPx,
+    EXPECT_TRUE(WritePngRgb(std::string(SCENE_SCREENSHOT_DIR) + "/scene_orders.png", WidthPx, HeightPx,
                              image.data(), error))
         << error;
     const auto midpoint = [](const Vec3D& a, const Vec3D& b)

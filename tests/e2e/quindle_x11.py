@@ -91,7 +91,7 @@ class Session:
         command = [self.binary, "--size", "%dx%d" % (self.width, self.height), "--state-out",
                    self.state_path, "--screenshot", self.shot_path] + self.args
         self.app = subprocess.Popen(command, env=self.env, stdout=subprocess.DEVNULL)
-        found = subprocess.run(["xdotool", "search", "--sync", "--name", "^Quindle$"], env=self.env,
+        found = subprocess.run(["xdotool", "search", "--sync", "--name", "^Quindle - "], env=self.env,
                                capture_output=True, text=True, timeout=TIMEOUT_S)
         self.window = found.stdout.split()[0]
         self.xdo("windowfocus", "--sync", self.window)

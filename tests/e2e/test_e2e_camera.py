@@ -85,7 +85,7 @@ def layout(s):
     """Panels at their places, colours sampled away from text and glyphs."""
     image = s.image()
     state = s.state
-    s.check(state["statusMessages"][-1].startswith("Map Default: "), "first message", "'Map Default: ...'",
+    s.check(state["statusMessages"][-1].startswith("F1: controls | Map Default: "), "first message", "'F1: controls | Map Default: ...'",
             state["statusMessages"])
     s.check(state["effects"] == {"quality": 1, "scale": 0.75}, "starting preset", "Medium", state["effects"])
     for codes, test in (((1, 2), is_purple), ((4, 5, 6, 7), is_orange), ((8, 9, 10, 11), is_blue)):
