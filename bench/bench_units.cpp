@@ -66,7 +66,7 @@ struct UnitWorld
     void PlanAll()
     {
         for (int step = 0; step < 64; ++step)
-            View.StepSimulation(FrameSec);
+            View.Units.Step(FrameSec);
     }
     int CountMoving() const
     {
@@ -83,7 +83,7 @@ void BM_SimulationStep(benchmark::State& state)
     world.OrderEveryone();
     world.PlanAll();
     for (auto _ : state)
-        world.View.StepSimulation(FrameSec);
+        world.View.Units.Step(FrameSec);
     state.counters["vehicles_moving"] = world.CountMoving();
     state.counters["aircraft"] = static_cast<double>(world.View.AirUnits.size());
 }
@@ -128,7 +128,7 @@ void BM_FormationOrder200(benchmark::State& state)
         // Past the replan cooldown, so this step plans every one of them.
         for (std::size_t i = 0; i < 200; ++i)
             world.View.Vehicles[i]->RouteRefreshCooldown = 0.0f;
-        world.View.StepSimulation(FrameSec);
+        world.View.Units.Step(FrameSec);
         state.PauseTiming();
         for (std::size_t i = 0; i < 200; ++i)
             routePoints += static_cast<double>(world.View.Vehicles[i]->Route.size());
@@ -154,12 +154,12 @@ void BM_FormationOrder200Cold(benchmark::State& state)
     for (auto _ : state)
     {
         state.PauseTiming();
-        world.View.VehicleRoutePlanner = RoutePlanner();
+        world.View.Units.GetRoutePlanner() = RoutePlanner();
         for (std::size_t i = 0; i < 200; ++i)
             world.View.Vehicles[i]->RouteRefreshCooldown = 0.0f;
         state.ResumeTiming();
         world.View.SubmitVehicleRoutePlan(goals, active, false);
-        world.View.StepSimulation(FrameSec);
+        world.View.Units.Step(FrameSec);
     }
 }
 BENCHMARK(BM_FormationOrder200Cold)->Unit(benchmark::kMillisecond);
@@ -168,12 +168,12 @@ BENCHMARK(BM_FormationOrder200Cold)->Unit(benchmark::kMillisecond);
 void BM_PlanCrossMapRoute(benchmark::State& state)
 {
     UnitWorld world;
-    world.View.VehicleDriveability.SyncWith(world.View.SpringMap);
+    const DriveabilityGrid& grid = world.View.Units.GetDriveability();
     std::vector<Vec3D> route;
     for (auto _ : state)
     {
-        world.View.VehicleRoutePlanner.PlanRoute(world.View.VehicleDriveability, world.View.SpringMap,
-                                                 Vec3D(2048, 0, 200), Vec3D(2048, 0, 3900), route);
+        world.View.Units.GetRoutePlanner().PlanRoute(grid, world.View.SpringMap, Vec3D(2048, 0, 200),
+                                                     Vec3D(2048, 0, 3900), route);
         benchmark::DoNotOptimize(route.data());
     }
     state.counters["route_points"] = static_cast<double>(route.size());

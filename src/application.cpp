@@ -4,6 +4,7 @@
 
 #include "controls.h"
 #include "effectspanelfit.h"
+#include "glreadback.h"
 #include "mapsetup.h"
 #include "pixelcanvas.h"
 
@@ -53,12 +54,13 @@ bool Application::Start(const AppOptions& Options, std::string& Error)
     }
     if (!Viewport.PlaceUnitsOnMap(Options.VehicleCount, Options.AircraftCount))
         Window.SetStatusBarText("No drivable room on map " + mapName + ": no units placed");
-    // The hint leads, so even a narrow window's bar shows it whole.
-    Window.SetStatusBarText("F1: controls | Map " + mapName + ": " +
-                            std::to_string(Viewport.SpringMap.GetGridWidth() - 1) + "x" +
-                            std::to_string(Viewport.SpringMap.GetGridHeight() - 1) + " squares, " +
-                            std::to_string(Options.VehicleCount) + " vehicles, " +
-                            std::to_string(Options.AircraftCount) + " aircraft");
+    else
+        // The hint leads, so even a narrow window's bar shows it whole.
+        Window.SetStatusBarText("F1: controls | Map " + mapName + ": " +
+                                std::to_string(Viewport.SpringMap.GetGridWidth() - 1) + "x" +
+                                std::to_string(Viewport.SpringMap.GetGridHeight() - 1) + " squares, " +
+                                std::to_string(Options.VehicleCount) + " vehicles, " +
+                                std::to_string(Options.AircraftCount) + " aircraft");
     bFixedTimeStep = Options.FrameCount > 0;
     LastFrameNs = SDL_GetTicksNS();
     return true;
@@ -153,7 +155,7 @@ bool Application::ProcessInput()
 
     // A run of a fixed number of frames steps 60 Hz time so its state file is the same every run.
     const std::uint64_t nowNs = SDL_GetTicksNS();
-    Viewport.StepSimulation(bFixedTimeStep ? 1.0 / 60.0 : (nowNs - LastFrameNs) * 1e-9);
+    Viewport.Units.Step(bFixedTimeStep ? 1.0 / 60.0 : (nowNs - LastFrameNs) * 1e-9);
     LastFrameNs = nowNs;
     return !bQuitRequested;
 }
@@ -248,16 +250,6 @@ void Application::PresentFrame()
 
 std::vector<std::uint8_t> Application::ReadBackBuffer() const
 {
-    const int widthPx = CoreSdl.Width, heightPx = CoreSdl.Height;
-    std::vector<std::uint8_t> bottomUp(static_cast<std::size_t>(widthPx) * heightPx * 4);
-    glPixelStorei(GL_PACK_ALIGNMENT, 1);
     glReadBuffer(GL_BACK);
-    glReadPixels(0, 0, widthPx, heightPx, GL_RGBA, GL_UNSIGNED_BYTE, bottomUp.data());
-    // GL's rows start at the bottom; images start at the top.
-    std::vector<std::uint8_t> topDown(bottomUp.size());
-    const std::size_t rowBytes = static_cast<std::size_t>(widthPx) * 4;
-    for (int y = 0; y < heightPx; ++y)
-        std::copy_n(bottomUp.begin() + static_cast<std::ptrdiff_t>(y * rowBytes), rowBytes,
-                    topDown.begin() + static_cast<std::ptrdiff_t>((heightPx - 1 - y) * rowBytes));
-    return topDown;
+    return ReadPixelsTopDown(0, 0, CoreSdl.Width, CoreSdl.Height);
 }

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <climits>
 #include <cmath>
+#include <cstdio>
 
 #include <SDL3/SDL_timer.h>
 
@@ -153,14 +154,22 @@ std::vector<VehicleUnit*> GLViewport::GetControllableVehicles()
 
 Vec3D GLViewport::FindDriveableVehicleWaypoint(const Vec3D& Point) const
 {
-    VehicleDriveability.SyncWith(SpringMap);
-    return SnapToDriveableGround(SpringMap, VehicleDriveability, Point);
+    return Units.FindDriveableWaypoint(Point);
 }
 
 void GLViewport::SubmitVehicleRoutePlan(const std::vector<Vec3D>& goals, const std::vector<bool>& active,
                                         bool append)
 {
     ApplyVehicleRoutePlan(GetControllableVehicles(), goals, active, append);
+}
+
+bool GLViewport::PlaceUnitsOnMap(int VehicleCount, int AircraftCount)
+{
+    if (!Units.PlaceUnits(VehicleCount, AircraftCount))
+        return false;
+    VehicleSelectionMask.assign(Vehicles.size(), false);
+    bAirUnitsSelected = false;
+    return true;
 }
 
 void GLViewport::ApplyJetEffectsPreset(JetExhaustQuality Quality, float Scale, const char*)
@@ -172,21 +181,8 @@ void GLViewport::ApplyJetEffectsPreset(JetExhaustQuality Quality, float Scale, c
 OrbitCamera GLViewport::GetSceneCamera() const
 {
     OrbitCamera camera;
-    camera.WorldOffsetX = WorldOffsetX;
-    camera.WorldOffsetZ = WorldOffsetZ;
-    camera.YawDeg = bAutoRotate ? CameraYawDeg + SDL_GetTicks() * 0.001 * AutoRotateDegPerSec : CameraYawDeg;
-    camera.PitchDeg = CameraPitchDeg;
-    camera.PanX = PanX;
-    camera.PanY = PanY;
-    camera.Distance = CameraDistance;
-    camera.FovDeg = CameraFovDeg;
-    // The same aspect picking computes, clamp included, or picks would drift sideways.
-    GLdouble x1 = 0.0, y1 = 0.0, x2 = 0.0, y2 = 0.0;
-    GetRenderedViewportRect(x1, y1, x2, y2);
-    const double widthPx = p && p->pCoreSDL ? p->pCoreSDL->Width : 1.0;
-    const double heightPx = p && p->pCoreSDL ? p->pCoreSDL->Height : 1.0;
-    const double aspect = std::max(x2 - x1, 1.0) * widthPx / (std::max(y1 - y2, 1.0) * heightPx);
-    camera.Aspect = std::isfinite(aspect) && aspect > 0.0 ? aspect : 1.0;
+    if (!GetOrbitCamera(camera) || !std::isfinite(camera.Aspect) || !(camera.Aspect > 0.0))
+        camera.Aspect = 1.0;
     return camera;
 }
 
@@ -206,13 +202,20 @@ void GLViewport::Render()
 {
     if (!bVisible || !p || !p->pCoreSDL)
         return;
-    if (!pScene)
+    if (!pScene && !bSceneCreateFailed)
     {
         auto scene = std::make_unique<SceneGL>();
         std::string error;
-        if (!scene->Create(error))
-            return;
-        pScene = std::move(scene);
+        if (scene->Create(error))
+            pScene = std::move(scene);
+        else
+        {
+            // Reported once: retrying every frame would repeat the failure and hide other messages.
+            bSceneCreateFailed = true;
+            const std::string message = "Units cannot be drawn: " + error;
+            std::fprintf(stderr, "quindle: %s\n", message.c_str());
+            ShowStatus(message);
+        }
     }
     const int widthPx = p->pCoreSDL->Width, heightPx = p->pCoreSDL->Height;
     GLdouble x1 = 0.0, y1 = 0.0, x2 = 0.0, y2 = 0.0;
@@ -234,7 +237,9 @@ void GLViewport::Render()
     {
         const std::array<float, 16> viewProjection = GetSceneViewProjection().ToFloat();
         SpringMap.Render(viewProjection.data());
-        pScene->Draw(*this, viewProjection);
+        if (pScene)
+            pScene->Draw({SpringMap, Vehicles, AirUnits, VehicleSelectionMask, bAirUnitsSelected},
+                         viewProjection);
         RenderJetEffects(*this, viewProjection, leftPx, bottomPx, viewportWidthPx, viewportHeightPx);
     }
     // The 2D overlays draw in global coordinates across the whole window.

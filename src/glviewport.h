@@ -8,12 +8,11 @@
 #include <epoxy/gl.h>
 
 #include "airsim.h"
-#include "driveabilitygrid.h"
 #include "glchildwindow.h"
 #include "gltogglebutton.h"
 #include "jetexhaust.h"
-#include "routeplanner.h"
 #include "springmap_renderer.h"
+#include "unitsimulation.h"
 #include "vec3d.h"
 #include "viewcamera.h"
 
@@ -30,7 +29,7 @@ double WrapAngleDeg(double AngleDeg);
 // Defaults below are the application's: each says why it has its value.
 class GLViewport : public GLChildWindow
 {
-public:
+  public:
     GLViewport();
     ~GLViewport() override;
 
@@ -41,18 +40,18 @@ public:
     void Render() override;
 
     // --- Viewport mode, camera and pointer ---
-    bool bSpringMapView = true;        // show the map; with a loaded map this is the "map view"
-    bool bVehicleControl = true;       // selection and orders on
-    bool bAutoRotate = false;          // a person starts in control; the toggle turns it on
-    double AutoRotateDegPerSec = 6.0;  // one turn a minute: slow enough to read the map
-    double CameraDistance = 1200.0;    // reset for the loaded map by ResetSpringMapCamera
-    double CameraFovDeg = 45.0;        // a natural lens; used clamped to 1..170
-    bool bMouseInteraction = true;     // mouse camera, zoom, selection and gestures on
-    double CameraYawDeg = 0.0;         // (-180, 180]
-    double CameraPitchDeg = 50.0;      // looking down onto the map, inside 8..84
-    double OrbitDegPerPixel = 0.25;    // a full-width drag of 1280 px turns 320 degrees
-    double ZoomStep = 20.0;            // world units; over the map the wheel moves 8 % at least
-    double MinCameraDistance = 50.0;   // close enough to see a vehicle's shape
+    bool bSpringMapView = true;         // show the map; with a loaded map this is the "map view"
+    bool bVehicleControl = true;        // selection and orders on
+    bool bAutoRotate = false;           // a person starts in control; the toggle turns it on
+    double AutoRotateDegPerSec = 6.0;   // one turn a minute: slow enough to read the map
+    double CameraDistance = 1200.0;     // reset for the loaded map by ResetSpringMapCamera
+    double CameraFovDeg = 45.0;         // a natural lens; used clamped to 1..170
+    bool bMouseInteraction = true;      // mouse camera, zoom, selection and gestures on
+    double CameraYawDeg = 0.0;          // (-180, 180]
+    double CameraPitchDeg = 50.0;       // looking down onto the map, inside 8..84
+    double OrbitDegPerPixel = 0.25;     // a full-width drag of 1280 px turns 320 degrees
+    double ZoomStep = 20.0;             // world units; over the map the wheel moves 8 % at least
+    double MinCameraDistance = 50.0;    // close enough to see a vehicle's shape
     double MaxCameraDistance = 20000.0; // a 32x32 map (16384 units) still fits the view
     double MouseLocalX = 0.0;
     double MouseLocalY = 0.0;
@@ -61,12 +60,12 @@ public:
     bool bMouseInside = false;
     bool bNavWidgetVisible = true;
     bool bAutoRotateToggleVisible = true;
-    double NavWidgetSize = 0.12;       // clamped to 0.18..0.48 where used: the smallest legible widget
-    double NavWidgetMargin = 0.07;     // keeps the widget clear of the Rotate toggle below it
-    double NavRotateSpeed = 5.0;       // degrees per button step
-    double NavPanSpeed = 0.08;         // pan step factor on distance / 3.2
-    double NavZoomRate = 5.0;          // zoom buttons move five ZoomSteps per step
-    double NavHoldRate = 6.0;          // a held button repeats six steps per second
+    double NavWidgetSize = 0.12;   // clamped to 0.18..0.48 where used: the smallest legible widget
+    double NavWidgetMargin = 0.07; // keeps the widget clear of the Rotate toggle below it
+    double NavRotateSpeed = 5.0;   // degrees per button step
+    double NavPanSpeed = 0.08;     // pan step factor on distance / 3.2
+    double NavZoomRate = 5.0;      // zoom buttons move five ZoomSteps per step
+    double NavHoldRate = 6.0;      // a held button repeats six steps per second
     double PanX = 0.0;
     double PanY = 0.0;
     double WorldOffsetX = 0.0;
@@ -86,7 +85,7 @@ public:
     double JetEffectsGpuBudgetMs = 4.0; // a quarter of a 60 Hz frame
     std::string JetEffectsStatusText;
     bool bJetEffectsPanelVisible = true;
-    float JetEffectsScale = 0.75f;      // the Medium preset's scale
+    float JetEffectsScale = 0.75f; // the Medium preset's scale
 
     // --- Interaction state ---
     std::unique_ptr<GLToggleButton> pAutoRotateToggle;
@@ -159,8 +158,11 @@ public:
                                         bool append);
     virtual void ApplyJetEffectsPreset(JetExhaustQuality Quality, float Scale, const char* Label);
 
-    // The camera Render draws with at SDL_GetTicks() time: the fields picking inverts, the
-    // auto-rotation phase and the aspect of the rendered viewport.
+    // The orbit camera of the camera fields at SDL_GetTicks() time, auto-rotation phase and aspect
+    // of the rendered viewport included; picking walks it backwards. False, with the aspect left
+    // alone, when the window's size is unknown.
+    bool GetOrbitCamera(OrbitCamera& Camera) const;
+    // The camera Render draws with: GetOrbitCamera, square when the aspect is unknown or degenerate.
     OrbitCamera GetSceneCamera() const;
     // World to clip space of that camera, with near and far planes fitted to the map.
     Mat4 GetSceneViewProjection() const;
@@ -168,22 +170,17 @@ public:
     // The vehicles this viewport shows and controls.
     std::vector<std::unique_ptr<VehicleUnit>> Vehicles;
 
-    // --- Unit simulation (unitsim.cpp) ---
-    // The loaded map's drivable cells, cached; mutable so the const waypoint search can refresh it.
-    mutable DriveabilityGrid VehicleDriveability;
-    RoutePlanner VehicleRoutePlanner;
-    AirSimSystem AirSim;
-    // Advances vehicles and aircraft by dtSec seconds; the application calls it once per frame.
-    void StepSimulation(double dtSec);
-    // Replaces the units with VehicleCount vehicles on drivable ground around the map's centre and
-    // AircraftCount aircraft circling above it, the same way every time. False, changing nothing,
-    // when no map is loaded or it lacks drivable room.
+    // Moves Vehicles and AirUnits over SpringMap; the application steps it once per frame.
+    UnitSimulation Units{SpringMap, Vehicles, AirUnits};
+    // UnitSimulation::PlaceUnits, with the selection cleared: the old indices name other units.
     bool PlaceUnitsOnMap(int VehicleCount, int AircraftCount);
 
-    // GL resources of the 3D scene, created by the first Render (which needs a current context).
+    // GL resources of the 3D scene, created by the first Render (which needs a current context);
+    // after a failed creation the map is still drawn, without units, and creation is not retried.
     std::unique_ptr<SceneGL> pScene;
+    bool bSceneCreateFailed = false;
 
-private:
+  private:
     // The frame's mouse input, read once at the start of MouseProcessing.
     struct MouseFrame
     {
@@ -207,7 +204,8 @@ private:
     void FinishOrderGesture();
     // Selection picks; false when a pick misses the map, which ends the selection silently.
     bool SelectNearestUnit(const std::vector<VehicleUnit*>& vehicles, double x01, double y01);
-    bool SelectUnitsInBand(const std::vector<VehicleUnit*>& vehicles, double x1, double y1, double x2, double y2);
+    bool SelectUnitsInBand(const std::vector<VehicleUnit*>& vehicles, double x1, double y1, double x2,
+                           double y2);
     void UpdateCameraDrags(const MouseFrame& frame);
     void ShowStatus(const std::string& Text) const;
 };

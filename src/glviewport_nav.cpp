@@ -4,8 +4,8 @@
 //   1. Input routing          MouseProcessing, EventMouseClick, EventMouseOut, camera drags
 //   2. Picking                ScreenToSpringMapWorld, ScreenToSpringMapWorldAtHeight
 //   3. Navigation widget      panel layout, hit testing, camera buttons, drawing, auto-rotate toggle
-//   4. Selection and orders   box and click selection, move, formation, air and patrol orders,
-//                             the order gestures of MouseProcessing and their overlays
+//   4. Selection and orders   4.1 selection, 4.2 move orders, 4.3 formation orders, 4.4 air orders,
+//                             4.5 the order gestures of MouseProcessing, 4.6 their overlays
 //   5. Effects panel          panel layout and drawing, preset buttons
 //
 // The layer throws nothing of its own and logs nothing: failures are bool results, and the only
@@ -31,6 +31,7 @@
 #include "glcolor.h"
 #include "glviewport.h"
 #include "glwindow.h"
+#include "heading.h"
 #include "mouse.h"
 #include "rend.h"
 #include "ttf.h"
@@ -41,6 +42,20 @@ namespace
 // The map view never looks flat along the ground nor straight down, where the yaw would be lost.
 constexpr double MapPitchMinDeg = 8.0;
 constexpr double MapPitchMaxDeg = 84.0;
+constexpr double DegToRad = 0.017453292519943295;
+
+// Tells the window system that this viewport consumed the frame's mouse input.
+void MarkFrameTaken()
+{
+    if (p && p->pQuindle)
+        p->pQuindle->MarkChildWindowProcessed();
+}
+
+// Viewport-local 0..1 to the global coordinate between the window edges From (at 0) and To (at 1).
+double LocalToGlobal(double local01, double windowFrom, double windowTo)
+{
+    return windowFrom + (windowTo - windowFrom) * local01;
+}
 } // namespace
 
 double WrapAngleDeg(double AngleDeg)
@@ -73,7 +88,6 @@ namespace
 constexpr SDL_Scancode PatrolScancode = SDL_SCANCODE_P;
 constexpr SDL_Scancode EscapeScancode = SDL_SCANCODE_ESCAPE;
 constexpr std::uint64_t NavRepeatDelayMs = 90; // a press is one step; holding repeats after this
-constexpr double DegToRad = 0.017453292519943295;
 } // namespace
 
 void GLViewport::MouseProcessing()
@@ -125,7 +139,7 @@ void GLViewport::MouseProcessing()
         bAutoRotate = !bAutoRotate;
         bOrbitDrag = false;
         bPanDrag = false;
-        p->pQuindle->MarkChildWindowProcessed();
+        MarkFrameTaken();
         return;
     }
 
@@ -136,7 +150,7 @@ void GLViewport::MouseProcessing()
         ActiveNavButton = HoverNavButton;
         NavRepeatStartMs = frame.now + NavRepeatDelayMs;
         NavLastRepeatMs = frame.now;
-        p->pQuindle->MarkChildWindowProcessed();
+        MarkFrameTaken();
         return;
     }
 
@@ -157,7 +171,7 @@ void GLViewport::MouseProcessing()
                 {
                     ApplyNavButtonScaled(ActiveNavButton, dtSec * std::max(NavHoldRate, 1.0));
                     NavLastRepeatMs = frame.now;
-                    p->pQuindle->MarkChildWindowProcessed();
+                    MarkFrameTaken();
                 }
             }
         }
@@ -172,7 +186,7 @@ void GLViewport::MouseProcessing()
             NavLastRepeatMs = 0;
         }
         if (bMouseInside && (frame.lHeld || frame.mHeld || frame.rHeld || frame.bInsideWidgetPanel))
-            p->pQuindle->MarkChildWindowProcessed();
+            MarkFrameTaken();
         return;
     }
 
@@ -188,7 +202,7 @@ void GLViewport::MouseProcessing()
         bPanDrag = false;
         OrbitLastXPx = MouseLocalXPx;
         OrbitLastYPx = MouseLocalYPx;
-        p->pQuindle->MarkChildWindowProcessed();
+        MarkFrameTaken();
     }
 
     if (ProcessOrderGesture(frame))
@@ -202,7 +216,7 @@ void GLViewport::MouseProcessing()
         PanStartYPx = MouseLocalYPx;
         PanLastMouseX = mouse.X;
         PanLastMouseY = mouse.Y;
-        p->pQuindle->MarkChildWindowProcessed();
+        MarkFrameTaken();
     }
 
     UpdateCameraDrags(frame);
@@ -222,7 +236,7 @@ void GLViewport::MouseProcessing()
         NavLastRepeatMs = 0;
     }
     if (bMouseInside && (frame.lHeld || frame.mHeld || frame.rHeld || frame.bInsideWidgetPanel))
-        p->pQuindle->MarkChildWindowProcessed();
+        MarkFrameTaken();
 }
 
 void GLViewport::UpdateCameraDrags(const MouseFrame& frame)
@@ -238,7 +252,7 @@ void GLViewport::UpdateCameraDrags(const MouseFrame& frame)
         const double pitch = CameraPitchDeg + dy * OrbitDegPerPixel;
         CameraPitchDeg = IsMapViewActive() ? std::min(MapPitchMaxDeg, std::max(MapPitchMinDeg, pitch))
                                            : WrapAngleDeg(pitch);
-        p->pQuindle->MarkChildWindowProcessed();
+        MarkFrameTaken();
     }
 
     if (bPanDrag && frame.mHeld && !bOrderDrag)
@@ -255,7 +269,7 @@ void GLViewport::UpdateCameraDrags(const MouseFrame& frame)
             2.0 * std::max(CameraDistance, 0.001) * std::tan(fovRad * 0.5) / static_cast<double>(hPx);
         PanX = PanX + dx * worldPerPixel;
         PanY = PanY - dy * worldPerPixel;
-        p->pQuindle->MarkChildWindowProcessed();
+        MarkFrameTaken();
     }
 }
 
@@ -264,18 +278,13 @@ void GLViewport::EventMouseClick(int ButtonID, double x, double y)
     double localX01 = 0.0;
     double localY01 = 0.0;
     const bool insideRenderedViewport = GlobalToLocal01(x, y, localX01, localY01);
-    const auto mark = []
-    {
-        if (p && p->pQuindle)
-            p->pQuindle->MarkChildWindowProcessed();
-    };
 
     if (ButtonID == 2)
     {
         // Right clicks over the map are unit orders, handled by MouseProcessing.
         if (bVehicleControl && IsMapViewActive() && insideRenderedViewport)
         {
-            mark();
+            MarkFrameTaken();
             return;
         }
     }
@@ -286,7 +295,7 @@ void GLViewport::EventMouseClick(int ButtonID, double x, double y)
         const double step = IsMapViewActive() ? std::max(0.08 * CameraDistance, ZoomStep) : ZoomStep;
         const double distance = ButtonID == 3 ? CameraDistance - step : CameraDistance + step;
         CameraDistance = std::min(std::max(distance, MinCameraDistance), MaxCameraDistance);
-        mark();
+        MarkFrameTaken();
         return;
     }
     GLChildWindow::EventMouseClick(ButtonID, x, y);
@@ -328,59 +337,41 @@ void GLViewport::EventMouseOut()
 //             `.   ray (not normalised)
 //               `.
 //   ~~~~~~~~~~~~~~*~~~~~~~ terrain, refined twice from the hit with the plane Y = 0
-namespace
+bool GLViewport::GetOrbitCamera(OrbitCamera& Camera) const
 {
-struct PickRay
-{
-    double EyeX = 0.0, EyeY = 0.0, EyeZ = 0.0;
-    double DirX = 0.0, DirY = 0.0, DirZ = 0.0;
-};
-
-bool BuildPickRay(const GLViewport& view, double x01, double y01, PickRay& ray)
-{
-    if (!view.SpringMap.IsLoaded() || view.SpringMap.IndexCount < 1 || !p || !p->pCoreSDL)
+    Camera.WorldOffsetX = WorldOffsetX;
+    Camera.WorldOffsetZ = WorldOffsetZ;
+    // The renderer turns the view by the auto-rotation phase without changing CameraYawDeg.
+    Camera.YawDeg = bAutoRotate ? CameraYawDeg + SDL_GetTicks() * 0.001 * AutoRotateDegPerSec : CameraYawDeg;
+    Camera.PitchDeg = CameraPitchDeg;
+    Camera.PanX = PanX;
+    Camera.PanY = PanY;
+    Camera.Distance = CameraDistance;
+    Camera.FovDeg = CameraFovDeg;
+    if (!p || !p->pCoreSDL)
         return false;
     GLdouble renderedX1 = 0.0, renderedY1 = 0.0, renderedX2 = 0.0, renderedY2 = 0.0;
-    view.GetRenderedViewportRect(renderedX1, renderedY1, renderedX2, renderedY2);
+    GetRenderedViewportRect(renderedX1, renderedY1, renderedX2, renderedY2);
     // Clamp before the multiplication so a collapsed viewport still gives a finite aspect.
     const double viewportWidth = std::max(renderedX2 - renderedX1, 1.0) * p->pCoreSDL->Width;
     const double viewportHeight = std::max(renderedY1 - renderedY2, 1.0) * p->pCoreSDL->Height;
-    const double aspect = viewportWidth / viewportHeight;
-    const double tanFov = std::tan(std::clamp(view.CameraFovDeg, 1.0, 170.0) * M_PI / 360.0);
-
-    const double rx = (2.0 * x01 - 1.0) * aspect * tanFov;
-    const double ry = (1.0 - 2.0 * y01) * tanFov;
-
-    const double renderYawDeg = view.bAutoRotate
-                                    ? view.CameraYawDeg + SDL_GetTicks() * 0.001 * view.AutoRotateDegPerSec
-                                    : view.CameraYawDeg;
-    const double pitch = -view.CameraPitchDeg * M_PI / 180.0;
-    const double yaw = -renderYawDeg * M_PI / 180.0;
-    const double cosPitch = std::cos(pitch), sinPitch = std::sin(pitch);
-    const double cosYaw = std::cos(yaw), sinYaw = std::sin(yaw);
-
-    const double py = ry * cosPitch + sinPitch;
-    const double pz = ry * sinPitch - cosPitch;
-    ray.DirX = rx * cosYaw + pz * sinYaw;
-    ray.DirY = py;
-    ray.DirZ = pz * cosYaw - rx * sinYaw;
-    if (std::abs(ray.DirY) < 1e-6)
-        return false;
-
-    const double positivePitch = view.CameraPitchDeg * M_PI / 180.0;
-    const double qy = view.CameraDistance * std::sin(positivePitch) - view.PanY * std::cos(positivePitch);
-    const double qz = view.PanY * std::sin(positivePitch) + view.CameraDistance * std::cos(positivePitch);
-    const double qx = -view.PanX;
-    ray.EyeX = view.WorldOffsetX + qx * cosYaw + qz * sinYaw;
-    ray.EyeY = qy;
-    ray.EyeZ = view.WorldOffsetZ - qx * sinYaw + qz * cosYaw;
+    Camera.Aspect = viewportWidth / viewportHeight;
     return true;
+}
+
+namespace
+{
+bool BuildPickRay(const GLViewport& view, double x01, double y01, OrbitRay& ray)
+{
+    OrbitCamera camera;
+    return view.SpringMap.IsLoaded() && view.SpringMap.IndexCount >= 1 && view.GetOrbitCamera(camera) &&
+           BuildOrbitRay(camera, x01, y01, ray);
 }
 } // namespace
 
 bool GLViewport::ScreenToSpringMapWorld(double x01, double y01, Vec3D& outWorld) const
 {
-    PickRay ray;
+    OrbitRay ray;
     if (!BuildPickRay(*this, x01, y01, ray))
         return false;
     double distance = (0.0 - ray.EyeY) / ray.DirY;
@@ -400,7 +391,7 @@ bool GLViewport::ScreenToSpringMapWorld(double x01, double y01, Vec3D& outWorld)
 
 bool GLViewport::ScreenToSpringMapWorldAtHeight(double x01, double y01, double height, Vec3D& outWorld) const
 {
-    PickRay ray;
+    OrbitRay ray;
     if (!BuildPickRay(*this, x01, y01, ray))
         return false;
     const double distance = (height - ray.EyeY) / ray.DirY;
@@ -488,7 +479,7 @@ constexpr double NavPanReferenceDistance = 3.2;
 
 constexpr float NavOutlineWidthPx = 1.6f;
 constexpr float NavGlyphWidthPx = 2.2f;
-constexpr float NavHighlightBoost = 0.16f;
+constexpr double NavHighlightBoost = 0.16;
 
 // Viewport-local 0..1 (y down) to Rend's -1..1 drawing range (y up).
 double ToNdcX(double X01)
@@ -528,30 +519,32 @@ inline void DrawLineRect01(float WidthPx, double X1, double Y1, double X2, doubl
     DrawLine01(X1, Y2, X1, Y1, Color, WidthPx);
 }
 
+// Computed in double and narrowed once, so a highlighted face is exactly its listed colour
+// (0.80f + 0.16f in float lands one step above 0.96f).
 GLColor MakeNavFaceColor(NavFaceGroup Group, bool bHighlighted)
 {
-    float r = 0.20f, g = 0.56f, b = 0.88f; // pan
+    double r = 0.20, g = 0.56, b = 0.88; // pan
     switch (Group)
     {
     case NavFaceGroup::Zoom:
-        r = 0.42f, g = 0.28f, b = 0.70f;
+        r = 0.42, g = 0.28, b = 0.70;
         break;
     case NavFaceGroup::Reset:
-        r = 0.36f, g = 0.36f, b = 0.40f;
+        r = 0.36, g = 0.36, b = 0.40;
         break;
     case NavFaceGroup::Rotate:
-        r = 0.80f, g = 0.44f, b = 0.18f;
+        r = 0.80, g = 0.44, b = 0.18;
         break;
     case NavFaceGroup::Pan:
         break;
     }
     if (bHighlighted)
     {
-        r = std::min(r + NavHighlightBoost, 1.0f);
-        g = std::min(g + NavHighlightBoost, 1.0f);
-        b = std::min(b + NavHighlightBoost, 1.0f);
+        r = std::min(r + NavHighlightBoost, 1.0);
+        g = std::min(g + NavHighlightBoost, 1.0);
+        b = std::min(b + NavHighlightBoost, 1.0);
     }
-    return GLColor(r, g, b, 0.92f);
+    return GLColor(static_cast<float>(r), static_cast<float>(g), static_cast<float>(b), 0.92f);
 }
 
 GLColor MakeNavIconColor()
@@ -780,46 +773,23 @@ void GLViewport::RenderAutoRotateToggleOverlay() const
         return;
     // The toggle is not kept up to date as the viewport changes: it is synced right before it draws.
     SyncAutoRotateToggleState();
-    const double spanX = WindowX2 - WindowX1;
-    const double spanY = WindowY2 - WindowY1; // negative: global Y grows upwards
-    pAutoRotateToggle->RenderInRect(WindowX1 + x1 * spanX, WindowY1 + y1 * spanY, WindowX1 + x2 * spanX,
-                                    WindowY1 + y2 * spanY);
+    pAutoRotateToggle->RenderInRect(
+        LocalToGlobal(x1, WindowX1, WindowX2), LocalToGlobal(y1, WindowY1, WindowY2),
+        LocalToGlobal(x2, WindowX1, WindowX2), LocalToGlobal(y2, WindowY1, WindowY2));
 }
 
 // =====================================================================================================
-// 4. Selection and orders: box and click selection, vehicle move and formation orders, aircraft route
-// and patrol orders, the order gestures of MouseProcessing, and the band and formation overlays.
+// 4. Selection and orders
+//   4.1 Selection          box and click selection
+//   4.2 Move orders        one waypoint for the selected vehicles, spread over spiral slots
+//   4.3 Formation orders   the vehicles lined up along a drawn path
+//   4.4 Air orders         routes and patrols of the selected aircraft
+//   4.5 Gestures           the patrol, box-selection and order steps of MouseProcessing
+//   4.6 Overlays           the selection band and the formation preview
 // =====================================================================================================
 
 namespace
 {
-// Selection.
-constexpr double SelectionClickMaxLocal = 0.012; // per axis: a smaller gesture is a click, not a band
-constexpr double VehiclePickRadiusFactor = 1.45; // of Radius: a click just beside a vehicle still hits it
-constexpr double VehiclePickRadiusMin = 28.0;    // map units: small vehicles stay easy to click
-constexpr double AirPickRadius = 48.0;           // map units
-constexpr double NoPickDistance = 1e30;
-constexpr double SquaredTestMargin = 1.0 + 1e-6;
-constexpr double BandEdgeTolerance = 1e-5; // squared map units: a unit on an edge counts as inside
-constexpr double BandMinExtentLocal = 0.001;
-
-// Order gesture.
-constexpr double OrderDragMinLocal = 0.006;  // farther from the press is a drag; also the sample step
-constexpr double OrderSampleMinWorld = 12.0; // a sample is also due when the map point moved this far
-constexpr double OrderReleaseMinWorld = 1.0; // the release point joins the path beyond this distance
-
-// Move order: a sunflower spiral of slots around the waypoint.
-constexpr double TravelDirectionMinLength = 1e-5; // closer than this the group has no direction
-constexpr double SlotSpacingPerRadius = 1.58;
-constexpr double SlotSpacingMin = 20.0;
-constexpr double SlotRingFactor = 0.72;
-constexpr double GoldenAngleRad = 2.3999632297286535; // pi * (3 - sqrt(5))
-
-// Formation order and its preview.
-constexpr double FormationMinLength = 0.0001; // start and end closer than this: a plain move order
-constexpr double PathSpanMin = 1e-9;          // keeps zero-length segments from dividing by zero
-constexpr float PreviewCrossHalfSize = 0.008f;
-
 const char* const ReplaceMoveMessage = "Selected units ordered to waypoint.";
 const char* const QueueMoveMessage = "Waypoint queued for selected units.";
 
@@ -838,22 +808,29 @@ bool IsAnyVehicleSelected(const std::vector<bool>& mask)
     return std::find(mask.begin(), mask.end(), true) != mask.end();
 }
 
-void MarkFrameTaken()
-{
-    p->pQuindle->MarkChildWindowProcessed();
-}
-
 float LocalToGlobalX(const GLViewport& view, double x01)
 {
-    return static_cast<float>(view.WindowX1 + (view.WindowX2 - view.WindowX1) * x01);
+    return static_cast<float>(LocalToGlobal(x01, view.WindowX1, view.WindowX2));
 }
 
 float LocalToGlobalY(const GLViewport& view, double y01)
 {
-    return static_cast<float>(view.WindowY1 + (view.WindowY2 - view.WindowY1) * y01);
+    return static_cast<float>(LocalToGlobal(y01, view.WindowY1, view.WindowY2));
 }
+} // namespace
 
-// --- Selection helpers ---
+// --- 4.1 Selection -------------------------------------------------------------------------------
+
+namespace
+{
+constexpr double SelectionClickMaxLocal = 0.012; // per axis: a smaller gesture is a click, not a band
+constexpr double VehiclePickRadiusFactor = 1.45; // of Radius: a click just beside a vehicle still hits it
+constexpr double VehiclePickRadiusMin = 28.0;    // map units: small vehicles stay easy to click
+constexpr double AirPickRadius = 48.0;           // map units
+constexpr double NoPickDistance = 1e30;
+constexpr double SquaredTestMargin = 1.0 + 1e-6;
+constexpr double BandEdgeTolerance = 1e-5; // squared map units: a unit on an edge counts as inside
+constexpr double BandMinExtentLocal = 0.001;
 
 // Aircraft are picked where they fly: at the height of the first aircraft. Empty entries are
 // skipped here as everywhere else; false when there is no aircraft.
@@ -923,151 +900,7 @@ class BandEdges
   private:
     double OriginX[4] = {}, OriginZ[4] = {}, DirX[4] = {}, DirZ[4] = {};
 };
-
-// --- Path walking shared by the formation order and its preview ---
-
-// Running horizontal length of a map path; entry 0 is 0.
-std::vector<double> MeasureMapPath(const std::vector<Vec3D>& path)
-{
-    std::vector<double> cumulative(path.size(), 0.0);
-    for (std::size_t i = 1; i < path.size(); ++i)
-        cumulative[i] = cumulative[i - 1] + std::hypot(path[i].X - path[i - 1].X, path[i].Z - path[i - 1].Z);
-    return cumulative;
-}
-
-// Running length of a screen path in local units (not corrected for the aspect ratio).
-std::vector<double> MeasureScreenPath(const std::vector<double>& xs, const std::vector<double>& ys)
-{
-    std::vector<double> cumulative(xs.size(), 0.0);
-    for (std::size_t i = 1; i < xs.size(); ++i)
-        cumulative[i] = cumulative[i - 1] + std::hypot(xs[i] - xs[i - 1], ys[i] - ys[i - 1]);
-    return cumulative;
-}
-
-// A place on a path: the segment from point Segment - 1 to point Segment, and the fraction along it.
-struct PathPlace
-{
-    std::size_t Segment = 1;
-    double U = 0.0;
-};
-
-// The place at a distance along a path of at least two points. Places are asked for at growing
-// distances, so the walk resumes at the previous place's segment: every segment it skipped ends
-// before the previous distance and therefore before this one, so the result equals a walk from the
-// first segment, in linear instead of quadratic time over all places.
-PathPlace LocatePathPlace(const std::vector<double>& cumulative, double targetDistance,
-                          std::size_t fromSegment)
-{
-    std::size_t i = fromSegment;
-    while (targetDistance > cumulative[i] && i + 1 < cumulative.size())
-        ++i;
-    const double span = std::max(cumulative[i] - cumulative[i - 1], PathSpanMin);
-    return {i, std::clamp((targetDistance - cumulative[i - 1]) / span, 0.0, 1.0)};
-}
-
-double Interpolate(double from, double to, double u)
-{
-    return from + (to - from) * u;
-}
-
-// --- Move order helpers ---
-
-struct SelectedGroup
-{
-    double SumX = 0.0;
-    double SumZ = 0.0;
-    float MaxRadius = 0.0f;
-    int Count = 0;
-};
-
-SelectedGroup MeasureSelectedGroup(const std::vector<VehicleUnit*>& vehicles, const std::vector<bool>& mask)
-{
-    SelectedGroup group;
-    for (std::size_t i = 0; i < vehicles.size(); ++i)
-    {
-        if (!mask[i])
-            continue;
-        group.SumX += vehicles[i]->Position.X;
-        group.SumZ += vehicles[i]->Position.Z;
-        group.MaxRadius = std::max(group.MaxRadius, vehicles[i]->Radius);
-        ++group.Count;
-    }
-    return group;
-}
-
-using ProjectedUnits = std::vector<std::pair<double, std::size_t>>;
-
-// Units sorted by their position along an axis through an origin (ties in no defined order).
-ProjectedUnits OrderAlongAxis(const std::vector<VehicleUnit*>& vehicles, const std::vector<bool>& mask,
-                              std::size_t selectedCount, double originX, double originZ, double axisX,
-                              double axisZ)
-{
-    ProjectedUnits ordered;
-    ordered.reserve(selectedCount);
-    for (std::size_t i = 0; i < vehicles.size(); ++i)
-        if (mask[i])
-            ordered.emplace_back(
-                (vehicles[i]->Position.X - originX) * axisX + (vehicles[i]->Position.Z - originZ) * axisZ, i);
-    std::sort(ordered.begin(), ordered.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
-    return ordered;
-}
-
-// Spreads a group over sunflower slots around the waypoint, turned to the group's direction of
-// travel, so the vehicles do not all drive to one spot. The leftmost vehicle (smallest projection on
-// `right`) takes the centre and the others follow outwards along the spiral.
-//
-//            forward
-//               ^   . 1
-//          4 .  |
-//               0 ------> right        slot k at sqrt(k) * spacing * 0.72, angle k * golden angle
-//       2 .        . 3
-void PlaceGroupOnSpiral(const GLViewport& view, const std::vector<VehicleUnit*>& vehicles,
-                        const std::vector<bool>& mask, const SelectedGroup& group, const Vec3D& waypoint,
-                        std::vector<Vec3D>& goals)
-{
-    const double centroidX = group.SumX / group.Count;
-    const double centroidZ = group.SumZ / group.Count;
-    double forwardX = waypoint.X - centroidX;
-    double forwardZ = waypoint.Z - centroidZ;
-    const double length = std::hypot(forwardX, forwardZ);
-    if (length > TravelDirectionMinLength)
-    {
-        forwardX /= length;
-        forwardZ /= length;
-    }
-    else
-    {
-        forwardX = 0.0;
-        forwardZ = 1.0;
-    }
-    const double rightX = forwardZ;
-    const double rightZ = -forwardX;
-
-    const ProjectedUnits ordered = OrderAlongAxis(vehicles, mask, static_cast<std::size_t>(group.Count),
-                                                  centroidX, centroidZ, rightX, rightZ);
-    const double spacing =
-        std::max(SlotSpacingMin, static_cast<double>(group.MaxRadius) * SlotSpacingPerRadius);
-    for (std::size_t slot = 0; slot < ordered.size(); ++slot)
-    {
-        double offsetX = 0.0;
-        double offsetZ = 0.0;
-        if (slot > 0)
-        {
-            const double ringRadius = std::sqrt(static_cast<double>(slot)) * spacing * SlotRingFactor;
-            const double angle = static_cast<double>(slot) * GoldenAngleRad;
-            const double localRight = std::cos(angle) * ringRadius;
-            const double localForward = std::sin(angle) * ringRadius;
-            offsetX = rightX * localRight + forwardX * localForward;
-            offsetZ = rightZ * localRight + forwardZ * localForward;
-        }
-        const std::size_t unit = ordered[slot].second;
-        goals[unit] =
-            view.FindDriveableVehicleWaypoint(Vec3D(waypoint.X + offsetX, 0.0, waypoint.Z + offsetZ));
-    }
-}
 } // namespace
-
-// --- Selection ---
 
 void GLViewport::SelectVehiclesInScreenRect(double x1, double y1, double x2, double y2, bool additive)
 {
@@ -1192,75 +1025,109 @@ bool GLViewport::SelectUnitsInBand(const std::vector<VehicleUnit*>& vehicles, do
     return true;
 }
 
-void GLViewport::RenderUnitSelectionOverlay() const
-{
-    if (!bVehicleControl || !bSelectionDragActive)
-        return;
-    const double left = std::min(SelectionStartX, SelectionEndX);
-    const double right = std::max(SelectionStartX, SelectionEndX);
-    const double top = std::min(SelectionStartY, SelectionEndY);
-    const double bottom = std::max(SelectionStartY, SelectionEndY);
-    // A band thin on one axis only is still drawn, so a straight drag shows at once.
-    if (right - left < BandMinExtentLocal && bottom - top < BandMinExtentLocal)
-        return;
-    if (!p || !p->pRend || !p->pRend->beginFrame())
-        return;
-    Rend& rend = *p->pRend;
-    const float gLeft = LocalToGlobalX(*this, left);
-    const float gRight = LocalToGlobalX(*this, right);
-    const float gTop = LocalToGlobalY(*this, top);
-    const float gBottom = LocalToGlobalY(*this, bottom);
-    // The fill's translucency relies on the blend state of the draw pass.
-    rend.drawRect(gLeft, gTop, gRight, gBottom, GLColor(0.18f, 0.82f, 1.0f, 0.12f));
-    const GLColor outline(0.3f, 0.92f, 1.0f, 0.96f);
-    rend.drawLine(gLeft, gTop, gRight, gTop, outline, 1.5f);
-    rend.drawLine(gRight, gTop, gRight, gBottom, outline, 1.5f);
-    rend.drawLine(gRight, gBottom, gLeft, gBottom, outline, 1.5f);
-    rend.drawLine(gLeft, gBottom, gLeft, gTop, outline, 1.5f);
-    rend.endFrame();
-}
+// --- 4.2 Move orders -----------------------------------------------------------------------------
 
-// --- Aircraft orders ---
-
-void GLViewport::SubmitSelectedAirRoute(const std::vector<Vec3D>& path, bool append)
+namespace
 {
-    if (!bAirUnitsSelected || path.empty())
-        return;
-    // A replacing route ends any patrol being placed.
-    if (!append)
+constexpr double TravelDirectionMinLength = 1e-5; // closer than this the group has no direction
+constexpr double SlotSpacingPerRadius = 1.58;
+constexpr double SlotSpacingMin = 20.0;
+constexpr double SlotRingFactor = 0.72;
+
+struct SelectedGroup
+{
+    double SumX = 0.0;
+    double SumZ = 0.0;
+    float MaxRadius = 0.0f;
+    int Count = 0;
+};
+
+SelectedGroup MeasureSelectedGroup(const std::vector<VehicleUnit*>& vehicles, const std::vector<bool>& mask)
+{
+    SelectedGroup group;
+    for (std::size_t i = 0; i < vehicles.size(); ++i)
     {
-        bAirPatrolPlacement = false;
-        bAirPatrolRouteActive = false;
-    }
-    for (const auto& airUnit : AirUnits)
-    {
-        if (!airUnit)
+        if (!mask[i])
             continue;
-        const AircraftComponent& aircraft = airUnit->Aircraft;
-        std::vector<Vec3D> airPath;
-        airPath.reserve(path.size());
-        for (const Vec3D& point : path)
-            airPath.emplace_back(point.X, static_cast<double>(aircraft.TargetAltitude), point.Z);
-        SubmitAirMoveCommand(*airUnit, std::move(airPath), append);
+        group.SumX += vehicles[i]->Position.X;
+        group.SumZ += vehicles[i]->Position.Z;
+        group.MaxRadius = std::max(group.MaxRadius, vehicles[i]->Radius);
+        ++group.Count;
     }
+    return group;
 }
 
-void GLViewport::SubmitSelectedAirPatrol(const Vec3D& waypoint, bool append)
+using ProjectedUnits = std::vector<std::pair<double, std::size_t>>;
+
+// Units sorted by their position along an axis through an origin (ties in no defined order).
+ProjectedUnits OrderAlongAxis(const std::vector<VehicleUnit*>& vehicles, const std::vector<bool>& mask,
+                              std::size_t selectedCount, double originX, double originZ, double axisX,
+                              double axisZ)
 {
-    if (!bAirUnitsSelected)
-        return;
-    for (const auto& airUnit : AirUnits)
-    {
-        if (!airUnit)
-            continue;
-        const AircraftComponent& aircraft = airUnit->Aircraft;
-        SubmitAirPatrolCommand(*airUnit,
-                               Vec3D(waypoint.X, static_cast<double>(aircraft.TargetAltitude), waypoint.Z),
-                               append, 1.0f);
-    }
+    ProjectedUnits ordered;
+    ordered.reserve(selectedCount);
+    for (std::size_t i = 0; i < vehicles.size(); ++i)
+        if (mask[i])
+            ordered.emplace_back(
+                (vehicles[i]->Position.X - originX) * axisX + (vehicles[i]->Position.Z - originZ) * axisZ, i);
+    std::sort(ordered.begin(), ordered.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
+    return ordered;
 }
 
-// --- Vehicle orders ---
+// Spreads a group over sunflower slots around the waypoint, turned to the group's direction of
+// travel, so the vehicles do not all drive to one spot. The leftmost vehicle (smallest projection on
+// `right`) takes the centre and the others follow outwards along the spiral.
+//
+//            forward
+//               ^   . 1
+//          4 .  |
+//               0 ------> right        slot k at sqrt(k) * spacing * 0.72, angle k * golden angle
+//       2 .        . 3
+void PlaceGroupOnSpiral(const GLViewport& view, const std::vector<VehicleUnit*>& vehicles,
+                        const std::vector<bool>& mask, const SelectedGroup& group, const Vec3D& waypoint,
+                        std::vector<Vec3D>& goals)
+{
+    const double centroidX = group.SumX / group.Count;
+    const double centroidZ = group.SumZ / group.Count;
+    double forwardX = waypoint.X - centroidX;
+    double forwardZ = waypoint.Z - centroidZ;
+    const double length = std::hypot(forwardX, forwardZ);
+    if (length > TravelDirectionMinLength)
+    {
+        forwardX /= length;
+        forwardZ /= length;
+    }
+    else
+    {
+        forwardX = 0.0;
+        forwardZ = 1.0;
+    }
+    const double rightX = forwardZ;
+    const double rightZ = -forwardX;
+
+    const ProjectedUnits ordered = OrderAlongAxis(vehicles, mask, static_cast<std::size_t>(group.Count),
+                                                  centroidX, centroidZ, rightX, rightZ);
+    const double spacing =
+        std::max(SlotSpacingMin, static_cast<double>(group.MaxRadius) * SlotSpacingPerRadius);
+    for (std::size_t slot = 0; slot < ordered.size(); ++slot)
+    {
+        double offsetX = 0.0;
+        double offsetZ = 0.0;
+        if (slot > 0)
+        {
+            const double ringRadius = std::sqrt(static_cast<double>(slot)) * spacing * SlotRingFactor;
+            const double angle = static_cast<double>(slot) * GoldenAngleRad;
+            const double localRight = std::cos(angle) * ringRadius;
+            const double localForward = std::sin(angle) * ringRadius;
+            offsetX = rightX * localRight + forwardX * localForward;
+            offsetZ = rightZ * localRight + forwardZ * localForward;
+        }
+        const std::size_t unit = ordered[slot].second;
+        goals[unit] =
+            view.FindDriveableVehicleWaypoint(Vec3D(waypoint.X + offsetX, 0.0, waypoint.Z + offsetZ));
+    }
+}
+} // namespace
 
 void GLViewport::SubmitSelectedVehicleRoute(const Vec3D& waypoint, bool append)
 {
@@ -1285,6 +1152,78 @@ void GLViewport::SubmitSelectedVehicleRoute(const Vec3D& waypoint, bool append)
     }
     SubmitVehicleRoutePlan(goals, VehicleSelectionMask, append);
 }
+
+bool GLViewport::SetSpringVehicleWaypointFromScreen(double globalX, double globalY, bool queueWaypoint)
+{
+    if (!bVehicleControl)
+        return false;
+    double x01 = 0.0;
+    double y01 = 0.0;
+    if (!GlobalToLocal01(globalX, globalY, x01, y01))
+        return false;
+    Vec3D waypoint;
+    if (!ScreenToSpringMapWorld(x01, y01, waypoint))
+        return false;
+    if (!IsAnyVehicleSelected(VehicleSelectionMask) && !bAirUnitsSelected)
+        return false;
+    SubmitSelectedVehicleRoute(waypoint, queueWaypoint);
+    ShowStatus(queueWaypoint ? QueueMoveMessage : ReplaceMoveMessage);
+    return true;
+}
+
+// --- 4.3 Formation orders ------------------------------------------------------------------------
+
+namespace
+{
+constexpr double FormationMinLength = 0.0001; // start and end closer than this: a plain move order
+constexpr double PathSpanMin = 1e-9;          // keeps zero-length segments from dividing by zero
+
+// Path walking, shared by the formation order and its preview.
+
+// Running horizontal length of a map path; entry 0 is 0.
+std::vector<double> MeasureMapPath(const std::vector<Vec3D>& path)
+{
+    std::vector<double> cumulative(path.size(), 0.0);
+    for (std::size_t i = 1; i < path.size(); ++i)
+        cumulative[i] = cumulative[i - 1] + std::hypot(path[i].X - path[i - 1].X, path[i].Z - path[i - 1].Z);
+    return cumulative;
+}
+
+// Running length of a screen path in local units (not corrected for the aspect ratio).
+std::vector<double> MeasureScreenPath(const std::vector<double>& xs, const std::vector<double>& ys)
+{
+    std::vector<double> cumulative(xs.size(), 0.0);
+    for (std::size_t i = 1; i < xs.size(); ++i)
+        cumulative[i] = cumulative[i - 1] + std::hypot(xs[i] - xs[i - 1], ys[i] - ys[i - 1]);
+    return cumulative;
+}
+
+// A place on a path: the segment from point Segment - 1 to point Segment, and the fraction along it.
+struct PathPlace
+{
+    std::size_t Segment = 1;
+    double U = 0.0;
+};
+
+// The place at a distance along a path of at least two points. Places are asked for at growing
+// distances, so the walk resumes at the previous place's segment: every segment it skipped ends
+// before the previous distance and therefore before this one, so the result equals a walk from the
+// first segment, in linear instead of quadratic time over all places.
+PathPlace LocatePathPlace(const std::vector<double>& cumulative, double targetDistance,
+                          std::size_t fromSegment)
+{
+    std::size_t i = fromSegment;
+    while (targetDistance > cumulative[i] && i + 1 < cumulative.size())
+        ++i;
+    const double span = std::max(cumulative[i] - cumulative[i - 1], PathSpanMin);
+    return {i, std::clamp((targetDistance - cumulative[i - 1]) / span, 0.0, 1.0)};
+}
+
+double Interpolate(double from, double to, double u)
+{
+    return from + (to - from) * u;
+}
+} // namespace
 
 // A line formation along the drawn path: places at equal arc-length steps from its first point to
 // its last, the vehicle furthest back along the start-to-end axis taking the first place.
@@ -1336,76 +1275,54 @@ void GLViewport::SubmitSelectedVehicleFormationRoute(const std::vector<Vec3D>& p
     SubmitVehicleRoutePlan(goals, active, append);
 }
 
-// Previews the formation order while the right button draws its path: the path, and a cross where
-// each selected vehicle will stand (by screen length, without drivable snapping).
-void GLViewport::RenderFormationOrderOverlay() const
+// --- 4.4 Air orders ------------------------------------------------------------------------------
+
+void GLViewport::SubmitSelectedAirRoute(const std::vector<Vec3D>& path, bool append)
 {
-    if (!bVehicleControl || !bOrderDrag || !p || !p->pRend || !p->pRend->beginFrame())
+    if (!bAirUnitsSelected || path.empty())
         return;
-    Rend& rend = *p->pRend;
-    const GLColor line(1.0f, 0.9f, 0.22f, 0.96f);
-    const GLColor tick(0.24f, 0.95f, 1.0f, 0.9f);
-    const std::vector<double>& xs = FormationScreenX;
-    const std::vector<double>& ys = FormationScreenY;
-
-    // Mismatched sample lists count as no path: the straight press-to-pointer line stands in.
-    const bool bHasPath = xs.size() >= 2 && ys.size() == xs.size();
-    if (bHasPath)
+    // A replacing route ends any patrol being placed.
+    if (!append)
     {
-        for (std::size_t i = 1; i < xs.size(); ++i)
-            rend.drawLine(LocalToGlobalX(*this, xs[i - 1]), LocalToGlobalY(*this, ys[i - 1]),
-                          LocalToGlobalX(*this, xs[i]), LocalToGlobalY(*this, ys[i]), line, 2.0f);
+        bAirPatrolPlacement = false;
+        bAirPatrolRouteActive = false;
     }
-    else
+    for (const auto& airUnit : AirUnits)
     {
-        rend.drawLine(LocalToGlobalX(*this, OrderPressX), LocalToGlobalY(*this, OrderPressY),
-                      LocalToGlobalX(*this, OrderCurrentX), LocalToGlobalY(*this, OrderCurrentY), line, 2.0f);
+        if (!airUnit)
+            continue;
+        const AircraftComponent& aircraft = airUnit->Aircraft;
+        std::vector<Vec3D> airPath;
+        airPath.reserve(path.size());
+        for (const Vec3D& point : path)
+            airPath.emplace_back(point.X, static_cast<double>(aircraft.TargetAltitude), point.Z);
+        SubmitAirMoveCommand(*airUnit, std::move(airPath), append);
     }
-
-    const int selectedCount =
-        static_cast<int>(std::count(VehicleSelectionMask.begin(), VehicleSelectionMask.end(), true));
-    const int slots = std::max(selectedCount, 1);
-    const std::vector<double> cumulative = bHasPath ? MeasureScreenPath(xs, ys) : std::vector<double>();
-    PathPlace place;
-    for (int i = 0; i < slots; ++i)
-    {
-        const float t = selectedCount <= 1 ? 0.5f : static_cast<float>(i) / static_cast<float>(slots - 1);
-        double lx = OrderPressX + (OrderCurrentX - OrderPressX) * t;
-        double ly = OrderPressY + (OrderCurrentY - OrderPressY) * t;
-        if (bHasPath)
-        {
-            place = LocatePathPlace(cumulative, t * cumulative.back(), place.Segment);
-            lx = Interpolate(xs[place.Segment - 1], xs[place.Segment], place.U);
-            ly = Interpolate(ys[place.Segment - 1], ys[place.Segment], place.U);
-        }
-        const float x = LocalToGlobalX(*this, lx);
-        const float y = LocalToGlobalY(*this, ly);
-        const float s = PreviewCrossHalfSize;
-        rend.drawLine(x - s, y, x + s, y, tick, 1.5f);
-        rend.drawLine(x, y - s, x, y + s, tick, 1.5f);
-    }
-    rend.endFrame();
 }
 
-bool GLViewport::SetSpringVehicleWaypointFromScreen(double globalX, double globalY, bool queueWaypoint)
+void GLViewport::SubmitSelectedAirPatrol(const Vec3D& waypoint, bool append)
 {
-    if (!bVehicleControl)
-        return false;
-    double x01 = 0.0;
-    double y01 = 0.0;
-    if (!GlobalToLocal01(globalX, globalY, x01, y01))
-        return false;
-    Vec3D waypoint;
-    if (!ScreenToSpringMapWorld(x01, y01, waypoint))
-        return false;
-    if (!IsAnyVehicleSelected(VehicleSelectionMask) && !bAirUnitsSelected)
-        return false;
-    SubmitSelectedVehicleRoute(waypoint, queueWaypoint);
-    ShowStatus(queueWaypoint ? QueueMoveMessage : ReplaceMoveMessage);
-    return true;
+    if (!bAirUnitsSelected)
+        return;
+    for (const auto& airUnit : AirUnits)
+    {
+        if (!airUnit)
+            continue;
+        const AircraftComponent& aircraft = airUnit->Aircraft;
+        SubmitAirPatrolCommand(*airUnit,
+                               Vec3D(waypoint.X, static_cast<double>(aircraft.TargetAltitude), waypoint.Z),
+                               append, 1.0f);
+    }
 }
 
-// --- Gesture steps of MouseProcessing ---
+// --- 4.5 Gestures --------------------------------------------------------------------------------
+
+namespace
+{
+constexpr double OrderDragMinLocal = 0.006;  // farther from the press is a drag; also the sample step
+constexpr double OrderSampleMinWorld = 12.0; // a sample is also due when the map point moved this far
+constexpr double OrderReleaseMinWorld = 1.0; // the release point joins the path beyond this distance
+} // namespace
 
 void GLViewport::ProcessPatrolKeys(bool patrolKey, bool escapeKey)
 {
@@ -1599,6 +1516,92 @@ void GLViewport::FinishOrderGesture()
     MarkFrameTaken();
 }
 
+// --- 4.6 Overlays --------------------------------------------------------------------------------
+
+namespace
+{
+constexpr float PreviewCrossHalfSize = 0.008f;
+} // namespace
+
+void GLViewport::RenderUnitSelectionOverlay() const
+{
+    if (!bVehicleControl || !bSelectionDragActive)
+        return;
+    const double left = std::min(SelectionStartX, SelectionEndX);
+    const double right = std::max(SelectionStartX, SelectionEndX);
+    const double top = std::min(SelectionStartY, SelectionEndY);
+    const double bottom = std::max(SelectionStartY, SelectionEndY);
+    // A band thin on one axis only is still drawn, so a straight drag shows at once.
+    if (right - left < BandMinExtentLocal && bottom - top < BandMinExtentLocal)
+        return;
+    if (!p || !p->pRend || !p->pRend->beginFrame())
+        return;
+    Rend& rend = *p->pRend;
+    const float gLeft = LocalToGlobalX(*this, left);
+    const float gRight = LocalToGlobalX(*this, right);
+    const float gTop = LocalToGlobalY(*this, top);
+    const float gBottom = LocalToGlobalY(*this, bottom);
+    // The fill's translucency relies on the blend state of the draw pass.
+    rend.drawRect(gLeft, gTop, gRight, gBottom, GLColor(0.18f, 0.82f, 1.0f, 0.12f));
+    const GLColor outline(0.3f, 0.92f, 1.0f, 0.96f);
+    rend.drawLine(gLeft, gTop, gRight, gTop, outline, 1.5f);
+    rend.drawLine(gRight, gTop, gRight, gBottom, outline, 1.5f);
+    rend.drawLine(gRight, gBottom, gLeft, gBottom, outline, 1.5f);
+    rend.drawLine(gLeft, gBottom, gLeft, gTop, outline, 1.5f);
+    rend.endFrame();
+}
+
+// Previews the formation order while the right button draws its path: the path, and a cross where
+// each selected vehicle will stand (by screen length, without drivable snapping).
+void GLViewport::RenderFormationOrderOverlay() const
+{
+    if (!bVehicleControl || !bOrderDrag || !p || !p->pRend || !p->pRend->beginFrame())
+        return;
+    Rend& rend = *p->pRend;
+    const GLColor line(1.0f, 0.9f, 0.22f, 0.96f);
+    const GLColor tick(0.24f, 0.95f, 1.0f, 0.9f);
+    const std::vector<double>& xs = FormationScreenX;
+    const std::vector<double>& ys = FormationScreenY;
+
+    // Mismatched sample lists count as no path: the straight press-to-pointer line stands in.
+    const bool bHasPath = xs.size() >= 2 && ys.size() == xs.size();
+    if (bHasPath)
+    {
+        for (std::size_t i = 1; i < xs.size(); ++i)
+            rend.drawLine(LocalToGlobalX(*this, xs[i - 1]), LocalToGlobalY(*this, ys[i - 1]),
+                          LocalToGlobalX(*this, xs[i]), LocalToGlobalY(*this, ys[i]), line, 2.0f);
+    }
+    else
+    {
+        rend.drawLine(LocalToGlobalX(*this, OrderPressX), LocalToGlobalY(*this, OrderPressY),
+                      LocalToGlobalX(*this, OrderCurrentX), LocalToGlobalY(*this, OrderCurrentY), line, 2.0f);
+    }
+
+    const int selectedCount =
+        static_cast<int>(std::count(VehicleSelectionMask.begin(), VehicleSelectionMask.end(), true));
+    const int slots = std::max(selectedCount, 1);
+    const std::vector<double> cumulative = bHasPath ? MeasureScreenPath(xs, ys) : std::vector<double>();
+    PathPlace place;
+    for (int i = 0; i < slots; ++i)
+    {
+        const float t = selectedCount <= 1 ? 0.5f : static_cast<float>(i) / static_cast<float>(slots - 1);
+        double lx = OrderPressX + (OrderCurrentX - OrderPressX) * t;
+        double ly = OrderPressY + (OrderCurrentY - OrderPressY) * t;
+        if (bHasPath)
+        {
+            place = LocatePathPlace(cumulative, t * cumulative.back(), place.Segment);
+            lx = Interpolate(xs[place.Segment - 1], xs[place.Segment], place.U);
+            ly = Interpolate(ys[place.Segment - 1], ys[place.Segment], place.U);
+        }
+        const float x = LocalToGlobalX(*this, lx);
+        const float y = LocalToGlobalY(*this, ly);
+        const float s = PreviewCrossHalfSize;
+        rend.drawLine(x - s, y, x + s, y, tick, 1.5f);
+        rend.drawLine(x, y - s, x, y + s, tick, 1.5f);
+    }
+    rend.endFrame();
+}
+
 // =====================================================================================================
 // 5. Effects panel
 // =====================================================================================================
@@ -1652,7 +1655,7 @@ struct EffectsPanelGlobalRect
 
 float MapEffectsPanelCoord(double local01, double windowFrom, double windowTo)
 {
-    return static_cast<float>(local01 * (windowTo - windowFrom) + windowFrom);
+    return static_cast<float>(LocalToGlobal(local01, windowFrom, windowTo));
 }
 
 EffectsPanelGlobalRect MapEffectsPanelRect(const GLViewport& view, double x1, double y1, double x2, double y2)
@@ -1854,6 +1857,6 @@ bool GLViewport::ProcessEffectsPanelPress(MouseFrame& frame)
         bOrbitDrag = false;
         bPanDrag = false;
     }
-    p->pQuindle->MarkChildWindowProcessed();
+    MarkFrameTaken();
     return true;
 }

@@ -17,8 +17,6 @@ void GoalDistanceField::Build(const DriveabilityGrid& Grid, std::int32_t Cell)
     for (std::vector<std::int32_t>& bucket : Buckets)
         bucket.clear();
 
-    static constexpr int StepX[8] = {1, -1, 0, 0, 1, 1, -1, -1};
-    static constexpr int StepZ[8] = {0, 0, 1, -1, 1, -1, 1, -1};
     Steps[static_cast<std::size_t>(Cell)] = 0;
     Buckets[0].push_back(Cell);
     std::size_t pending = 1;
@@ -36,15 +34,11 @@ void GoalDistanceField::Build(const DriveabilityGrid& Grid, std::int32_t Cell)
             const int x = cell % width, z = cell / width;
             for (int dir = 0; dir < 8; ++dir)
             {
-                const int nx = x + StepX[dir], nz = z + StepZ[dir];
-                if (!Grid.IsCellDriveable(nx, nz))
+                if (!RouteStepCost::CanStep(Grid, x, z, dir))
                     continue;
-                const bool bDiagonal = dir >= 4;
-                if (bDiagonal && (!Grid.IsCellDriveable(nx, z) || !Grid.IsCellDriveable(x, nz)))
-                    continue;
+                const int nx = x + RouteStepCost::StepX[dir], nz = z + RouteStepCost::StepZ[dir];
                 const std::size_t next = static_cast<std::size_t>(nz) * width + nx;
-                const std::uint32_t steps =
-                    current + (bDiagonal ? RouteStepCost::Diagonal : RouteStepCost::Straight);
+                const std::uint32_t steps = current + RouteStepCost::GetCost(dir);
                 if (steps >= Steps[next])
                     continue;
                 Steps[next] = steps;

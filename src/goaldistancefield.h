@@ -14,6 +14,29 @@ constexpr std::uint32_t Straight = 5;
 constexpr std::uint32_t Diagonal = 7;
 constexpr std::uint32_t Unreached = 0xFFFFFFFFu;
 
+// The eight moves between neighbouring cells: the straight ones first (0..3), then the diagonals.
+constexpr int StepX[8] = {1, -1, 0, 0, 1, 1, -1, -1};
+constexpr int StepZ[8] = {0, 0, 1, -1, 1, -1, 1, -1};
+
+constexpr bool IsDiagonal(int Dir)
+{
+    return Dir >= 4;
+}
+
+constexpr std::uint32_t GetCost(int Dir)
+{
+    return IsDiagonal(Dir) ? Diagonal : Straight;
+}
+
+// Whether a vehicle may move from a cell to its neighbour in direction Dir: the neighbour is
+// drivable and, for a diagonal, so are both cells beside it (no corner cutting).
+inline bool CanStep(const DriveabilityGrid& Grid, int CellX, int CellZ, int Dir)
+{
+    const int nx = CellX + StepX[Dir], nz = CellZ + StepZ[Dir];
+    return Grid.IsCellDriveable(nx, nz) &&
+           (!IsDiagonal(Dir) || (Grid.IsCellDriveable(nx, CellZ) && Grid.IsCellDriveable(CellX, nz)));
+}
+
 // The cost of the cheapest 8-connected path on open ground.
 inline std::uint32_t Estimate(int FromX, int FromZ, int ToX, int ToZ)
 {

@@ -4,6 +4,10 @@
 
 // Headings on the ground plane in degrees: 0 faces +Z, 90 faces +X.
 
+// pi * (3 - sqrt(5)): successive turns by it spread points evenly round a centre (a sunflower
+// spiral), which both the starting placement and the move order's slots use.
+constexpr double GoldenAngleRad = 2.3999632297286535;
+
 inline double HeadingFromDirectionDeg(double dx, double dz)
 {
     return std::atan2(dx, dz) * (180.0 / M_PI);

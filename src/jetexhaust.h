@@ -117,13 +117,15 @@ class JetExhaustSystem
     void ReloadShaders();
     // Switches the whole effect on or off (Ctrl+Shift+L); off frees the effect targets.
     void ToggleEnabled();
+    // Frees every GL object; needs the context current. A later Render creates them again.
+    void ReleaseGL();
+
+    // --- Test hooks (the application does not call these) ---
     // Replaces the built-in source of one shader from the next compile on; an empty source brings
     // the built-in one back. Lets a broken shader be tried without editing the program.
     void SetShaderSourceOverride(JetExhaustPass Pass, JetExhaustShaderStage Stage, std::string Source);
-    // GL names of the textures the effect holds now, for inspection.
+    // GL names of the textures the effect holds now, so their sizes can be checked.
     std::vector<unsigned int> GetTargetTextures() const;
-    // Frees every GL object; needs the context current. A later Render creates them again.
-    void ReleaseGL();
 
   private:
     JetExhaustDebugSettings Settings;

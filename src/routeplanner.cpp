@@ -60,8 +60,6 @@ std::int32_t RoutePlanner::Search(const DriveabilityGrid& Grid, std::int32_t Sta
     std::uint32_t nearestEstimate = startEstimate;
     std::size_t expansions = 0;
 
-    static constexpr int StepX[8] = {1, -1, 0, 0, 1, 1, -1, -1};
-    static constexpr int StepZ[8] = {0, 0, 1, -1, 1, -1, 1, -1};
     while (!OpenHeap.empty())
     {
         std::pop_heap(OpenHeap.begin(), OpenHeap.end(), heapOrder);
@@ -83,18 +81,13 @@ std::int32_t RoutePlanner::Search(const DriveabilityGrid& Grid, std::int32_t Sta
         const int x = cell % width, z = cell / width;
         for (int dir = 0; dir < 8; ++dir)
         {
-            const int nx = x + StepX[dir], nz = z + StepZ[dir];
-            if (!Grid.IsCellDriveable(nx, nz))
+            if (!RouteStepCost::CanStep(Grid, x, z, dir))
                 continue;
-            const bool bDiagonal = dir >= 4;
-            // No corner cutting: a diagonal step needs both cells beside it.
-            if (bDiagonal && (!Grid.IsCellDriveable(nx, z) || !Grid.IsCellDriveable(x, nz)))
-                continue;
+            const int nx = x + RouteStepCost::StepX[dir], nz = z + RouteStepCost::StepZ[dir];
             const std::int32_t next = nz * width + nx;
             if (ClosedStamp[next] == CurrentStamp)
                 continue;
-            const std::uint32_t cost =
-                CostSoFar[cell] + (bDiagonal ? RouteStepCost::Diagonal : RouteStepCost::Straight);
+            const std::uint32_t cost = CostSoFar[cell] + RouteStepCost::GetCost(dir);
             if (VisitStamp[next] == CurrentStamp && CostSoFar[next] <= cost)
                 continue;
             VisitStamp[next] = CurrentStamp;
@@ -149,8 +142,6 @@ void RoutePlanner::AppendSearchPath(std::int32_t EndCell)
 std::int32_t RoutePlanner::DescendField(const DriveabilityGrid& Grid, const GoalDistanceField& Field,
                                         std::int32_t StartCell, std::int32_t GoalCell, std::uint32_t StopCost)
 {
-    static constexpr int StepX[8] = {1, -1, 0, 0, 1, 1, -1, -1};
-    static constexpr int StepZ[8] = {0, 0, 1, -1, 1, -1, 1, -1};
     const int width = Grid.GetWidth();
     const int goalX = GoalCell % width, goalZ = GoalCell / width;
     std::int32_t cell = StartCell;
@@ -166,19 +157,16 @@ std::int32_t RoutePlanner::DescendField(const DriveabilityGrid& Grid, const Goal
         for (int turn = 0; turn < 8 && chosen < 0; ++turn)
         {
             const int dir = (lastDir + turn) % 8;
-            const int nx = x + StepX[dir], nz = z + StepZ[dir];
-            const bool bDiagonal = dir >= 4;
-            if (!Grid.IsCellDriveable(nx, nz) ||
-                (bDiagonal && (!Grid.IsCellDriveable(nx, z) || !Grid.IsCellDriveable(x, nz))))
+            if (!RouteStepCost::CanStep(Grid, x, z, dir))
                 continue;
-            const std::uint32_t step = bDiagonal ? RouteStepCost::Diagonal : RouteStepCost::Straight;
-            if (Field.GetCost(nz * width + nx) + step == Field.GetCost(cell))
+            const int nx = x + RouteStepCost::StepX[dir], nz = z + RouteStepCost::StepZ[dir];
+            if (Field.GetCost(nz * width + nx) + RouteStepCost::GetCost(dir) == Field.GetCost(cell))
                 chosen = dir;
         }
         if (chosen < 0)
             break; // can't happen on a consistent field; stop rather than loop
         lastDir = chosen;
-        cell = (z + StepZ[chosen]) * width + (x + StepX[chosen]);
+        cell = (z + RouteStepCost::StepZ[chosen]) * width + (x + RouteStepCost::StepX[chosen]);
         CellPath.push_back(cell);
     }
     return cell;

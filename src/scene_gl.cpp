@@ -5,7 +5,7 @@
 
 #include "airsim.h"
 #include "glprogram.h"
-#include "glviewport.h"
+#include "springmap_renderer.h"
 #include "vehicleunit.h"
 
 namespace
@@ -243,21 +243,21 @@ bool SceneGL::Create(std::string& Error)
     return true;
 }
 
-void SceneGL::BuildGeometry(const GLViewport& View)
+void SceneGL::BuildGeometry(const SceneContent& Content)
 {
     SolidVertices.clear();
     LineVertices.clear();
     PointVertices.clear();
-    const SpringMapRenderer* pMap = View.SpringMap.IsLoaded() ? &View.SpringMap : nullptr;
+    const SpringMapRenderer* pMap = Content.Map.IsLoaded() ? &Content.Map : nullptr;
     // The mask is index-aligned with the controllable vehicles, which skip empty entries.
     std::size_t controllableIndex = 0;
-    for (const std::unique_ptr<VehicleUnit>& vehicle : View.Vehicles)
+    for (const std::unique_ptr<VehicleUnit>& vehicle : Content.Vehicles)
     {
         if (!vehicle)
             continue;
         const std::size_t maskIndex = controllableIndex++;
         const bool bSelected =
-            maskIndex < View.VehicleSelectionMask.size() && View.VehicleSelectionMask[maskIndex];
+            maskIndex < Content.VehicleSelectionMask.size() && Content.VehicleSelectionMask[maskIndex];
         DrawVehicle(SolidVertices, *vehicle, bSelected);
         if (bSelected)
             AppendRing(LineVertices, vehicle->Position, std::max(vehicle->Radius, 1.0f) * VehicleRingRadii,
@@ -265,12 +265,12 @@ void SceneGL::BuildGeometry(const GLViewport& View)
         DrawOrders(LineVertices, PointVertices, vehicle->Position, VehicleGoals(*vehicle), false,
                    ToRgb(VehicleOrderColour));
     }
-    for (const auto& air : View.AirUnits)
+    for (const auto& air : Content.AirUnits)
     {
         if (!air)
             continue;
-        DrawAircraft(SolidVertices, *air, View.SpringMap, View.bAirUnitsSelected);
-        if (View.bAirUnitsSelected)
+        DrawAircraft(SolidVertices, *air, Content.Map, Content.bAirUnitsSelected);
+        if (Content.bAirUnitsSelected)
             AppendRing(LineVertices, air->Aircraft.Position, AircraftRingWorld, nullptr,
                        ToRgb(SelectionRingColour));
         DrawOrders(LineVertices, PointVertices, air->Aircraft.Position, AircraftGoals(*air),
@@ -278,11 +278,11 @@ void SceneGL::BuildGeometry(const GLViewport& View)
     }
 }
 
-void SceneGL::Draw(const GLViewport& View, const std::array<float, 16>& ViewProjection)
+void SceneGL::Draw(const SceneContent& Content, const std::array<float, 16>& ViewProjection)
 {
     if (Program == 0)
         return;
-    BuildGeometry(View);
+    BuildGeometry(Content);
     const std::size_t totalFloats = SolidVertices.size() + LineVertices.size() + PointVertices.size();
     if (totalFloats == 0)
         return;

@@ -1,12 +1,25 @@
 #pragma once
 
 #include <array>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include <epoxy/gl.h>
 
-class GLViewport;
+class SpringMapRenderer;
+class VehicleUnit;
+struct AirUnit;
+
+// What one frame of the scene shows: the units, which of them are selected, and the map they stand on.
+struct SceneContent
+{
+    const SpringMapRenderer& Map;
+    const std::vector<std::unique_ptr<VehicleUnit>>& Vehicles;
+    const std::vector<std::unique_ptr<AirUnit>>& AirUnits;
+    const std::vector<bool>& VehicleSelectionMask; // index-aligned with the non-empty vehicles
+    bool bAirUnitsSelected = false;
+};
 
 // Draws the viewport's units over the map renderer's terrain: vehicles as a hull with a turret and
 // barrel along their heading, aircraft as a delta wing pointing where they fly with a thin post down
@@ -30,10 +43,10 @@ class SceneGL
 
     bool Create(std::string& Error);
     // ViewProjection: column-major, world to clip space.
-    void Draw(const GLViewport& View, const std::array<float, 16>& ViewProjection);
+    void Draw(const SceneContent& Content, const std::array<float, 16>& ViewProjection);
 
   private:
-    void BuildGeometry(const GLViewport& View);
+    void BuildGeometry(const SceneContent& Content);
 
     GLuint Program = 0;
     GLint ViewProjectionLocation = -1;

@@ -28,6 +28,7 @@ class SpringMapRenderer
     // Installs a loaded map: (MapX+1)x(MapY+1) corners 8 world units apart, heights scaled by the
     // map's range, and its ground texture within GroundBudgetBytes of DXT1 data.
     bool LoadMap(const SpringMap& Map, std::uint64_t GroundBudgetBytes = SpringMapGround::DefaultBudgetBytes);
+    // Test hook (the application keeps its map): back to the state before any load.
     void Unload();
 
     bool IsLoaded() const { return bLoaded; }

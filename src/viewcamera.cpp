@@ -73,19 +73,66 @@ Mat4 RotationY(double angleRad)
     return m;
 }
 
-constexpr double DegToRad = M_PI / 180.0;
+// Multiplied by pi first and divided after, the way the pick's angles are defined.
+double ToRadians(double AngleDeg)
+{
+    return AngleDeg * M_PI / 180.0;
+}
+
+// Tangent of half the clamped vertical field of view.
+double HalfFovTangent(double FovDeg)
+{
+    return std::tan(std::clamp(FovDeg, 1.0, 170.0) * M_PI / 360.0);
+}
 } // namespace
+
+// Turning (x, y, z) about X by a maps it to (x, y cos a - z sin a, y sin a + z cos a), and about Y
+// to (x cos a + z sin a, y, -x sin a + z cos a); the two functions below write both out.
+void ComputeOrbitEye(const OrbitCamera& Camera, double& EyeX, double& EyeY, double& EyeZ)
+{
+    const double yaw = ToRadians(-Camera.YawDeg);
+    const double positivePitch = ToRadians(Camera.PitchDeg);
+    const double qy = Camera.Distance * std::sin(positivePitch) - Camera.PanY * std::cos(positivePitch);
+    const double qz = Camera.PanY * std::sin(positivePitch) + Camera.Distance * std::cos(positivePitch);
+    const double qx = -Camera.PanX;
+    EyeX = Camera.WorldOffsetX + qx * std::cos(yaw) + qz * std::sin(yaw);
+    EyeY = qy;
+    EyeZ = Camera.WorldOffsetZ - qx * std::sin(yaw) + qz * std::cos(yaw);
+}
+
+bool BuildOrbitRay(const OrbitCamera& Camera, double x01, double y01, OrbitRay& Ray)
+{
+    const double tanFov = HalfFovTangent(Camera.FovDeg);
+    const double rx = (2.0 * x01 - 1.0) * Camera.Aspect * tanFov;
+    const double ry = (1.0 - 2.0 * y01) * tanFov;
+    const double pitch = ToRadians(-Camera.PitchDeg);
+    const double yaw = ToRadians(-Camera.YawDeg);
+    const double cosPitch = std::cos(pitch), sinPitch = std::sin(pitch);
+    const double cosYaw = std::cos(yaw), sinYaw = std::sin(yaw);
+    // (rx, ry, -1) turned about X by pitch, then about Y by yaw.
+    const double py = ry * cosPitch + sinPitch;
+    const double pz = ry * sinPitch - cosPitch;
+    Ray.DirX = rx * cosYaw + pz * sinYaw;
+    Ray.DirY = py;
+    Ray.DirZ = pz * cosYaw - rx * sinYaw;
+    if (std::abs(Ray.DirY) < 1e-6)
+        return false;
+    ComputeOrbitEye(Camera, Ray.EyeX, Ray.EyeY, Ray.EyeZ);
+    return true;
+}
 
 Mat4 BuildOrbitViewMatrix(const OrbitCamera& Camera)
 {
-    // Applied right to left: the offset first, the pan and distance last.
-    return Translation(Camera.PanX, Camera.PanY, -Camera.Distance) * RotationX(Camera.PitchDeg * DegToRad) *
-           RotationY(Camera.YawDeg * DegToRad) * Translation(-Camera.WorldOffsetX, 0.0, -Camera.WorldOffsetZ);
+    double eyeX = 0.0, eyeY = 0.0, eyeZ = 0.0;
+    ComputeOrbitEye(Camera, eyeX, eyeY, eyeZ);
+    // Applied right to left: the eye to the origin first, then the turns.
+    return RotationX(ToRadians(Camera.PitchDeg)) * RotationY(ToRadians(Camera.YawDeg)) *
+           Translation(-eyeX, -eyeY, -eyeZ);
 }
 
 Mat4 BuildPerspectiveMatrix(double FovDeg, double Aspect, double NearZ, double FarZ)
 {
-    const double tanHalfFov = std::tan(std::clamp(FovDeg, 1.0, 170.0) * DegToRad * 0.5);
+    const double tanHalfFov = HalfFovTangent(FovDeg);
     Mat4 m;
     m.M[0] = 1.0 / (Aspect * tanHalfFov);
     m.M[5] = 1.0 / tanHalfFov;

@@ -29,8 +29,23 @@ struct OrbitCamera
     double Aspect = 1.0;   // width / height of the rendered viewport
 };
 
-// World to camera: translate by (-WorldOffsetX, 0, -WorldOffsetZ), turn about Y by YawDeg, about X
-// by PitchDeg, then translate by (PanX, PanY, -Distance). The camera looks along its -Z axis.
+// The eye and the ray through a viewport point (0..1 across, y down); the direction is not
+// normalised.
+struct OrbitRay
+{
+    double EyeX = 0.0, EyeY = 0.0, EyeZ = 0.0;
+    double DirX = 0.0, DirY = 0.0, DirZ = 0.0;
+};
+
+// The eye: the orbit target plus (-PanX, -PanY, Distance) turned about X by -PitchDeg, then about
+// Y by -YawDeg.
+void ComputeOrbitEye(const OrbitCamera& Camera, double& EyeX, double& EyeY, double& EyeZ);
+// The ray under (x01, y01); false when it runs within 1e-6 of parallel to the ground, where no
+// height can be picked.
+bool BuildOrbitRay(const OrbitCamera& Camera, double x01, double y01, OrbitRay& Ray);
+
+// World to camera, the inverse of the eye and ray above: translate by minus the eye, turn about Y
+// by YawDeg, then about X by PitchDeg. The camera looks along its -Z axis.
 Mat4 BuildOrbitViewMatrix(const OrbitCamera& Camera);
 
 // Right-handed perspective projection (the classic gluPerspective) with the clamped field of view.

@@ -1,7 +1,7 @@
 #pragma once
 
 // Helpers shared by the selection, order and gesture tests: units, a camera with easy numbers, and
-// an independent forward projection (world to viewport-local) to check picks against.
+// the scene's own projection (world to viewport-local) to check picks against.
 #include <cmath>
 #include <cstddef>
 #include <initializer_list>
@@ -56,26 +56,15 @@ inline void LookStraightDown(TestApp& app, double centreX = 512.0, double centre
     app.View.bJetEffectsPanelVisible = false;
 }
 
-// World point to viewport-local 0..1 through the renderer's view transform (translate, yaw, pitch,
-// pan and distance, then the perspective of the 1280x720 window); false behind the eye.
+// World point to viewport-local 0..1 through the camera the scene is drawn with; false behind the eye.
 inline bool ProjectToLocal(const GLViewport& view, double x, double y, double z, double& x01, double& y01)
 {
-    const double yaw = view.CameraYawDeg * M_PI / 180.0;
-    const double pitch = view.CameraPitchDeg * M_PI / 180.0;
-    double px = x - view.WorldOffsetX, py = y, pz = z - view.WorldOffsetZ;
-    const double yx = px * std::cos(yaw) + pz * std::sin(yaw);
-    const double yz = -px * std::sin(yaw) + pz * std::cos(yaw);
-    px = yx;
-    pz = yz;
-    const double cy = py * std::cos(pitch) - pz * std::sin(pitch) + view.PanY;
-    const double cz = py * std::sin(pitch) + pz * std::cos(pitch) - view.CameraDistance;
-    const double cx = px + view.PanX;
-    if (cz >= 0.0)
+    double clip[4];
+    view.GetSceneViewProjection().Transform(x, y, z, 1.0, clip);
+    if (!(clip[3] > 0.0))
         return false;
-    const double tanFov = std::tan(view.CameraFovDeg * M_PI / 360.0);
-    const double aspect = 1280.0 / 720.0;
-    x01 = (cx / -cz / (aspect * tanFov) + 1.0) * 0.5;
-    y01 = (1.0 - cy / -cz / tanFov) * 0.5;
+    x01 = (clip[0] / clip[3] + 1.0) * 0.5;
+    y01 = (1.0 - clip[1] / clip[3]) * 0.5;
     return true;
 }
 

@@ -7,6 +7,7 @@
 #include <functional>
 #include <limits>
 #include <map>
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -18,6 +19,7 @@
 #include "core.h"
 #include "jetexhaust.h"
 #include "jetexhaust_particles.h"
+#include "offscreen_gl.h"
 #include "pngwriter.h"
 #include "viewcamera.h"
 
@@ -73,39 +75,24 @@ std::pair<int, int> Project(const std::array<float, 16>& m, float x, float y, fl
     return {px, HeightPx - 1 - pyUp};
 }
 
-class JetExhaustGLTest : public ::testing::Test
+class JetExhaustGLTest : public OffscreenGLTest
 {
   protected:
-    static CoreSDL* Window;
-
-    static void SetUpTestSuite()
+    void SetUp() override
     {
-        SDL_SetHint(SDL_HINT_VIDEO_DRIVER, "offscreen");
-        Window = new CoreSDL;
-        std::string error;
-        if (!Window->Open("jet", WidthPx, HeightPx, false, error))
-        {
-            delete Window;
-            Window = nullptr;
-            FAIL() << error;
-        }
+        OffscreenGLTest::SetUp();
+        Target = std::make_unique<GLTarget>(WidthPx, HeightPx);
     }
-    static void TearDownTestSuite()
-    {
-        delete Window;
-        Window = nullptr;
-    }
-    void SetUp() override { ASSERT_NE(Window, nullptr) << "no GL context"; }
     void TearDown() override
     {
-        if (Window)
+        if (Context)
             Jet.ReleaseGL();
+        Target.reset();
     }
 
     void ClearBackground()
     {
-        glBindFramebuffer(GL_FRAMEBUFFER, 0);
-        glViewport(0, 0, WidthPx, HeightPx);
+        Target->Bind();
         glClearColor(Background[0], Background[1], Background[2], 1.0f);
         glClear(GL_COLOR_BUFFER_BIT);
     }
@@ -123,17 +110,11 @@ class JetExhaustGLTest : public ::testing::Test
         return figures;
     }
 
-    std::vector<std::uint8_t> ReadPixels() const
-    {
-        std::vector<std::uint8_t> pixels(static_cast<std::size_t>(WidthPx) * HeightPx * 4);
-        glPixelStorei(GL_PACK_ALIGNMENT, 1);
-        glReadPixels(0, 0, WidthPx, HeightPx, GL_RGBA, GL_UNSIGNED_BYTE, pixels.data());
-        return pixels;
-    }
+    std::vector<std::uint8_t> ReadPixels() const { return Target->Read(); }
     static std::array<int, 3> At(const std::vector<std::uint8_t>& Pixels, int x, int y)
     {
-        const std::size_t i = (static_cast<std::size_t>(HeightPx - 1 - y) * WidthPx + x) * 4;
-        return {Pixels[i], Pixels[i + 1], Pixels[i + 2]};
+        const Pixel px = PixelAt(Pixels, WidthPx, x, y);
+        return {px.R, px.G, px.B};
     }
     static int Brightness(const std::array<int, 3>& c) { return c[0] + c[1] + c[2]; }
 
@@ -166,9 +147,9 @@ class JetExhaustGLTest : public ::testing::Test
         return sizes;
     }
 
+    std::unique_ptr<GLTarget> Target;
     JetExhaustSystem Jet;
 };
-CoreSDL* JetExhaustGLTest::Window = nullptr;
 
 TEST_F(JetExhaustGLTest, FiguresAreFiniteAndGpuTimesArriveWithoutWaiting)
 {
@@ -242,60 +223,28 @@ TEST_F(JetExhaustGLTest, TargetsFollowTheScaleAndThePreset)
 
 TEST_F(JetExhaustGLTest, SwitchesAndPresetsChangeTheWorkDone)
 {
+    using Settings = JetExhaustDebugSettings;
     struct Case
     {
         const char* Name;
-        std::function<void(JetExhaustDebugSettings&)> Change;
+        std::function<void(Settings&)> Change;
         std::array<bool, 5> Ran;
-        int ParticlesPerEmitter;
-        int BlurIterations;
+        int ParticlesPerEmitter, BlurIterations;
         bool bFewerTargets;
     };
+    // clang-format off
     const Case cases[] = {
-        {"defaults", [](JetExhaustDebugSettings&) {}, {true, true, true, true, true}, 64 + 32, 2, false},
-        {"shimmer off",
-         [](JetExhaustDebugSettings& s) { s.ShimmerEnabled = false; },
-         {true, false, false, true, true},
-         96,
-         2,
-         true},
-        {"bloom off",
-         [](JetExhaustDebugSettings& s) { s.BloomEnabled = false; },
-         {true, true, true, false, true},
-         96,
-         0,
-         true},
-        {"contrails off",
-         [](JetExhaustDebugSettings& s) { s.ContrailsEnabled = false; },
-         {true, true, true, true, true},
-         64,
-         2,
-         false},
-        {"low",
-         [](JetExhaustDebugSettings& s) { s.Quality = JetExhaustQuality::Low; },
-         {true, true, true, true, true},
-         32 + 16,
-         1,
-         true},
-        {"high",
-         [](JetExhaustDebugSettings& s) { s.Quality = JetExhaustQuality::High; },
-         {true, true, true, true, true},
-         128 + 64,
-         3,
-         false},
-        {"stored 7 works as high",
-         [](JetExhaustDebugSettings& s) { s.Quality = static_cast<JetExhaustQuality>(7); },
-         {true, true, true, true, true},
-         128 + 64,
-         3,
-         false},
-        {"effect off",
-         [](JetExhaustDebugSettings& s) { s.Enabled = false; },
-         {false, false, false, false, false},
-         0,
-         0,
-         true},
+        {"defaults", [](Settings&) {}, {true, true, true, true, true}, 64 + 32, 2, false},
+        {"shimmer off", [](Settings& s) { s.ShimmerEnabled = false; }, {true, false, false, true, true}, 96, 2, true},
+        {"bloom off", [](Settings& s) { s.BloomEnabled = false; }, {true, true, true, false, true}, 96, 0, true},
+        {"contrails off", [](Settings& s) { s.ContrailsEnabled = false; }, {true, true, true, true, true}, 64, 2, false},
+        {"low", [](Settings& s) { s.Quality = JetExhaustQuality::Low; }, {true, true, true, true, true}, 32 + 16, 1, true},
+        {"high", [](Settings& s) { s.Quality = JetExhaustQuality::High; }, {true, true, true, true, true}, 128 + 64, 3, false},
+        {"stored 7 works as high", [](Settings& s) { s.Quality = static_cast<JetExhaustQuality>(7); },
+         {true, true, true, true, true}, 128 + 64, 3, false},
+        {"effect off", [](Settings& s) { s.Enabled = false; }, {false, false, false, false, false}, 0, 0, true},
     };
+    // clang-format on
     const JetExhaustFrameInput input = MakeInput();
     std::uint64_t defaultBytes = 0;
     for (const Case& c : cases)
@@ -353,29 +302,18 @@ TEST_F(JetExhaustGLTest, BrokenShadersReportTheFirstLineAndReloadClearsIt)
     // Compiles but calls a function nobody defines: only the link can fail.
     const char* const unresolved =
         "#version 330 core\nvec4 Missing();\nout vec4 C;\nvoid main() { C = Missing(); }\n";
+    using Pass = JetExhaustPass;
+    using Stage = JetExhaustShaderStage;
+    // clang-format off
     const Case cases[] = {
-        {JetExhaustPass::Bloom,
-         JetExhaustShaderStage::Fragment,
-         "not a shader",
-         "Shader bloom: ",
-         {true, true, true, false, true}},
-        {JetExhaustPass::Scene,
-         JetExhaustShaderStage::Vertex,
-         "#version 330 core\nvoid main() { x = 1; }\n",
-         "Shader scene: ",
+        {Pass::Bloom, Stage::Fragment, "not a shader", "Shader bloom: ", {true, true, true, false, true}},
+        {Pass::Scene, Stage::Vertex, "#version 330 core\nvoid main() { x = 1; }\n", "Shader scene: ",
          {false, true, true, true, true}},
-        {JetExhaustPass::Composite,
-         JetExhaustShaderStage::Fragment,
-         unresolved,
-         "Composite link: ",
-         {true, true, true, true, false}},
+        {Pass::Composite, Stage::Fragment, unresolved, "Composite link: ", {true, true, true, true, false}},
         // The shimmer needs the mask, so a broken mask stops both.
-        {JetExhaustPass::Mask,
-         JetExhaustShaderStage::Fragment,
-         unresolved,
-         "Shader mask link: ",
-         {true, false, false, true, true}},
+        {Pass::Mask, Stage::Fragment, unresolved, "Shader mask link: ", {true, false, false, true, true}},
     };
+    // clang-format on
     const JetExhaustFrameInput input = MakeInput();
     for (const Case& c : cases)
     {
@@ -584,28 +522,4 @@ TEST(JetExhaustParticles, StreamBehindTheNozzleWithinTheirLengths)
     }
 }
 
-TEST(JetExhaustParticles, MoveWithTimeAndRepeatForTheSameTime)
-{
-    const JetExhaustWork work = GetJetExhaustWork(JetExhaustDebugSettings{});
-    const std::vector<JetExhaustEmitter> emitters = {MakeEmitter(0, 0, 0, 1, 0, 0)};
-    std::vector<JetExhaustParticle> a, b, later;
-    BuildJetExhaustParticles(emitters, work, 40.0f, 2.0, a);
-    BuildJetExhaustParticles(emitters, work, 40.0f, 2.0, b);
-    BuildJetExhaustParticles(emitters, work, 40.0f, 2.05, later);
-    ASSERT_EQ(a.size(), b.size());
-    ASSERT_EQ(a.size(), later.size());
-    int moved = 0;
-    for (std::size_t i = 0; i < a.size(); ++i)
-    {
-        EXPECT_EQ(a[i].X, b[i].X) << "particle " << i;
-        moved += a[i].X != later[i].X ? 1 : 0;
-    }
-    EXPECT_EQ(moved, static_cast<int>(a.size()));
-    // A plume length that is not positive and finite gives nothing rather than NaN positions.
-    for (float bad : {0.0f, -1.0f, std::numeric_limits<float>::quiet_NaN()})
-    {
-        BuildJetExhaustParticles(emitters, work, bad, 2.0, a);
-        EXPECT_TRUE(a.empty()) << "length " << bad;
-    }
-}
 } // namespace

@@ -1,12 +1,14 @@
 // Headless renders of the real maps (SDL's offscreen driver, Mesa): the terrain covers the view, the
 // compressed and CPU-decoded ground agree, and the ground lines up with the minimap. Each render is
 // written as a PNG into the build folder for a person to look at.
-#include <SDL3/SDL.h>
 #include <cmath>
-#include <epoxy/gl.h>
-#include <png.h>
+#include <memory>
 #include <set>
 
+#include <epoxy/gl.h>
+
+#include "offscreen_gl.h"
+#include "pngwriter.h"
 #include "springmap_generator.h"
 #include "springmap_loader.h"
 #include "springmap_renderer.h"
@@ -16,78 +18,38 @@ namespace
 {
 constexpr int WidthPx = 480, HeightPx = 360;
 
-class MapRender : public ::testing::Test
+// Each test renders into a target the size of the screenshots.
+class MapRender : public OffscreenGLTest
 {
   protected:
-    static void SetUpTestSuite()
+    void SetUp() override
     {
-        SDL_SetHint(SDL_HINT_VIDEO_DRIVER, "offscreen");
-        ASSERT_TRUE(SDL_Init(SDL_INIT_VIDEO)) << SDL_GetError();
-        SDL_GL_SetAttribute(SDL_GL_CONTEXT_MAJOR_VERSION, 3);
-        SDL_GL_SetAttribute(SDL_GL_CONTEXT_MINOR_VERSION, 3);
-        SDL_GL_SetAttribute(SDL_GL_CONTEXT_PROFILE_MASK, SDL_GL_CONTEXT_PROFILE_CORE);
-        Window = SDL_CreateWindow("maps", 64, 64, SDL_WINDOW_OPENGL | SDL_WINDOW_HIDDEN);
-        ASSERT_NE(Window, nullptr) << SDL_GetError();
-        Context = SDL_GL_CreateContext(Window);
-        ASSERT_NE(Context, nullptr) << SDL_GetError();
-        // An off-screen target with depth, the size of the screenshots.
-        glGenFramebuffers(1, &Fbo);
-        glBindFramebuffer(GL_FRAMEBUFFER, Fbo);
-        GLuint buffers[2];
-        glGenRenderbuffers(2, buffers);
-        glBindRenderbuffer(GL_RENDERBUFFER, buffers[0]);
-        glRenderbufferStorage(GL_RENDERBUFFER, GL_RGBA8, WidthPx, HeightPx);
-        glFramebufferRenderbuffer(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_RENDERBUFFER, buffers[0]);
-        glBindRenderbuffer(GL_RENDERBUFFER, buffers[1]);
-        glRenderbufferStorage(GL_RENDERBUFFER, GL_DEPTH_COMPONENT24, WidthPx, HeightPx);
-        glFramebufferRenderbuffer(GL_FRAMEBUFFER, GL_DEPTH_ATTACHMENT, GL_RENDERBUFFER, buffers[1]);
-        ASSERT_EQ(glCheckFramebufferStatus(GL_FRAMEBUFFER), GLenum(GL_FRAMEBUFFER_COMPLETE));
+        OffscreenGLTest::SetUp();
+        Target = std::make_unique<GLTarget>(WidthPx, HeightPx);
     }
-    static void TearDownTestSuite()
-    {
-        if (Context)
-            SDL_GL_DestroyContext(Context);
-        if (Window)
-            SDL_DestroyWindow(Window);
-        SDL_Quit();
-    }
+    void TearDown() override { Target.reset(); }
 
     // Renders and reads back RGBA rows top first; the clear colour is pure blue.
-    static std::vector<std::uint8_t> Draw(SpringMapRenderer& terrain, const float* viewProj)
+    std::vector<std::uint8_t> Draw(SpringMapRenderer& terrain, const float* viewProj)
     {
-        glBindFramebuffer(GL_FRAMEBUFFER, Fbo);
-        glViewport(0, 0, WidthPx, HeightPx);
+        Target->Bind();
         glClearColor(0.0f, 0.0f, 1.0f, 1.0f);
         glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
         glEnable(GL_DEPTH_TEST);
         EXPECT_TRUE(terrain.Render(viewProj));
         EXPECT_EQ(glGetError(), GLenum(GL_NO_ERROR));
-        std::vector<std::uint8_t> pixels(std::size_t(WidthPx) * HeightPx * 4), flipped(pixels.size());
-        glReadPixels(0, 0, WidthPx, HeightPx, GL_RGBA, GL_UNSIGNED_BYTE, pixels.data());
-        for (int y = 0; y < HeightPx; ++y)
-            std::memcpy(&flipped[std::size_t(y) * WidthPx * 4],
-                        &pixels[std::size_t(HeightPx - 1 - y) * WidthPx * 4], std::size_t(WidthPx) * 4);
-        return flipped;
+        return Target->Read();
     }
 
     static void SavePng(const std::string& name, const std::vector<std::uint8_t>& pixels)
     {
-        png_image image{};
-        image.version = PNG_IMAGE_VERSION;
-        image.width = WidthPx;
-        image.height = HeightPx;
-        image.format = PNG_FORMAT_RGBA;
+        std::string error;
         const std::string path = std::string(QUINDLE_MAPS_SHOT_DIR) + "/" + name + ".png";
-        EXPECT_TRUE(png_image_write_to_file(&image, path.c_str(), 0, pixels.data(), 0, nullptr)) << path;
+        EXPECT_TRUE(WritePngRgba(path, WidthPx, HeightPx, pixels.data(), error)) << error;
     }
 
-    static SDL_Window* Window;
-    static SDL_GLContext Context;
-    static GLuint Fbo;
+    std::unique_ptr<GLTarget> Target;
 };
-SDL_Window* MapRender::Window = nullptr;
-SDL_GLContext MapRender::Context = nullptr;
-GLuint MapRender::Fbo = 0;
 
 // A perspective view from the south, above the map, looking at its centre (column-major).
 std::array<float, 16> ObliqueView(const SpringMapRenderer& terrain)

@@ -12,6 +12,7 @@
 #include <gtest/gtest.h>
 
 #include "navwidget_buttons.h"
+#include "offscreen_gl.h"
 #include "pngwriter.h"
 #include "rend_gl.h"
 #include "test_app.h"
@@ -23,41 +24,7 @@
 
 namespace
 {
-// One hidden window and GL 3.3 core context for the whole test program.
-class NavWidgetGL : public ::testing::Test
-{
-  protected:
-    static void SetUpTestSuite()
-    {
-        if (Context)
-            return;
-        SDL_SetHint(SDL_HINT_VIDEO_DRIVER, "offscreen");
-        Context = new CoreSDL;
-        std::string error;
-        if (!Context->Open("navwidget", 64, 64, false, error))
-        {
-            delete Context;
-            Context = nullptr;
-            FAIL() << error;
-        }
-    }
-    static void TearDownTestSuite()
-    {
-        delete Context;
-        Context = nullptr;
-        SDL_Quit();
-    }
-    void SetUp() override
-    {
-        ASSERT_NE(Context, nullptr);
-        while (glGetError() != GL_NO_ERROR)
-        {
-        }
-    }
-
-    static CoreSDL* Context; // the window and its GL context
-};
-CoreSDL* NavWidgetGL::Context = nullptr;
+using NavWidgetGL = OffscreenGLTest;
 
 void SetFlag(GLenum Flag, bool bOn)
 {
@@ -320,32 +287,13 @@ class Screenshot
         TTFGL ttfGL;
         if (!rendGL.Create(Error) || !ttfGL.Create(TTFGL::DefaultFontPath, Error))
             return false;
-        GLuint framebuffer = 0, colour = 0;
-        glGenFramebuffers(1, &framebuffer);
-        glGenRenderbuffers(1, &colour);
-        glBindRenderbuffer(GL_RENDERBUFFER, colour);
-        glRenderbufferStorage(GL_RENDERBUFFER, GL_RGBA8, WidthPx, HeightPx);
-        glBindFramebuffer(GL_FRAMEBUFFER, framebuffer);
-        glFramebufferRenderbuffer(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_RENDERBUFFER, colour);
-        const bool bComplete = glCheckFramebufferStatus(GL_FRAMEBUFFER) == GL_FRAMEBUFFER_COMPLETE;
-        if (bComplete)
-        {
-            glViewport(0, 0, WidthPx, HeightPx);
-            glClearColor(Background[0], Background[1], Background[2], 1.0f);
-            glClear(GL_COLOR_BUFFER_BIT);
-            rendGL.Draw(Renderer.GetPrimitives(), WidthPx, HeightPx);
-            ttfGL.Draw(Font.GetTextCalls(), WidthPx, HeightPx);
-            Pixels.assign(static_cast<std::size_t>(WidthPx) * HeightPx * 4, 0);
-            glPixelStorei(GL_PACK_ALIGNMENT, 1);
-            glReadPixels(0, 0, WidthPx, HeightPx, GL_RGBA, GL_UNSIGNED_BYTE, Pixels.data());
-            FlipRows();
-        }
-        glBindFramebuffer(GL_FRAMEBUFFER, 0);
-        glDeleteRenderbuffers(1, &colour);
-        glDeleteFramebuffers(1, &framebuffer);
-        if (!bComplete)
-            Error = "incomplete framebuffer";
-        return bComplete;
+        GLTarget target(WidthPx, HeightPx);
+        glClearColor(Background[0], Background[1], Background[2], 1.0f);
+        glClear(GL_COLOR_BUFFER_BIT);
+        rendGL.Draw(Renderer.GetPrimitives(), WidthPx, HeightPx);
+        ttfGL.Draw(Font.GetTextCalls(), WidthPx, HeightPx);
+        Pixels = target.Read();
+        return true;
     }
 
     // The pixel under a viewport-local point (the viewport is the whole image), 0..1 per channel.
@@ -358,15 +306,6 @@ class Screenshot
     }
 
     std::vector<std::uint8_t> Pixels; // rows top first
-
-  private:
-    void FlipRows()
-    {
-        const std::size_t rowBytes = static_cast<std::size_t>(WidthPx) * 4;
-        for (int y = 0; y < HeightPx / 2; ++y)
-            std::swap_ranges(Pixels.begin() + y * rowBytes, Pixels.begin() + (y + 1) * rowBytes,
-                             Pixels.begin() + (HeightPx - 1 - y) * rowBytes);
-    }
 };
 
 // Straight alpha blending of a colour over an opaque one.

@@ -1,10 +1,10 @@
 // The GL backends drawing into a real offscreen context, read back pixel by pixel.
 #include <array>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
-#include <SDL3/SDL.h>
 #include <gtest/gtest.h>
 
 #include "batch2d_gl.h"
@@ -12,6 +12,7 @@
 #include "glcolor.h"
 #include "glviewport.h"
 #include "mouse.h"
+#include "offscreen_gl.h"
 #include "rend.h"
 #include "rend_gl.h"
 #include "ttf.h"
@@ -24,52 +25,30 @@ constexpr int HeightPx = 100;
 
 using Rgba = std::array<int, 4>;
 
-// One hidden window and context for the whole program; each test clears it.
-class GLContextTest : public ::testing::Test
+// Each test draws into its own target, cleared to blue.
+class GLContextTest : public OffscreenGLTest
 {
   protected:
-    static CoreSDL* Window;
-
-    static void SetUpTestSuite()
-    {
-        SDL_SetHint(SDL_HINT_VIDEO_DRIVER, "offscreen");
-        Window = new CoreSDL;
-        std::string error;
-        if (!Window->Open("test", WidthPx, HeightPx, false, error))
-        {
-            delete Window;
-            Window = nullptr;
-            FAIL() << error;
-        }
-    }
-    static void TearDownTestSuite()
-    {
-        delete Window;
-        Window = nullptr;
-    }
     void SetUp() override
     {
-        ASSERT_NE(Window, nullptr) << "no GL context";
+        OffscreenGLTest::SetUp();
+        Target = std::make_unique<GLTarget>(WidthPx, HeightPx);
         std::string error;
         ASSERT_TRUE(Batch.Create(error)) << error;
         ASSERT_TRUE(Font.Create(TTFGL::DefaultFontPath, error)) << error;
-        glViewport(0, 0, WidthPx, HeightPx);
         glClearColor(0, 0, 1, 1);
         glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
         Pixels.clear();
     }
+    void TearDown() override { Target.reset(); }
 
-    // The pixel at window pixel (x, y), y from the top.
+    // The pixel at target pixel (x, y), y from the top.
     Rgba At(int x, int y)
     {
         if (Pixels.empty())
-        {
-            Pixels.resize(static_cast<std::size_t>(WidthPx) * HeightPx * 4);
-            glPixelStorei(GL_PACK_ALIGNMENT, 1);
-            glReadPixels(0, 0, WidthPx, HeightPx, GL_RGBA, GL_UNSIGNED_BYTE, Pixels.data());
-        }
-        const std::size_t i = (static_cast<std::size_t>(HeightPx - 1 - y) * WidthPx + x) * 4;
-        return {Pixels[i], Pixels[i + 1], Pixels[i + 2], Pixels[i + 3]};
+            Pixels = Target->Read();
+        const Pixel px = PixelAt(Pixels, WidthPx, x, y);
+        return {px.R, px.G, px.B, px.A};
     }
     // Global coordinates of a pixel's left or top edge.
     static float GX(double xPx) { return static_cast<float>(xPx / WidthPx * 2.0 - 1.0); }
@@ -82,11 +61,11 @@ class GLContextTest : public ::testing::Test
         Batch.Submit(Font.GetAtlasTexture());
     }
 
+    std::unique_ptr<GLTarget> Target;
     std::vector<std::uint8_t> Pixels;
     Batch2DGL Batch;
     TTFGL Font;
 };
-CoreSDL* GLContextTest::Window = nullptr;
 
 const Rgba Blue{0, 0, 255, 255};
 const Rgba Red{255, 0, 0, 255};
@@ -241,7 +220,9 @@ TEST_F(GLContextTest, SceneDrawsTheTerrainUnderTheCentreOfTheView)
     Rend rend;
     Mouse mouse;
     Quindle app;
-    Core services{Window, &rend, &mouse, &app};
+    Context->Width = WidthPx;
+    Context->Height = HeightPx;
+    Core services{Context, &rend, &mouse, &app};
     p = &services;
     {
         GLViewport view;

@@ -15,6 +15,7 @@
 #include <gtest/gtest.h>
 
 #include "airsim.h"
+#include "offscreen_gl.h"
 #include "pngwriter.h"
 #include "scene_gl.h"
 #include "test_app.h"
@@ -28,53 +29,18 @@ namespace
 constexpr int WidthPx = 320;
 constexpr int HeightPx = 240;
 
-// One hidden window and GL 3.3 core context for the program; each test draws into its own
-// framebuffer of WidthPx x HeightPx with depth.
-class SceneGLTest : public ::testing::Test
+// Each test renders the viewport into its own WidthPx x HeightPx target.
+class SceneGLTest : public OffscreenGLTest
 {
   protected:
-    static void SetUpTestSuite()
-    {
-        if (Context)
-            return;
-        SDL_SetHint(SDL_HINT_VIDEO_DRIVER, "offscreen");
-        Context = new CoreSDL;
-        std::string error;
-        if (!Context->Open("scene", 64, 64, false, error))
-        {
-            delete Context;
-            Context = nullptr;
-            FAIL() << error;
-        }
-    }
-    static void TearDownTestSuite()
-    {
-        delete Context;
-        Context = nullptr;
-        SDL_Quit();
-    }
-
     void SetUp() override
     {
-        ASSERT_NE(Context, nullptr);
-        glGenFramebuffers(1, &Fbo);
-        glBindFramebuffer(GL_FRAMEBUFFER, Fbo);
-        glGenRenderbuffers(2, Buffers);
-        glBindRenderbuffer(GL_RENDERBUFFER, Buffers[0]);
-        glRenderbufferStorage(GL_RENDERBUFFER, GL_RGBA8, WidthPx, HeightPx);
-        glFramebufferRenderbuffer(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_RENDERBUFFER, Buffers[0]);
-        glBindRenderbuffer(GL_RENDERBUFFER, Buffers[1]);
-        glRenderbufferStorage(GL_RENDERBUFFER, GL_DEPTH_COMPONENT24, WidthPx, HeightPx);
-        glFramebufferRenderbuffer(GL_FRAMEBUFFER, GL_DEPTH_ATTACHMENT, GL_RENDERBUFFER, Buffers[1]);
-        ASSERT_EQ(glCheckFramebufferStatus(GL_FRAMEBUFFER), static_cast<GLenum>(GL_FRAMEBUFFER_COMPLETE));
-
+        OffscreenGLTest::SetUp();
+        Target = std::make_unique<GLTarget>(WidthPx, HeightPx);
+        ASSERT_TRUE(Target->IsComplete());
         App = std::make_unique<TestApp>();
         App->CoreSdl.Width = WidthPx;
         App->CoreSdl.Height = HeightPx;
-        App->View.WindowX1 = -1.0;
-        App->View.WindowY1 = 1.0;
-        App->View.WindowX2 = 1.0;
-        App->View.WindowY2 = -1.0;
         App->LoadFlatMap(128, 0.0f); // 1024 x 1024 world units
         App->View.GLViewport::ResetSpringMapCamera();
         // Close in over the centre: a vehicle is some 20 pixels across.
@@ -87,9 +53,7 @@ class SceneGLTest : public ::testing::Test
         App->View.SpringMap.ReleaseGL();
         App->View.JetExhaust.ReleaseGL();
         App.reset();
-        glBindFramebuffer(GL_FRAMEBUFFER, 0);
-        glDeleteRenderbuffers(2, Buffers);
-        glDeleteFramebuffers(1, &Fbo);
+        Target.reset();
     }
 
     VehicleUnit& AddVehicle(double x, double z)
@@ -111,16 +75,8 @@ class SceneGLTest : public ::testing::Test
     // Renders one frame and reads it back, rows from the top.
     std::vector<std::uint8_t> RenderAndRead()
     {
-        glBindFramebuffer(GL_FRAMEBUFFER, Fbo);
         App->View.Render();
-        std::vector<std::uint8_t> bottomUp(static_cast<std::size_t>(WidthPx) * HeightPx * 4);
-        glPixelStorei(GL_PACK_ALIGNMENT, 1);
-        glReadPixels(0, 0, WidthPx, HeightPx, GL_RGBA, GL_UNSIGNED_BYTE, bottomUp.data());
-        std::vector<std::uint8_t> topDown(bottomUp.size());
-        for (int y = 0; y < HeightPx; ++y)
-            std::copy_n(bottomUp.begin() + static_cast<std::ptrdiff_t>(y) * WidthPx * 4, WidthPx * 4,
-                        topDown.begin() + static_cast<std::ptrdiff_t>(HeightPx - 1 - y) * WidthPx * 4);
-        return topDown;
+        return Target->Read();
     }
 
     // A world point's pixel (from the top left) under the camera Render uses.
@@ -131,12 +87,9 @@ class SceneGLTest : public ::testing::Test
         return {(clip[0] / clip[3] + 1.0) * 0.5 * WidthPx, (1.0 - clip[1] / clip[3]) * 0.5 * HeightPx};
     }
 
-    static CoreSDL* Context; // the window and its GL context
-    GLuint Fbo = 0;
-    GLuint Buffers[2] = {};
+    std::unique_ptr<GLTarget> Target;
     std::unique_ptr<TestApp> App;
 };
-CoreSDL* SceneGLTest::Context = nullptr;
 
 bool IsColour(const std::vector<std::uint8_t>& image, int x, int y, const std::array<float, 3>& colour)
 {

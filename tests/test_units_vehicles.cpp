@@ -263,7 +263,7 @@ TEST(ViewportUnits, ControllableVehiclesKeepTheirOrderAndSkipEmptyEntries)
     EXPECT_EQ(first[0], app.View.Vehicles[0].get());
     EXPECT_EQ(first[1], app.View.Vehicles[2].get());
     EXPECT_EQ(first[2], app.View.Vehicles[3].get());
-    app.View.StepSimulation(FrameSec);
+    app.View.Units.Step(FrameSec);
     EXPECT_EQ(app.View.GetControllableVehicles(), first) << "unchanged set, unchanged order";
     app.View.Vehicles.erase(app.View.Vehicles.begin());
     const std::vector<VehicleUnit*> after = app.View.GetControllableVehicles();
@@ -365,7 +365,7 @@ TEST(ViewportUnits, PlacementIsDeterministicOnDrivableGroundAndAllOrNothing)
     for (std::size_t i = 0; i < a.View.Vehicles.size(); ++i)
     {
         const Vec3D& p = a.View.Vehicles[i]->Position;
-        EXPECT_TRUE(a.View.VehicleDriveability.IsDriveable(p.X, p.Z)) << "vehicle " << i;
+        EXPECT_TRUE(a.View.Units.GetDriveability().IsDriveable(p.X, p.Z)) << "vehicle " << i;
         EXPECT_EQ(p.Y, a.View.SpringMap.GetTerrainHeight(p.X, p.Z)) << "vehicle " << i;
         EXPECT_EQ(p.X, b.View.Vehicles[i]->Position.X) << "vehicle " << i;
         EXPECT_EQ(p.Z, b.View.Vehicles[i]->Position.Z) << "vehicle " << i;
@@ -412,7 +412,7 @@ TEST(ViewportUnits, VehicleOrderedAcrossTheRidgeDrivesRoundThroughTheGap)
     int frame = 0;
     for (; frame < 60 * 30 && v.bHasTarget; ++frame)
     {
-        app.View.StepSimulation(FrameSec);
+        app.View.Units.Step(FrameSec);
         highestY = std::max(highestY, v.Position.Y);
         if (lastZ < 256.0 && v.Position.Z >= 256.0)
             crossingX = v.Position.X;

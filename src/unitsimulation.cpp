@@ -1,9 +1,11 @@
-// The viewport's unit simulation: the per-frame step of vehicles and aircraft, and the placement
-// of a starting set of units on the loaded map.
+// The per-frame step of vehicles and aircraft, and the placement of a starting set of units on the
+// loaded map.
+#include "unitsimulation.h"
+
 #include <algorithm>
 #include <cmath>
 
-#include "glviewport.h"
+#include "heading.h"
 #include "vehicleunit.h"
 
 namespace
@@ -16,7 +18,6 @@ constexpr double MaxStepSec = 0.25;
 
 // Placement: vehicles on a sunflower spiral (even density, no rows to look artificial) spaced a
 // few radii apart; aircraft on a ring above the centre, clear of the highest ground.
-constexpr double GoldenAngleRad = 2.3999632297286535;
 constexpr double VehicleSpacingRadii = 3.0;
 constexpr int PlacementTriesPerVehicle = 50;
 constexpr double AircraftRingWorld = 400.0;
@@ -24,26 +25,44 @@ constexpr double AircraftClearanceWorld = 150.0;
 constexpr float MinAircraftAltitude = 300.0f;
 } // namespace
 
-void GLViewport::StepSimulation(double dtSec)
+UnitSimulation::UnitSimulation(const SpringMapRenderer& Map,
+                               std::vector<std::unique_ptr<VehicleUnit>>& Vehicles,
+                               std::vector<std::unique_ptr<AirUnit>>& AirUnits)
+    : Map(Map), Vehicles(Vehicles), AirUnits(AirUnits)
+{
+}
+
+const DriveabilityGrid& UnitSimulation::GetDriveability() const
+{
+    Driveability.SyncWith(Map);
+    return Driveability;
+}
+
+Vec3D UnitSimulation::FindDriveableWaypoint(const Vec3D& Point) const
+{
+    return SnapToDriveableGround(Map, GetDriveability(), Point);
+}
+
+void UnitSimulation::Step(double dtSec)
 {
     if (!(dtSec > 0.0) || !std::isfinite(dtSec))
         return;
     dtSec = std::min(dtSec, MaxStepSec);
-    VehicleDriveability.SyncWith(SpringMap);
+    Driveability.SyncWith(Map);
     int routePlanBudget = MaxRoutePlansPerStep;
     for (const std::unique_ptr<VehicleUnit>& vehicle : Vehicles)
         if (vehicle)
-            vehicle->Update(dtSec, SpringMap, VehicleDriveability, VehicleRoutePlanner, routePlanBudget);
+            vehicle->Update(dtSec, Map, Driveability, Planner, routePlanBudget);
     AirSim.Step(AirUnits, dtSec);
 }
 
-bool GLViewport::PlaceUnitsOnMap(int VehicleCount, int AircraftCount)
+bool UnitSimulation::PlaceUnits(int VehicleCount, int AircraftCount)
 {
-    if (!SpringMap.IsLoaded() || VehicleCount < 0 || AircraftCount < 0)
+    if (!Map.IsLoaded() || VehicleCount < 0 || AircraftCount < 0)
         return false;
-    VehicleDriveability.SyncWith(SpringMap);
-    const double centreX = SpringMap.GetWorldWidth() * 0.5;
-    const double centreZ = SpringMap.GetWorldDepth() * 0.5;
+    Driveability.SyncWith(Map);
+    const double centreX = Map.GetWorldWidth() * 0.5;
+    const double centreZ = Map.GetWorldDepth() * 0.5;
 
     std::vector<std::unique_ptr<VehicleUnit>> vehicles;
     vehicles.reserve(static_cast<std::size_t>(VehicleCount));
@@ -56,17 +75,16 @@ bool GLViewport::PlaceUnitsOnMap(int VehicleCount, int AircraftCount)
         const double angle = GoldenAngleRad * static_cast<double>(k);
         const double x = centreX + radius * std::cos(angle);
         const double z = centreZ + radius * std::sin(angle);
-        if (!VehicleDriveability.IsDriveable(x, z))
+        if (!Driveability.IsDriveable(x, z))
             continue;
         auto vehicle = std::make_unique<VehicleUnit>();
-        vehicle->Position =
-            Vec3D(x, SpringMap.GetTerrainHeight(static_cast<float>(x), static_cast<float>(z)), z);
+        vehicle->Position = Vec3D(x, Map.GetTerrainHeight(static_cast<float>(x), static_cast<float>(z)), z);
         vehicles.push_back(std::move(vehicle));
     }
     if (vehicles.size() < static_cast<std::size_t>(VehicleCount))
         return false;
 
-    const std::vector<float>& heights = SpringMap.GetHeightGrid();
+    const std::vector<float>& heights = Map.GetHeightGrid();
     const float highestGround = heights.empty() ? 0.0f : *std::max_element(heights.begin(), heights.end());
     const float altitude =
         std::max(MinAircraftAltitude, highestGround + static_cast<float>(AircraftClearanceWorld));
@@ -87,7 +105,5 @@ bool GLViewport::PlaceUnitsOnMap(int VehicleCount, int AircraftCount)
 
     Vehicles = std::move(vehicles);
     AirUnits = std::move(airUnits);
-    VehicleSelectionMask.assign(Vehicles.size(), false);
-    bAirUnitsSelected = false;
     return true;
 }

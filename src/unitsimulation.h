@@ -1,0 +1,44 @@
+#pragma once
+
+#include <memory>
+#include <vector>
+
+#include "airsim.h"
+#include "driveabilitygrid.h"
+#include "routeplanner.h"
+#include "springmap_renderer.h"
+#include "vec3d.h"
+
+class VehicleUnit;
+
+// The units' simulation on the loaded map: the drivable ground, the route planner and the air
+// simulation, stepping the vehicles and aircraft it is given (the viewport's lists, which it reads
+// and replaces but does not own).
+class UnitSimulation
+{
+  public:
+    UnitSimulation(const SpringMapRenderer& Map, std::vector<std::unique_ptr<VehicleUnit>>& Vehicles,
+                   std::vector<std::unique_ptr<AirUnit>>& AirUnits);
+
+    // Advances vehicles and aircraft by dtSec seconds; the application calls it once per frame.
+    void Step(double dtSec);
+    // Replaces the units with VehicleCount vehicles on drivable ground around the map's centre and
+    // AircraftCount aircraft circling above it, the same way every time. False, changing nothing,
+    // when no map is loaded or it lacks drivable room.
+    bool PlaceUnits(int VehicleCount, int AircraftCount);
+    // The drivable goal nearest to a requested map point (see SnapToDriveableGround).
+    Vec3D FindDriveableWaypoint(const Vec3D& Point) const;
+
+    // The loaded map's drivable cells, brought up to date with the map first.
+    const DriveabilityGrid& GetDriveability() const;
+    RoutePlanner& GetRoutePlanner() { return Planner; }
+
+  private:
+    const SpringMapRenderer& Map;
+    std::vector<std::unique_ptr<VehicleUnit>>& Vehicles;
+    std::vector<std::unique_ptr<AirUnit>>& AirUnits;
+    // Cached per map; mutable so the const waypoint search can refresh it.
+    mutable DriveabilityGrid Driveability;
+    RoutePlanner Planner;
+    AirSimSystem AirSim;
+};
