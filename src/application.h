@@ -46,6 +46,8 @@ class Application
     GLViewport& GetViewport() { return Viewport; }
     GLWindow& GetWindow() { return Window; }
     const CoreSDL& GetCoreSDL() const { return CoreSdl; }
+    // The map loader's warnings, one "<file>: <problem>" line each.
+    const std::vector<std::string>& GetMapWarnings() const { return MapWarnings; }
 
   private:
     void HandleWindowEvent(const SDL_Event& Event, bool& bQuit);
@@ -70,4 +72,5 @@ class Application
     TTFGL FontBackend;
     bool bFixedTimeStep = false;
     std::uint64_t LastFrameNs = 0;
+    std::vector<std::string> MapWarnings;
 };

@@ -59,6 +59,12 @@ ParseOutcome ParseCommandLine(int Argc, const char* const* Argv, AppOptions& Opt
         ->check(CLI::Range(1, 100000000));
     app.add_option("--screenshot", parsed.ScreenshotPath, "write the last frame to this PNG file");
     app.add_option("--state-out", parsed.StateOutPath, "write the viewer's state as JSON at exit");
+    CLI::Option* info =
+        app.add_flag("--info", parsed.bInfo, "print the map's facts and warnings without opening a window");
+    app.add_flag("--json", parsed.bJson, "with --info: print them as JSON")->needs(info);
+    app.add_option("MAP", parsed.MapPath, "with --info: the map, as for --map")
+        ->check(CLI::ExistingPath)
+        ->needs(info);
     try
     {
         app.parse(Argc, Argv);

@@ -13,6 +13,8 @@ struct AppOptions
     int FrameCount = 0;         // 0: run until the window is closed
     std::string ScreenshotPath; // PNG of the last frame
     std::string StateOutPath;   // JSON written at exit
+    bool bInfo = false;         // print the map's facts and warnings instead of opening a window
+    bool bJson = false;         // with bInfo: as JSON
 };
 
 enum class ParseOutcome
