@@ -42,7 +42,7 @@ bool Application::Start(const AppOptions& Options, std::string& Error)
     Windows.AddChild(&Viewport);
 
     std::string mapName;
-    if (!LoadMap(Options.MapPath, Viewport.SpringMap, mapName, Error))
+    if (!LoadMap(Options.MapPath, Viewport.SpringMap, mapName, MapWarnings, Error))
         return false;
     Viewport.ResetSpringMapCamera();
     SDL_SetWindowTitle(CoreSdl.pWindow, ("Quindle - " + mapName).c_str());
@@ -61,6 +61,8 @@ bool Application::Start(const AppOptions& Options, std::string& Error)
                                 std::to_string(Viewport.SpringMap.GetGridHeight() - 1) + " squares, " +
                                 std::to_string(Options.VehicleCount) + " vehicles, " +
                                 std::to_string(Options.AircraftCount) + " aircraft");
+    if (!MapWarnings.empty()) // shown last, so it is what the status bar says at start
+        Window.SetStatusBarText(SummariseMapWarnings(MapWarnings));
     bFixedTimeStep = Options.FrameCount > 0;
     LastFrameNs = SDL_GetTicksNS();
     return true;

@@ -58,6 +58,8 @@ class Application
     Minimap& GetMinimap() { return MiniMap; }
     NavTooltip& GetTooltip() { return Tooltip; }
     FrameStats& GetFrameStats() { return Stats; }
+    // The map loader's warnings, one "<file>: <problem>" line each.
+    const std::vector<std::string>& GetMapWarnings() const { return MapWarnings; }
 
   private:
     void HandleWindowEvent(const SDL_Event& Event);
@@ -97,4 +99,5 @@ class Application
     bool bFixedTimeStep = false;
     bool bQuitRequested = false;
     std::uint64_t LastFrameNs = 0;
+    std::vector<std::string> MapWarnings;
 };

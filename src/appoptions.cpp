@@ -62,6 +62,9 @@ const OptionHelp Options[] = {
                             "writable. Default: no state file."},
     {"--effects-panel", "on|off", "Show or hide the jet-effects panel at start (F3 switches it later).\n"
                                   "Default: shown when the window is wide enough for its text."},
+    {"--info", "MAP", "Print the map's facts (name, size, heights, tile files, features, water) and every\n"
+                      "warning without opening a window, then exit. Also --info --map FILE."},
+    {"--json", nullptr, "With --info: print the same as JSON."},
     {"--help", nullptr, "Print this manual and exit."},
     {"--version", nullptr, "Print the version and exit."},
 };
@@ -178,6 +181,9 @@ ParseOutcome ParseCommandLine(int Argc, const char* const* Argv, AppOptions& Opt
     app.add_option("--screenshot", parsed.ScreenshotPath);
     app.add_option("--state-out", parsed.StateOutPath);
     app.add_option("--effects-panel", panel);
+    CLI::Option* info = app.add_flag("--info", parsed.bInfo);
+    app.add_flag("--json", parsed.bJson)->needs(info);
+    app.add_option("MAP", parsed.MapPath)->needs(info);
     try
     {
         app.parse(Argc, Argv);

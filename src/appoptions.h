@@ -21,6 +21,8 @@ struct AppOptions
     std::string ScreenshotPath; // PNG of the last frame
     std::string StateOutPath;   // JSON written at exit
     Panel EffectsPanel = Panel::Auto;
+    bool bInfo = false;         // print the map's facts and warnings instead of opening a window
+    bool bJson = false;         // with bInfo: as JSON
 };
 
 enum class ParseOutcome

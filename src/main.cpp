@@ -7,7 +7,10 @@
 #include <string>
 
 #include "application.h"
+#include "mapreport.h"
+#include "mapsetup.h"
 #include "pngwriter.h"
+#include "springmap_loader.h"
 #include "statejson.h"
 
 namespace
@@ -18,6 +21,24 @@ int Fail(const std::string& Reason)
 {
     std::fprintf(stderr, "quindle: %s\n", Reason.c_str());
     return ExitFailure;
+}
+
+void PrintWarnings(const std::vector<std::string>& Warnings)
+{
+    for (const std::string& warning : Warnings)
+        std::fprintf(stderr, "quindle: warning: %s\n", warning.c_str());
+}
+
+// --info: the map's facts on stdout, its warnings on stderr too, and no window.
+int PrintMapInfo(const AppOptions& Options)
+{
+    SpringMap map;
+    std::string error;
+    if (!LoadSpringMap(Options.MapPath, map, error))
+        return Fail(error);
+    PrintWarnings(map.Warnings);
+    std::fputs((Options.bJson ? BuildMapReportJson(map) : BuildMapReportText(map)).c_str(), stdout);
+    return 0;
 }
 
 bool WriteTextFile(const std::string& Path, const std::string& Text, std::string& Error)
@@ -54,7 +75,8 @@ bool WriteOutputs(Application& App, const AppOptions& Options, int Frames,
         !WritePngRgb(Options.ScreenshotPath, window.Width, window.Height, Pixels.data(), Error))
         return false;
     return Options.StateOutPath.empty() ||
-           WriteTextFile(Options.StateOutPath, BuildStateJson(App.GetViewport(), App.GetWindow(), Frames),
+           WriteTextFile(Options.StateOutPath,
+                         BuildStateJson(App.GetViewport(), App.GetWindow(), Frames, App.GetMapWarnings()),
                          Error);
 }
 } // namespace
@@ -74,6 +96,8 @@ int main(int argc, char** argv)
     case ParseOutcome::Run:
         break;
     }
+    if (options.bInfo)
+        return PrintMapInfo(options);
 
     std::signal(SIGUSR1, RequestSnapshot);
     std::signal(SIGUSR2, RequestSnapshot);
@@ -81,6 +105,7 @@ int main(int argc, char** argv)
     std::string error;
     if (!app.Start(options, error))
         return Fail(error);
+    PrintWarnings(app.GetMapWarnings());
 
     int frames = 0;
     std::vector<std::uint8_t> lastFrame;

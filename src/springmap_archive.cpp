@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <memory>
+#include <utility>
 
 namespace fs = std::filesystem;
 
@@ -23,6 +24,16 @@ bool EndsWithIgnoreCase(const std::string& Text, const std::string& Suffix)
 {
     return Text.size() >= Suffix.size() &&
            ToLower(Text.substr(Text.size() - Suffix.size())) == ToLower(Suffix);
+}
+
+std::string OneLine(std::string Text)
+{
+    for (char& c : Text)
+        if (c == '\n' || c == '\r')
+            c = ' ';
+    while (!Text.empty() && Text.back() == ' ')
+        Text.pop_back();
+    return Text;
 }
 
 bool ReadWholeFile(const std::string& Path, std::vector<std::uint8_t>& Out, std::string& Error)
@@ -74,11 +85,16 @@ bool MatchesPattern(const char* pattern, const char* text)
     return *pattern == '\0';
 }
 
-bool IsLoaderFile(const std::string& entry, bool bKeepTileFiles)
+// libarchive's reason on one line; it may have none at all.
+std::string DescribeFailure(archive* reader)
 {
-    using SpringMapFiles::EndsWithIgnoreCase;
-    return EndsWithIgnoreCase(entry, ".lua") || EndsWithIgnoreCase(entry, ".smf") ||
-           (bKeepTileFiles && EndsWithIgnoreCase(entry, ".smt")) || EndsWithIgnoreCase(entry, ".smd");
+    const char* why = archive_error_string(reader);
+    return SpringMapFiles::OneLine(why && *why ? why : "libarchive gave no reason");
+}
+
+bool IsHeader(int status)
+{
+    return status == ARCHIVE_OK || status == ARCHIVE_WARN;
 }
 } // namespace
 
@@ -101,7 +117,7 @@ std::string SpringMapArchive::Normalise(const std::string& Path)
     return result;
 }
 
-void SpringMapArchive::AddEntry(std::string Entry)
+void SpringMapArchive::AddEntry(std::string Entry, std::size_t Ordinal)
 {
     Entry = Normalise(Entry);
     const std::string lower = SpringMapFiles::ToLower(Entry);
@@ -109,14 +125,19 @@ void SpringMapArchive::AddEntry(std::string Entry)
         return;
     EntryByLowerPath.emplace(lower, Entries.size());
     Entries.push_back(std::move(Entry));
+    Ordinals.push_back(Ordinal);
 }
 
-bool SpringMapArchive::Open(const std::string& Path, std::string& Error, bool bKeepTileFiles)
+bool SpringMapArchive::Open(const std::string& Path, std::string& Error)
 {
     RootPath = Path;
     Entries.clear();
+    Ordinals.clear();
     EntryByLowerPath.clear();
-    ArchiveContents.clear();
+    Unpacked.clear();
+    ReadEntries.clear();
+    Reader.reset();
+    UnpackedBytes = 0;
     std::error_code ec;
     bFolder = fs::is_directory(Path, ec);
     if (!bFolder && !fs::is_regular_file(Path, ec))
@@ -124,7 +145,7 @@ bool SpringMapArchive::Open(const std::string& Path, std::string& Error, bool bK
         Error = Path + ": no such file or folder";
         return false;
     }
-    return bFolder ? OpenFolder(Error) : OpenArchiveFile(Error, bKeepTileFiles);
+    return bFolder ? OpenFolder(Error) : ListArchive(Error);
 }
 
 bool SpringMapArchive::OpenFolder(std::string& Error)
@@ -151,70 +172,119 @@ bool SpringMapArchive::OpenFolder(std::string& Error)
     }
     std::sort(found.begin(), found.end());
     for (auto& entry : found)
-        AddEntry(std::move(entry));
+        AddEntry(std::move(entry), 0);
     return true;
 }
 
-bool SpringMapArchive::OpenArchiveFile(std::string& Error, bool bKeepTileFiles)
+// Map archives are zip or 7z for the engine, so nothing else is tried: a text file named .sd7 is
+// refused as what it is, not read as some other format.
+bool SpringMapArchive::OpenReader(std::string& Error)
 {
-    std::unique_ptr<archive, int (*)(archive*)> reader(archive_read_new(), &archive_read_free);
-    archive_read_support_filter_all(reader.get());
-    archive_read_support_format_all(reader.get());
-    if (archive_read_open_filename(reader.get(), RootPath.c_str(), 1 << 16) != ARCHIVE_OK)
-    {
-        Error = RootPath + ": not a readable archive (" + archive_error_string(reader.get()) + ")";
+    Reader.reset(archive_read_new());
+    NextOrdinal = 0;
+    archive_read_support_format_zip(Reader.get());
+    archive_read_support_format_7zip(Reader.get());
+    if (archive_read_open_filename(Reader.get(), RootPath.c_str(), 1 << 16) == ARCHIVE_OK)
+        return true;
+    Error = RootPath + ": not a readable zip or 7z archive (" + DescribeFailure(Reader.get()) + ")";
+    Reader.reset();
+    return false;
+}
+
+// Reads the headers only. Neither format needs to decompress anything to list its entries.
+bool SpringMapArchive::ListArchive(std::string& Error)
+{
+    if (!OpenReader(Error))
         return false;
-    }
     archive_entry* entry = nullptr;
-    std::uint64_t keptBytes = 0;
     int status = ARCHIVE_OK;
-    while ((status = archive_read_next_header(reader.get(), &entry)) == ARCHIVE_OK || status == ARCHIVE_WARN)
+    while (IsHeader(status = archive_read_next_header(Reader.get(), &entry)))
     {
+        const std::size_t ordinal = NextOrdinal++;
         if (Entries.size() >= SpringMapFiles::MaxEntries)
         {
             Error = RootPath + ": more than " + std::to_string(SpringMapFiles::MaxEntries) +
                     " entries in the archive";
             return false;
         }
-        if (archive_entry_filetype(entry) != AE_IFREG || !archive_entry_pathname(entry))
-            continue;
-        const std::string name = Normalise(archive_entry_pathname(entry));
-        const std::size_t before = Entries.size();
-        AddEntry(name);
-        if (Entries.size() == before || !IsLoaderFile(name, bKeepTileFiles))
-            continue;
-        // Streamed in chunks, never sized from the header, so a lying entry size cannot force an allocation.
-        std::vector<std::uint8_t> data;
-        // The stated size only reserves address space (capped), so a lie costs nothing.
-        if (archive_entry_size_is_set(entry) && archive_entry_size(entry) > 0)
-            data.reserve(static_cast<std::size_t>(
-                std::min<la_int64_t>(archive_entry_size(entry), la_int64_t(256) << 20)));
-        std::uint8_t chunk[1 << 16];
-        la_ssize_t got = 0;
-        while ((got = archive_read_data(reader.get(), chunk, sizeof(chunk))) > 0)
-        {
-            keptBytes += static_cast<std::uint64_t>(got);
-            if (keptBytes > SpringMapFiles::MaxFileBytes)
-            {
-                Error = RootPath + ": map files in the archive unpack to more than " +
-                        std::to_string(SpringMapFiles::MaxFileBytes) + " bytes";
-                return false;
-            }
-            data.insert(data.end(), chunk, chunk + got);
-        }
-        if (got < 0)
-        {
-            Error = RootPath + ": cannot unpack " + name + " (" + archive_error_string(reader.get()) + ")";
-            return false;
-        }
-        ArchiveContents.emplace(name, std::move(data));
+        if (archive_entry_filetype(entry) == AE_IFREG && archive_entry_pathname(entry))
+            AddEntry(archive_entry_pathname(entry), ordinal);
     }
     if (status != ARCHIVE_EOF)
     {
-        const char* why = archive_error_string(reader.get());
-        Error = RootPath + ": damaged archive (" + (why ? why : "unknown error") + ")";
+        Error = RootPath + ": not a readable zip or 7z archive (" + DescribeFailure(Reader.get()) + ")";
         return false;
     }
+    return true;
+}
+
+bool SpringMapArchive::Unpack(const std::vector<std::string>& Wanted, std::string& Error)
+{
+    if (bFolder)
+        return true;
+    std::vector<std::pair<std::size_t, std::string>> queue; // (ordinal, entry)
+    for (const std::string& path : Wanted)
+    {
+        std::string entry;
+        if (Find(path, entry) && !Unpacked.count(entry))
+            queue.emplace_back(Ordinals[EntryByLowerPath.at(SpringMapFiles::ToLower(entry))], entry);
+    }
+    std::sort(queue.begin(), queue.end());
+    if (queue.empty())
+        return true;
+    // The reader only goes forward; an entry behind it needs a fresh pass from the start.
+    if (!Reader || queue.front().first < NextOrdinal)
+        if (!OpenReader(Error))
+            return false;
+    for (const auto& [ordinal, entry] : queue)
+    {
+        archive_entry* header = nullptr;
+        while (NextOrdinal <= ordinal)
+        {
+            if (!IsHeader(archive_read_next_header(Reader.get(), &header)))
+            {
+                Error = RootPath + ": cannot unpack " + entry + " (" + DescribeFailure(Reader.get()) + ")";
+                Reader.reset();
+                return false;
+            }
+            ++NextOrdinal;
+        }
+        if (!UnpackCurrent(entry, Error))
+        {
+            Reader.reset();
+            return false;
+        }
+    }
+    return true;
+}
+
+bool SpringMapArchive::UnpackCurrent(const std::string& Entry, std::string& Error)
+{
+    // Blocks are appended as they come; the entry's stated size is never trusted for an allocation.
+    std::vector<std::uint8_t> data;
+    const void* block = nullptr;
+    std::size_t blockBytes = 0;
+    la_int64_t offset = 0;
+    int status = ARCHIVE_OK;
+    while ((status = archive_read_data_block(Reader.get(), &block, &blockBytes, &offset)) == ARCHIVE_OK)
+    {
+        UnpackedBytes += blockBytes;
+        if (UnpackedBytes > SpringMapFiles::MaxFileBytes)
+        {
+            Error = RootPath + ": map files in the archive unpack to more than " +
+                    std::to_string(SpringMapFiles::MaxFileBytes) + " bytes";
+            return false;
+        }
+        const auto* bytes = static_cast<const std::uint8_t*>(block);
+        data.insert(data.end(), bytes, bytes + blockBytes);
+    }
+    if (status != ARCHIVE_EOF)
+    {
+        Error = RootPath + ": cannot unpack " + Entry + " (" + DescribeFailure(Reader.get()) + ")";
+        return false;
+    }
+    Unpacked[Entry] = std::move(data);
+    ReadEntries.push_back(Entry);
     return true;
 }
 
@@ -227,18 +297,26 @@ bool SpringMapArchive::Find(const std::string& Path, std::string& OutEntry) cons
     return true;
 }
 
-bool SpringMapArchive::Read(const std::string& Entry, std::vector<std::uint8_t>& Out,
-                            std::string& Error) const
+bool SpringMapArchive::Read(const std::string& Entry, std::vector<std::uint8_t>& Out, std::string& Error)
 {
     if (bFolder)
-        return SpringMapFiles::ReadWholeFile((fs::path(RootPath) / Entry).string(), Out, Error);
-    const auto it = ArchiveContents.find(Entry);
-    if (it == ArchiveContents.end())
     {
-        Error = RootPath + ": " + Entry + " is not a map file the loader reads";
+        if (!SpringMapFiles::ReadWholeFile((fs::path(RootPath) / Entry).string(), Out, Error))
+            return false;
+        ReadEntries.push_back(Entry);
+        return true;
+    }
+    std::string entry;
+    if (!Find(Entry, entry))
+    {
+        Error = RootPath + ": no " + Entry + " in the archive";
         return false;
     }
-    Out = it->second;
+    if (!Unpack({entry}, Error))
+        return false;
+    const auto it = Unpacked.find(entry);
+    Out = std::move(it->second);
+    Unpacked.erase(it);
     return true;
 }
 

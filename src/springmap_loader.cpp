@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdio>
 #include <filesystem>
 
 #include "springmap_archive.h"
@@ -14,6 +15,18 @@ float SpringMap::GetCornerHeight(int X, int Z) const
 {
     const std::uint16_t raw = Smf.RawHeights[static_cast<std::size_t>(Z) * (Smf.MapX + 1) + X];
     return MinHeight + raw * ((MaxHeight - MinHeight) / 65536.0f);
+}
+
+void SpringMap::GetGroundRange(float& Lowest, float& Highest) const
+{
+    Lowest = Highest = MinHeight;
+    if (Smf.RawHeights.empty())
+        return;
+    const auto [low, high] = std::minmax_element(Smf.RawHeights.begin(), Smf.RawHeights.end());
+    const float scale = (MaxHeight - MinHeight) / 65536.0f;
+    // An inverted range (MinHeight > MaxHeight) puts the highest raw value lowest.
+    Lowest = std::min(MinHeight + *low * scale, MinHeight + *high * scale);
+    Highest = std::max(MinHeight + *low * scale, MinHeight + *high * scale);
 }
 
 const std::uint8_t* SpringMap::GetTile(int GlobalIndex) const
@@ -55,7 +68,7 @@ struct MapFiles
     std::string Label;    // how errors name the map's files
 };
 
-bool OpenMapFiles(const std::string& path, const Options& opts, MapFiles& files, std::string& error)
+bool OpenMapFiles(const std::string& path, MapFiles& files, std::string& error)
 {
     std::error_code ec;
     if (SpringMapFiles::EndsWithIgnoreCase(path, ".smf") && fs::is_regular_file(path, ec))
@@ -75,34 +88,74 @@ bool OpenMapFiles(const std::string& path, const Options& opts, MapFiles& files,
         return true;
     }
     files.Label = path + (fs::is_directory(path, ec) ? "/" : ":");
-    return files.Archive.Open(path, error, opts.bReadTiles);
+    return files.Archive.Open(path, error);
 }
 
-void RunMapInfo(const MapFiles& files, SpringMapInfo& info, std::vector<std::string>& warnings)
+void RunMapInfo(MapFiles& files, SpringMapInfo& info, std::vector<std::string>& warnings)
 {
     std::string entry, error;
     std::vector<std::uint8_t> source;
     if (!files.Archive.Find("mapinfo.lua", entry))
         return;
+    const std::string label = files.Label + entry + ": ";
     if (!files.Archive.Read(entry, source, error) ||
         !SpringMapInfoLua::Run(std::string(source.begin(), source.end()), entry, files.Archive, info, error))
-        warnings.push_back(files.Label + entry + ": " + error + "; using the .smf header values");
+        warnings.push_back(label + error + "; using the .smf header values");
+    for (const std::string& ignored : info.Ignored)
+        warnings.push_back(label + ignored);
+}
+
+bool EscapesTheMap(std::string path)
+{
+    std::replace(path.begin(), path.end(), '\\', '/');
+    return path.starts_with('/') || ("/" + path + "/").find("/../") != std::string::npos;
+}
+
+// How a list of several maps names one: an .sdd folder by its name, anything else by its path.
+std::string NameMapOf(const std::string& entry)
+{
+    const std::string top = entry.substr(0, entry.find('/'));
+    return SpringMapFiles::EndsWithIgnoreCase(top, ".sdd") ? top : entry;
 }
 
 bool FindSmf(MapFiles& files, const SpringMapInfo& info, std::string& error)
 {
     if (!files.SmfEntry.empty())
         return true;
-    if (info.MapFile && files.Archive.Find(*info.MapFile, files.SmfEntry))
+    std::string mapInfoEntry = "mapinfo.lua";
+    const bool bHasMapInfo = files.Archive.Find(mapInfoEntry, mapInfoEntry);
+    if (info.MapFile)
+    {
+        // As in the engine, a map that names its .smf must hold it.
+        error = files.Label + mapInfoEntry + ": mapfile '" + *info.MapFile + "' ";
+        if (EscapesTheMap(*info.MapFile))
+            return error += "points outside the map", false;
+        if (!files.Archive.Find(*info.MapFile, files.SmfEntry))
+            return error += "is not in the map", false;
         return true;
+    }
+    // Without mapinfo.lua, more than one .smf (or map archives in a folder) means several maps.
+    std::vector<std::string> maps;
     for (const std::string& entry : files.Archive.GetEntries())
-        if (SpringMapFiles::EndsWithIgnoreCase(entry, ".smf"))
-        {
+    {
+        const bool bSmf = SpringMapFiles::EndsWithIgnoreCase(entry, ".smf");
+        if (bSmf && files.SmfEntry.empty())
             files.SmfEntry = entry;
-            return true;
-        }
-    error = files.Archive.GetPath() + ": no .smf file in the map";
-    return false;
+        if ((bSmf || SpringMapFiles::EndsWithIgnoreCase(entry, ".sdz") ||
+             SpringMapFiles::EndsWithIgnoreCase(entry, ".sd7")) &&
+            std::find(maps.begin(), maps.end(), NameMapOf(entry)) == maps.end())
+            maps.push_back(NameMapOf(entry));
+    }
+    if (!bHasMapInfo && maps.size() > 1)
+    {
+        error = files.Archive.GetPath() + ": holds several maps (";
+        for (std::size_t i = 0; i < maps.size(); ++i)
+            error += (i ? ", " : "") + maps[i];
+        return error += "); open one of them", false;
+    }
+    if (files.SmfEntry.empty())
+        return error = files.Archive.GetPath() + ": no .smf file in the map", false;
+    return true;
 }
 
 // The engine's lookup: the .smf's folder first, then the archive root, ignoring case.
@@ -113,7 +166,7 @@ bool ResolveTileFile(const MapFiles& files, const std::string& name, std::string
            files.Archive.Find(name, outEntry);
 }
 
-bool LoadTileFiles(const MapFiles& files, const SpringMapInfo& info, const Options& opts, SpringMap& map,
+bool LoadTileFiles(MapFiles& files, const SpringMapInfo& info, const Options& opts, SpringMap& map,
                    std::string& error)
 {
     const auto& refs = map.Smf.TileFiles;
@@ -123,32 +176,87 @@ bool LoadTileFiles(const MapFiles& files, const SpringMapInfo& info, const Optio
                                " smtFileName entries for " + std::to_string(refs.size()) +
                                " tile files; using the names in the .smf");
     int firstTile = 0;
-    for (std::size_t i = 0; i < refs.size(); ++i)
+    std::vector<std::string> resolved;
+    for (const SpringMapSmf::TileFileRef& ref : refs)
     {
         SpringMap::TileFile file;
-        file.Name = bOverride ? info.SmtFileNames[i] : refs[i].Name;
+        file.Name = bOverride ? info.SmtFileNames[map.TileFiles.size()] : ref.Name;
         file.FirstTile = firstTile;
-        file.TileCount = refs[i].TileCount;
-        firstTile += refs[i].TileCount;
-        if (!ResolveTileFile(files, file.Name, file.ResolvedPath))
-        {
-            map.Warnings.push_back(files.Label + file.Name + ": tile file not found; its " +
-                                   std::to_string(file.TileCount) + " tiles are drawn as a placeholder");
-            file.ResolvedPath.clear();
-        }
-        else if (opts.bReadTiles)
-        {
-            std::vector<std::uint8_t> data;
-            const std::string label = files.Label + file.ResolvedPath;
-            if (!files.Archive.Read(file.ResolvedPath, data, error) ||
-                !SpringMapSmtFormat::Check(data, file.TileCount, label, error))
-                return false;
-            data.erase(data.begin(), data.begin() + SpringMapSmtFormat::HeaderBytes);
-            data.resize(static_cast<std::size_t>(file.TileCount) * SpringMapSmtFormat::TileBytes);
-            file.Tiles = std::move(data);
-        }
+        file.TileCount = ref.TileCount;
+        firstTile += ref.TileCount;
+        if (ResolveTileFile(files, file.Name, file.ResolvedPath))
+            resolved.push_back(file.ResolvedPath);
         map.TileFiles.push_back(std::move(file));
     }
+    // The ground is built from tiles only when some tile file is there; otherwise the minimap is.
+    for (const SpringMap::TileFile& file : map.TileFiles)
+        if (file.ResolvedPath.empty())
+            map.Warnings.push_back(files.Label + file.Name + ": tile file not found; " +
+                                   (resolved.empty() ? "the minimap stands in for its "
+                                                     : "a magenta and black placeholder stands in for its ") +
+                                   std::to_string(file.TileCount) + " tiles");
+    if (!opts.bReadTiles)
+        return true;
+    if (!files.Archive.Unpack(resolved, error))
+        return false;
+    for (SpringMap::TileFile& file : map.TileFiles)
+    {
+        std::vector<std::uint8_t> data;
+        if (file.ResolvedPath.empty())
+            continue;
+        if (!files.Archive.Read(file.ResolvedPath, data, error) ||
+            !SpringMapSmtFormat::Check(data, file.TileCount, files.Label + file.ResolvedPath, error))
+            return false;
+        data.erase(data.begin(), data.begin() + SpringMapSmtFormat::HeaderBytes);
+        data.resize(static_cast<std::size_t>(file.TileCount) * SpringMapSmtFormat::TileBytes);
+        file.Tiles = std::move(data);
+    }
+    return true;
+}
+
+// Stored heights that vary but span less than one unit: the header's placeholder range was left in
+// and no mapinfo value replaced it, so the relief is drawn squashed flat.
+void WarnIfFlat(const MapFiles& files, SpringMap& map)
+{
+    const auto& raw = map.Smf.RawHeights;
+    float lowest = 0.0f, highest = 0.0f;
+    map.GetGroundRange(lowest, highest);
+    if (raw.empty() ||
+        *std::min_element(raw.begin(), raw.end()) == *std::max_element(raw.begin(), raw.end()) ||
+        highest - lowest >= 1.0f)
+        return;
+    char range[64];
+    std::snprintf(range, sizeof(range), "%g..%g", map.MinHeight, map.MaxHeight);
+    map.Warnings.push_back(files.Label + files.SmfEntry + ": flat: heights " + range +
+                           " look like a placeholder; the ground is drawn less than 1 unit tall");
+}
+
+bool LoadMap(const std::string& path, SpringMap& map, std::string& error, const Options& opts)
+{
+    MapFiles files;
+    SpringMapInfo info;
+    if (!OpenMapFiles(path, files, error) ||
+        (opts.bUnpackWholeArchive && !files.Archive.Unpack(files.Archive.GetEntries(), error)))
+        return false;
+    RunMapInfo(files, info, map.Warnings);
+    if (!FindSmf(files, info, error))
+        return false;
+    std::vector<std::uint8_t> smfData;
+    if (!files.Archive.Read(files.SmfEntry, smfData, error) ||
+        !SpringMapSmfFormat::Parse(smfData, files.Label + files.SmfEntry, map.Smf, error))
+        return false;
+    smfData = {};
+    map.SourcePath = path;
+    map.SmfPath = files.SmfEntry;
+    map.Name = info.Name.value_or(fs::path(files.SmfEntry).stem().string());
+    // Each override stands on its own; an inverted range is what some maps ask for.
+    map.MinHeight = info.MinHeight.value_or(map.Smf.MinHeight);
+    map.MaxHeight = info.MaxHeight.value_or(map.Smf.MaxHeight);
+    map.MaxMetal = info.MaxMetal.value_or(0.02f);
+    if (!LoadTileFiles(files, info, opts, map, error))
+        return false;
+    WarnIfFlat(files, map);
+    map.ReadEntries = files.Archive.GetReadEntries();
     return true;
 }
 } // namespace
@@ -161,28 +269,12 @@ const std::uint8_t* GetPlaceholderTile()
 
 bool Load(const std::string& Path, SpringMap& Out, std::string& Error, const Options& Opts)
 {
-    MapFiles files;
     SpringMap map;
-    SpringMapInfo info;
-    if (!OpenMapFiles(Path, Opts, files, Error))
-        return false;
-    RunMapInfo(files, info, map.Warnings);
-    if (!FindSmf(files, info, Error))
-        return false;
-    std::vector<std::uint8_t> smfData;
-    if (!files.Archive.Read(files.SmfEntry, smfData, Error) ||
-        !SpringMapSmfFormat::Parse(smfData, files.Label + files.SmfEntry, map.Smf, Error))
-        return false;
-    smfData = {};
-    map.SourcePath = Path;
-    map.SmfPath = files.SmfEntry;
-    map.Name = info.Name.value_or(fs::path(files.SmfEntry).stem().string());
-    // Each override stands on its own; an inverted range is what some maps ask for.
-    map.MinHeight = info.MinHeight.value_or(map.Smf.MinHeight);
-    map.MaxHeight = info.MaxHeight.value_or(map.Smf.MaxHeight);
-    map.MaxMetal = info.MaxMetal.value_or(0.02f);
-    if (!LoadTileFiles(files, info, Opts, map, Error))
-        return false;
+    // Names inside map files (tile files, Lua messages) may hold line breaks; every line we print is one.
+    if (!LoadMap(Path, map, Error, Opts))
+        return Error = SpringMapFiles::OneLine(Error), false;
+    for (std::string& warning : map.Warnings)
+        warning = SpringMapFiles::OneLine(warning);
     Out = std::move(map);
     return true;
 }

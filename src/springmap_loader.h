@@ -27,12 +27,15 @@ struct SpringMap
     float MaxHeight = 0.0f;
     float MaxMetal = 0.02f;
     std::vector<TileFile> TileFiles;
-    std::vector<std::string> Warnings; // problems that did not stop the load
+    std::vector<std::string> Warnings; // "<file>: <problem>", one line each, for what did not stop the load
+    std::vector<std::string> ReadEntries; // the map's files that were read (unpacked), in order
 
     // Corner height in world units: MinHeight + raw * (MaxHeight - MinHeight) / 65536.
     float GetCornerHeight(int X, int Z) const;
     // The 680 bytes of a global tile index, or a visible placeholder when its file is unresolved.
     const std::uint8_t* GetTile(int GlobalIndex) const;
+    // Lowest and highest corner height in world units, from the heights actually stored.
+    void GetGroundRange(float& Lowest, float& Highest) const;
 };
 
 namespace SpringMapLoader
@@ -40,9 +43,14 @@ namespace SpringMapLoader
 struct Options
 {
     bool bReadTiles = true; // false skips the .smt files (header, heights and minimap only)
+    // Unpacks every archive entry up front instead of only the ones needed: the reference the
+    // selective reading is checked against.
+    bool bUnpackWholeArchive = false;
 };
 
-// Opens a map. Returns false with Error naming the file and the problem, leaving Out untouched.
+// Opens a map. Returns false with a one-line Error naming the file and the problem, leaving Out
+// untouched. Archives are read only as far as the map needs: mapinfo.lua and what it includes, the
+// .smf and the tile files it names.
 bool Load(const std::string& Path, SpringMap& Out, std::string& Error, const Options& Opts = {});
 // The placeholder drawn for tiles whose .smt cannot be found: a magenta and black checker.
 const std::uint8_t* GetPlaceholderTile();

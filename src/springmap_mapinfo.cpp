@@ -1,6 +1,8 @@
 #include "springmap_mapinfo.h"
 
 #include <chrono>
+#include <cmath>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <lua.hpp>
@@ -22,7 +24,7 @@ constexpr std::chrono::milliseconds TimeLimit{2000};
 
 struct Sandbox
 {
-    const SpringMapArchive* pArchive = nullptr;
+    SpringMapArchive* pArchive = nullptr;
     std::size_t UsedBytes = 0;
     int InstructionsRun = 0;
     int IncludeDepth = 0;
@@ -58,7 +60,8 @@ void CountInstructions(lua_State* L, lua_Debug*)
     Sandbox* sandbox = GetSandbox(L);
     sandbox->InstructionsRun += HookEveryInstructions;
     if (sandbox->InstructionsRun > InstructionBudget || std::chrono::steady_clock::now() > sandbox->Deadline)
-        luaL_error(L, "mapinfo ran too long");
+        luaL_error(L, "mapinfo ran too long (limits: %d instructions, %d ms)", InstructionBudget,
+                   static_cast<int>(TimeLimit.count()));
 }
 
 // Loads an archive file as a chunk; leaves it on the stack, or an error message and returns false.
@@ -67,7 +70,7 @@ bool LoadArchiveChunk(lua_State* L, const char* path)
 {
     std::string entry, error;
     std::vector<std::uint8_t> data;
-    const SpringMapArchive& archive = *GetSandbox(L)->pArchive;
+    SpringMapArchive& archive = *GetSandbox(L)->pArchive;
     if (!archive.Find(path, entry) || !archive.Read(entry, data, error))
     {
         lua_pushfstring(L, "VFS: cannot open '%s'", path);
@@ -108,7 +111,7 @@ int VfsLoadFile(lua_State* L)
     {
         std::string entry, error;
         std::vector<std::uint8_t> data;
-        const SpringMapArchive& archive = *GetSandbox(L)->pArchive;
+        SpringMapArchive& archive = *GetSandbox(L)->pArchive;
         if (archive.Find(path, entry) && archive.Read(entry, data, error))
         {
             lua_pushlstring(L, reinterpret_cast<const char*>(data.data()), data.size());
@@ -184,6 +187,40 @@ void InstallStubs(lua_State* L)
     lua_setglobal(L, "print");
 }
 
+constexpr const char* BlockedReason = "is blocked: mapinfo may not reach files, programs or the debugger";
+
+// Upvalue 1 names the blocked function. luaL_error puts the calling line of mapinfo in front.
+int RaiseBlocked(lua_State* L)
+{
+    return luaL_error(L, "%s %s", lua_tostring(L, lua_upvalueindex(1)), BlockedReason);
+}
+
+// __index of a blocked library (upvalue 1): any field read names itself, as in "io.open is blocked".
+int RaiseBlockedField(lua_State* L)
+{
+    return luaL_error(L, "%s.%s %s", lua_tostring(L, lua_upvalueindex(1)), lua_tostring(L, 2), BlockedReason);
+}
+
+void BlockLibraries(lua_State* L)
+{
+    for (const char* library : {"io", "os", "debug", "package"})
+    {
+        lua_newtable(L);
+        lua_newtable(L);
+        lua_pushstring(L, library);
+        lua_pushcclosure(L, RaiseBlockedField, 1);
+        lua_setfield(L, -2, "__index");
+        lua_setmetatable(L, -2);
+        lua_setglobal(L, library);
+    }
+    for (const char* function : {"dofile", "loadfile", "require", "module", "collectgarbage"})
+    {
+        lua_pushstring(L, function);
+        lua_pushcclosure(L, RaiseBlocked, 1);
+        lua_setglobal(L, function);
+    }
+}
+
 void OpenSafeLibraries(lua_State* L)
 {
     const luaL_Reg libs[] = {{"", luaopen_base},
@@ -196,11 +233,7 @@ void OpenSafeLibraries(lua_State* L)
         lua_pushstring(L, lib.name);
         lua_call(L, 1, 0);
     }
-    for (const char* unsafe : {"dofile", "loadfile", "require", "module", "collectgarbage"})
-    {
-        lua_pushnil(L);
-        lua_setglobal(L, unsafe);
-    }
+    BlockLibraries(L);
 }
 
 // Pushes t[key] for the first string key equal to Key ignoring case (nil when absent).
@@ -225,49 +258,85 @@ void GetFieldIgnoreCase(lua_State* L, int tableIndex, const char* key)
     lua_pushnil(L);
 }
 
-std::optional<std::string> GetString(lua_State* L, int table, const char* key)
+// How a rejected value reads in a warning: numbers and strings as written, anything else by its type.
+std::string DescribeValue(lua_State* L, int index)
 {
-    GetFieldIgnoreCase(L, table, key);
-    std::optional<std::string> value;
-    if (lua_type(L, -1) == LUA_TSTRING)
-        value = lua_tostring(L, -1);
-    lua_pop(L, 1);
-    return value;
-}
-
-std::optional<float> GetNumber(lua_State* L, int table, const char* key)
-{
-    GetFieldIgnoreCase(L, table, key);
-    std::optional<float> value;
-    if (lua_isnumber(L, -1)) // numbers and numeric strings, as the engine's parser accepts both
-        value = static_cast<float>(lua_tonumber(L, -1));
-    lua_pop(L, 1);
-    return value;
-}
-
-void ReadResult(lua_State* L, SpringMapInfo& info)
-{
-    const int root = lua_gettop(L);
-    info.Name = GetString(L, root, "name");
-    info.MapFile = GetString(L, root, "mapfile");
-    info.MaxMetal = GetNumber(L, root, "maxmetal");
-    GetFieldIgnoreCase(L, root, "smf");
-    if (lua_istable(L, -1))
+    if (lua_type(L, index) == LUA_TNUMBER)
     {
+        const double number = lua_tonumber(L, index);
+        char text[32];
+        std::snprintf(text, sizeof(text), "%g", number);
+        return std::isnan(number) ? "nan" : text; // the sign of a NaN means nothing to a map author
+    }
+    if (lua_type(L, index) == LUA_TSTRING)
+        return "'" + std::string(lua_tostring(L, index)).substr(0, 40) + "'";
+    return std::string("a ") + luaL_typename(L, index);
+}
+
+// Reads the keys the viewer uses; a value of the wrong type or not finite is left out and named in
+// Ignored, the way the engine falls back to its default for it.
+struct ResultReader
+{
+    lua_State* L;
+    std::vector<std::string>& Ignored;
+
+    // Pushes the value of Key; false (nothing pushed) when it is absent or not of the wanted type.
+    bool Push(int table, const std::string& path, const char* key, int type, const char* wanted)
+    {
+        GetFieldIgnoreCase(L, table, key);
+        // Numbers and numeric strings stand for each other, as in the engine's parser.
+        const bool bFits = type == LUA_TSTRING   ? lua_isstring(L, -1) != 0
+                           : type == LUA_TNUMBER ? lua_isnumber(L, -1) != 0
+                                                 : lua_type(L, -1) == type;
+        if (!bFits && !lua_isnil(L, -1))
+            Ignored.push_back(path + key + " is " + DescribeValue(L, -1) + ", not " + wanted + "; ignored");
+        if (!bFits)
+            lua_pop(L, 1);
+        return bFits;
+    }
+
+    std::optional<std::string> GetString(int table, const std::string& path, const char* key)
+    {
+        if (!Push(table, path, key, LUA_TSTRING, "a string"))
+            return std::nullopt;
+        std::string value = lua_tostring(L, -1);
+        lua_pop(L, 1);
+        return value;
+    }
+
+    std::optional<float> GetNumber(int table, const std::string& path, const char* key)
+    {
+        if (!Push(table, path, key, LUA_TNUMBER, "a number"))
+            return std::nullopt;
+        const float value = static_cast<float>(lua_tonumber(L, -1));
+        if (!std::isfinite(value))
+            Ignored.push_back(path + key + " is " + DescribeValue(L, -1) + ", not a finite number; ignored");
+        lua_pop(L, 1);
+        return std::isfinite(value) ? std::optional<float>(value) : std::nullopt;
+    }
+
+    void Read(SpringMapInfo& info)
+    {
+        const int root = lua_gettop(L);
+        info.Name = GetString(root, "", "name");
+        info.MapFile = GetString(root, "", "mapfile");
+        info.MaxMetal = GetNumber(root, "", "maxmetal");
+        if (!Push(root, "", "smf", LUA_TTABLE, "a table"))
+            return;
         const int smf = lua_gettop(L);
-        info.MinHeight = GetNumber(L, smf, "minheight");
-        info.MaxHeight = GetNumber(L, smf, "maxheight");
+        info.MinHeight = GetNumber(smf, "smf.", "minheight");
+        info.MaxHeight = GetNumber(smf, "smf.", "maxheight");
         for (int n = 0;; ++n)
         {
             const std::string key = "smtfilename" + std::to_string(n);
-            std::optional<std::string> name = GetString(L, smf, key.c_str());
+            std::optional<std::string> name = GetString(smf, "smf.", key.c_str());
             if (!name)
                 break;
             info.SmtFileNames.push_back(std::move(*name));
         }
+        lua_pop(L, 1);
     }
-    lua_pop(L, 1);
-}
+};
 
 int RunProtected(lua_State* L)
 {
@@ -275,13 +344,13 @@ int RunProtected(lua_State* L)
     lua_pushvalue(L, 2);
     lua_call(L, 0, 1);
     if (!lua_istable(L, -1))
-        return luaL_error(L, "mapinfo did not return a table");
-    ReadResult(L, *pInfo); // only reads; raises nothing but memory errors
+        return luaL_error(L, "mapinfo did not return a table (it returned %s)", luaL_typename(L, -1));
+    ResultReader{L, pInfo->Ignored}.Read(*pInfo); // only reads; raises nothing but memory errors
     return 0;
 }
 } // namespace
 
-bool Run(const std::string& Source, const std::string& ChunkName, const SpringMapArchive& Archive,
+bool Run(const std::string& Source, const std::string& ChunkName, SpringMapArchive& Archive,
          SpringMapInfo& Out, std::string& Error)
 {
     Sandbox sandbox;
@@ -309,7 +378,9 @@ bool Run(const std::string& Source, const std::string& ChunkName, const SpringMa
     if (status != 0)
     {
         const char* message = lua_tostring(L, -1);
-        Error = message ? std::string(message) : ChunkName + ": failed";
+        Error = SpringMapFiles::OneLine(message ? std::string(message) : ChunkName + ": failed");
+        if (status == LUA_ERRMEM)
+            Error += " (mapinfo may use " + std::to_string(MemoryLimitBytes >> 20) + " MiB)";
         return false;
     }
     Out = std::move(info);

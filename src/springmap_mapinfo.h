@@ -16,13 +16,15 @@ struct SpringMapInfo
     std::optional<float> MinHeight;
     std::optional<float> MaxHeight;
     std::vector<std::string> SmtFileNames; // smtFileName0..N, consecutive from 0
+    std::vector<std::string> Ignored; // "<key> ...; ignored" for each value of the wrong type or not finite
 };
 
 namespace SpringMapInfoLua
 {
-// Runs Source (a Lua 5.1 program returning a table) in a sandbox without io, os or file access, with
-// VFS and Spring stubs that read from Archive, a memory cap and an instruction budget. Keys are read
-// ignoring case, as the engine lower-cases them. False with Error set when the program fails.
-bool Run(const std::string& Source, const std::string& ChunkName, const SpringMapArchive& Archive,
+// Runs Source (a Lua 5.1 program returning a table) in a sandbox where io, os, debug and file loading
+// raise "... is blocked", with VFS and Spring stubs that read from Archive, a memory cap and an
+// instruction budget. Keys are read ignoring case, as the engine lower-cases them. False with a
+// one-line Error when the program fails.
+bool Run(const std::string& Source, const std::string& ChunkName, SpringMapArchive& Archive,
          SpringMapInfo& Out, std::string& Error);
 } // namespace SpringMapInfoLua

@@ -151,9 +151,18 @@ std::string MessagesJson(const GLWindow& Window)
 }
 } // namespace
 
-std::string BuildStateJson(const GLViewport& View, const GLWindow& Window, int FramesRendered)
+std::string JsonStrings(const std::vector<std::string>& Texts)
+{
+    std::string out = "[";
+    for (const std::string& text : Texts)
+        out += (out.size() > 1 ? ", " : "") + JsonQuote(text);
+    return out + "]";
+}
+
+std::string BuildStateJson(const GLViewport& View, const GLWindow& Window, int FramesRendered,
+                           const std::vector<std::string>& MapWarnings)
 {
     return "{\n  \"frames\": " + std::to_string(FramesRendered) + ",\n" + CameraJson(View) +
            EffectsJson(View) + SelectionJson(View) + VehiclesJson(View) + AircraftJson(View) +
-           MessagesJson(Window) + "}\n";
+           "  \"warnings\": " + JsonStrings(MapWarnings) + ",\n" + MessagesJson(Window) + "}\n";
 }
