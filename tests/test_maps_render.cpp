@@ -45,7 +45,7 @@ class MapRender : public OffscreenGLTest
     {
         std::string error;
         const std::string path = std::string(QUINDLE_MAPS_SHOT_DIR) + "/" + name + ".png";
-        EXPECT_TRUE(WritePngRgba(path, WidthPx, HeightPx, pixels.data(), error)) << error;
+        EXPECT_TRUE(WritePngRgb(path, WidthPx, HeightPx, pixels.data(), error)) << error;
     }
 
     std::unique_ptr<GLTarget> Target;
