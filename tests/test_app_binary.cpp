@@ -104,14 +104,6 @@ TEST_F(QuindleBinary, NoUsableGLContextExitsTwoWithOneLine)
     }
 }
 
-TEST_F(QuindleBinary, HelpGoesToStandardOutput)
-{
-    const RunResult run = RunQuindle("--help");
-    EXPECT_EQ(run.ExitStatus, 0);
-    EXPECT_NE(run.Out.find("--screenshot"), std::string::npos) << run.Out;
-    EXPECT_TRUE(run.Err.empty()) << run.Err;
-}
-
 TEST_F(QuindleBinary, HeadlessRunWritesScreenshotAndState)
 {
     const fs::path shot = Dir / "shot.png", state = Dir / "state.json";

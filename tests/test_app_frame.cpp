@@ -48,14 +48,8 @@ TEST(AppFrame, JetEffectKeyChordsReachTheEffect)
     EXPECT_LT(app.GetWindow().StatusBarRightX, toggleLeftX);
     EXPECT_GT(app.GetWindow().StatusBarRightX, toggleLeftX - 0.1);
 
-    struct Case
-    {
-        SDL_Keycode Key;
-        SDL_Scancode Code;
-        SDL_Keymod Mods;
-        const char* ExpectedStatus;
-        bool bExpectTargets;
-    };
+    // clang-format off
+    struct Case { SDL_Keycode Key; SDL_Scancode Code; SDL_Keymod Mods; const char* ExpectedStatus; bool bExpectTargets; };
     const Case cases[] = {
         // One modifier short of the chord does nothing.
         {SDLK_L, SDL_SCANCODE_L, SDL_KMOD_LCTRL, "Jet effects ready", true},
@@ -65,6 +59,7 @@ TEST(AppFrame, JetEffectKeyChordsReachTheEffect)
         {SDLK_R, SDL_SCANCODE_R, SDL_KMOD_LSHIFT, "Jet effects ready", true},
         {SDLK_R, SDL_SCANCODE_R, SDL_KMOD_LCTRL | SDL_KMOD_LSHIFT, "Jet shaders reloaded", true},
     };
+    // clang-format on
     int step = 0;
     for (const Case& c : cases)
     {
@@ -80,16 +75,13 @@ TEST(AppFrame, JetEffectKeyChordsReachTheEffect)
 // The bar's background rectangle and top line as recorded by the 2D renderer.
 TEST(AppFrame, StatusBarEndsAtItsRightEdge)
 {
-    struct Case
-    {
-        float RightX;
-        bool bDrawn;
-        float ExpectedRightX;
-    };
+    // clang-format off
+    struct Case { float RightX; bool bDrawn; float ExpectedRightX; };
     const Case cases[] = {
         {1.0f, true, 1.0f},   {0.76f, true, 0.76f}, {5.0f, true, 1.0f},
         {-1.0f, false, 0.0f}, {-3.0f, false, 0.0f}, {std::numeric_limits<float>::quiet_NaN(), false, 0.0f},
     };
+    // clang-format on
     for (const Case& c : cases)
     {
         TestApp app;

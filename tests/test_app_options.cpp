@@ -83,16 +83,6 @@ TEST(CommandLine, SizeMessageNamesTheValue)
     EXPECT_EQ(text, "quindle: --size: expected WIDTHxHEIGHT with each side in 64..16384, got 'big'");
 }
 
-TEST(CommandLine, HelpListsEveryOption)
-{
-    AppOptions options;
-    std::string text;
-    ASSERT_EQ(Parse({"--help"}, options, text), ParseOutcome::Help);
-    for (const char* option :
-         {"--map", "--vehicles", "--aircraft", "--size", "--frames", "--screenshot", "--state-out"})
-        EXPECT_NE(text.find(option), std::string::npos) << option;
-}
-
 TEST(CommandLine, WindowSizeBoundaries)
 {
     struct Case

@@ -105,39 +105,20 @@ TEST(EffectsPanelDrawing, WorkedExampleShapesInOrder)
     EffectsApp app; // window (-1, 1)-(1, -1), Medium preset, scale 0.75
     app.DrawTexts();
     using Kind = RendPrimitive::Kind;
-    struct Expected
-    {
-        const char* Name;
-        Kind Type;
-        float X1, Y1, X2, Y2;
-        Rgba Colour;
-        float WidthPx;
-    } expected[] = {
+    // clang-format off
+    struct Expected { const char* Name; Kind Type; float X1, Y1, X2, Y2; Rgba Colour; float WidthPx; } expected[] = {
         {"background", Kind::Rect, 0.2f, 0.96f, 0.96f, 0.28f, {0.025f, 0.045f, 0.075f, 0.9f}, 0.0f},
         {"top border", Kind::Line, 0.2f, 0.96f, 0.96f, 0.96f, {0.25f, 0.88f, 1.0f, 0.95f}, 1.5f},
         {"right border", Kind::Line, 0.96f, 0.96f, 0.96f, 0.28f, {0.25f, 0.88f, 1.0f, 0.75f}, 1.0f},
         {"bottom border", Kind::Line, 0.96f, 0.28f, 0.2f, 0.28f, {0.25f, 0.88f, 1.0f, 0.75f}, 1.0f},
         {"left border", Kind::Line, 0.2f, 0.28f, 0.2f, 0.96f, {0.25f, 0.88f, 1.0f, 0.75f}, 1.0f},
-        {"quality bar",
-         Kind::Rect,
-         0.212f,
-         0.865f,
-         0.212f + 0.39f * 0.66f,
-         0.852f,
-         {0.2f, 0.78f, 1.0f, 0.85f},
-         0},
-        {"scale bar",
-         Kind::Rect,
-         0.212f,
-         0.81f,
-         0.212f + 0.39f * 0.75f,
-         0.797f,
-         {0.96f, 0.6f, 0.18f, 0.85f},
-         0},
+        {"quality bar", Kind::Rect, 0.212f, 0.865f, 0.212f + 0.39f * 0.66f, 0.852f, {0.2f, 0.78f, 1.0f, 0.85f}, 0},
+        {"scale bar", Kind::Rect, 0.212f, 0.81f, 0.212f + 0.39f * 0.75f, 0.797f, {0.96f, 0.6f, 0.18f, 0.85f}, 0},
         {"button Low", Kind::Rect, 0.212f, 0.89f, 0.452f, 0.87f, ButtonOther, 0.0f},
         {"button Medium", Kind::Rect, 0.458f, 0.89f, 0.698f, 0.87f, ButtonSelected, 0.0f},
         {"button High", Kind::Rect, 0.704f, 0.89f, 0.944f, 0.87f, ButtonOther, 0.0f},
     };
+    // clang-format on
     const std::vector<RendPrimitive>& shapes = app.Renderer.GetPrimitives();
     ASSERT_EQ(shapes.size(), std::size(expected));
     for (std::size_t i = 0; i < shapes.size(); ++i)
@@ -227,21 +208,17 @@ TEST(EffectsPanelDrawing, RowsForGivenFigures)
     app.View.JetEffectsGpuBudgetMs = 16.0;
     app.View.JetEffectsStatusText = "Effects ready";
 
-    struct Row
-    {
-        const char* Text;
-        float Y;
-        Rgba Colour;
-    } rows[] = {
+    // clang-format off
+    struct Row { const char* Text; float Y; Rgba Colour; } rows[] = {
         {"MIRAVEL EFFECTS", 0.93f, {0.72f, 0.94f, 1.0f, 1.0f}},
         {"Preset Medium | target 960x540", 0.90f, {0.95f, 0.96f, 1.0f, 1.0f}},
         {"Shimmer ON  Bloom OFF  Fog OFF  Trails ON", 0.84f, RowNormal},
-        {"Click presets/toggles; lower rows: scale then fog | Ctrl+Shift+R shaders | Ctrl+Shift+L effect",
-         0.77f, RowNormal},
+        {"Click presets/toggles; lower rows: scale then fog | Ctrl+Shift+R shaders | Ctrl+Shift+L effect", 0.77f, RowNormal},
         {"CPU ms scene 1 mask 1 bloom 4 composite -1", 0.74f, RowNormal},
         {"GPU ms scene 2 mask 1 bloom 1 comp 0 | 48 MiB", 0.71f, RowNormal},
         {"Effects ready", 0.68f, StatusNormal},
     };
+    // clang-format on
     const std::vector<TTFTextCall>& texts = app.DrawTexts();
     ASSERT_EQ(texts.size(), std::size(rows));
     EXPECT_EQ(std::string(rows[3].Text).size(), 94u);
@@ -266,11 +243,8 @@ TEST(EffectsPanelDrawing, RowsForGivenFigures)
 
 TEST(EffectsPanelDrawing, FiguresRoundHalvesAwayFromZeroAndSaturate)
 {
-    struct Case
-    {
-        double Value;
-        const char* Printed;
-    } cases[] = {
+    // clang-format off
+    struct Case { double Value; const char* Printed; } cases[] = {
         {2.5, "3"},
         {-2.5, "-3"},
         {0.49, "0"},
@@ -289,6 +263,7 @@ TEST(EffectsPanelDrawing, FiguresRoundHalvesAwayFromZeroAndSaturate)
         {-Inf, "-2147483648"},
         {NaN, "0"},
     };
+    // clang-format on
     for (const Case& c : cases)
     {
         EffectsApp app;
@@ -323,13 +298,8 @@ TEST(EffectsPanelDrawing, FontSizeIsAtLeastNine)
 
 TEST(EffectsPanelDrawing, GpuRowWarnsOnlyAboveTheBudget)
 {
-    struct Case
-    {
-        const char* Name;
-        double Gpu[5];
-        double BudgetMs;
-        bool bWarning;
-    } cases[] = {
+    // clang-format off
+    struct Case { const char* Name; double Gpu[5]; double BudgetMs; bool bWarning; } cases[] = {
         {"equal to budget", {1.0, 0.5, 0.5, 1.0, 1.0}, 4.0, false},
         {"just above", {1.0, 0.5, 0.5, 1.0, 1.0000001}, 4.0, true},
         {"below", {0.5, 0.5, 0.5, 0.5, 0.5}, 4.0, false},
@@ -338,6 +308,7 @@ TEST(EffectsPanelDrawing, GpuRowWarnsOnlyAboveTheBudget)
         {"NaN time", {NaN, 0.0, 0.0, 0.0, 0.0}, 4.0, false},
         {"NaN budget", {9.0, 0.0, 0.0, 0.0, 0.0}, NaN, false},
     };
+    // clang-format on
     for (const Case& c : cases)
     {
         EffectsApp app;
@@ -355,19 +326,15 @@ TEST(EffectsPanelDrawing, GpuRowWarnsOnlyAboveTheBudget)
 TEST(EffectsPanelDrawing, StatusRowColourAndTruncation)
 {
     const std::string fiftySix(56, 'x');
-    struct Case
-    {
-        std::string Status;
-        std::string Shown;
-        bool bError;
-    } cases[] = {
+    // clang-format off
+    struct Case { std::string Status; std::string Shown; bool bError; } cases[] = {
         {"Shader", "Shader", true},
         {"Shade", "Shade", false},
         {"shader compile failed", "shader compile failed", false},
         {"SHADER", "SHADER", false},
         {" Shader", " Shader", false},
         {"Reloaded Shader", "Reloaded Shader", false},
-        {"Shaders reloaded", "Shaders reloaded", true}, // only the start counts
+        {"Shaders reloaded", "Shaders reloaded", true},  // only the start counts
         {"Composite link", "Composite link", true},
         {"Composite link failed", "Composite link failed", true},
         {"Composite lin", "Composite lin", false},
@@ -377,6 +344,7 @@ TEST(EffectsPanelDrawing, StatusRowColourAndTruncation)
         {fiftySix + "y", fiftySix, false},
         {"Shader " + fiftySix, "Shader " + fiftySix.substr(0, 49), true},
     };
+    // clang-format on
     for (const Case& c : cases)
     {
         EffectsApp app;
@@ -414,17 +382,14 @@ TEST(EffectsPanelDrawing, TextComesAfterTheClosedFrame)
 
 TEST(EffectsPanelDrawing, NothingDrawnWithoutPanelRendererOrFrame)
 {
-    struct Case
-    {
-        const char* Name;
-        bool bPanelVisible, bCore, bRend, bDrawingAllowed;
-        int BeginFrames;
-    } cases[] = {
+    // clang-format off
+    struct Case { const char* Name; bool bPanelVisible, bCore, bRend, bDrawingAllowed; int BeginFrames; } cases[] = {
         {"panel hidden", false, true, true, true, 0},
         {"no core", true, false, true, true, 0},
         {"no renderer", true, true, false, true, 0},
         {"beginFrame fails", true, true, true, false, 0},
     };
+    // clang-format on
     for (const Case& c : cases)
     {
         EffectsApp app;
@@ -535,11 +500,8 @@ TEST(EffectsPanelPress, DrawnButtonEdgesAreHitAndOneFloatBeyondIsNot)
         const RendPrimitive& r = buttons[b];
         const float midX = (r.X1 + r.X2) * 0.5f;
         const float midY = (r.Y1 + r.Y2) * 0.5f;
-        struct Probe
-        {
-            const char* Edge;
-            float X, Y, OutX, OutY;
-        } probes[] = {
+        // clang-format off
+        struct Probe { const char* Edge; float X, Y, OutX, OutY; } probes[] = {
             {"left", r.X1, midY, std::nextafter(r.X1, -1.0f), midY},
             {"right", r.X2, midY, std::nextafter(r.X2, 2.0f), midY},
             {"top", midX, r.Y1, midX, std::nextafter(r.Y1, 2.0f)},
@@ -547,6 +509,7 @@ TEST(EffectsPanelPress, DrawnButtonEdgesAreHitAndOneFloatBeyondIsNot)
             {"top-left corner", r.X1, r.Y1, std::nextafter(r.X1, -1.0f), std::nextafter(r.Y1, 2.0f)},
             {"bottom-right corner", r.X2, r.Y2, std::nextafter(r.X2, 2.0f), std::nextafter(r.Y2, -1.0f)},
         };
+        // clang-format on
         for (const Probe& probe : probes)
         {
             app.View.PresetCalls.clear();
@@ -664,17 +627,14 @@ class SteeredPointerViewport : public TestViewport
 
 TEST(EffectsPanelPress, NaNOrOutsidePointerIsNotThePanels)
 {
-    struct Case
-    {
-        const char* Name;
-        bool bNaNX, bNaNY, bOutside;
-        bool bOrbit, bMarked;
-    } cases[] = {
+    // clang-format off
+    struct Case { const char* Name; bool bNaNX, bNaNY, bOutside; bool bOrbit, bMarked; } cases[] = {
         {"x not a number", true, false, false, true, true},
         {"y not a number", false, true, false, true, true},
         {"both not a number", true, true, false, true, true},
         {"outside the viewport", false, false, true, false, false},
     };
+    // clang-format on
     for (const Case& c : cases)
     {
         TestApp app;

@@ -27,19 +27,15 @@ void ObserveBaseClicks(TestApp& app, BaseClickLog& log)
 
 TEST(EventMouseClickWheel, StepIsEightPercentOverTheMapAndZoomStepOtherwise)
 {
-    struct Case
-    {
-        const char* Name;
-        bool bLoadMap, bMapView;
-        int Button;
-        double Distance, ZoomStep, Expected;
-    } cases[] = {
+    // clang-format off
+    struct Case { const char* Name; bool bLoadMap, bMapView; int Button; double Distance, ZoomStep, Expected; } cases[] = {
         {"map in", true, true, 3, 1000.0, 10.0, 920.0},
         {"map out", true, true, 4, 1000.0, 10.0, 1080.0},
         {"map, ZoomStep larger than 8 %", true, true, 3, 100.0, 30.0, 70.0},
         {"no map view flag", true, false, 3, 1000.0, 10.0, 990.0},
         {"map not loaded", false, true, 4, 1000.0, 10.0, 1010.0},
     };
+    // clang-format on
     for (const Case& c : cases)
     {
         TestApp app;
@@ -104,18 +100,14 @@ TEST(EventMouseClickWheel, OutsideOrWithInteractionOffGoesToTheBaseUnchanged)
 
 TEST(EventMouseClickRight, KeptFromTheBaseOnlyOverTheActiveMapView)
 {
-    struct Case
-    {
-        const char* Name;
-        bool bLoadMap, bVehicleControl;
-        double X;
-        bool bTaken;
-    } cases[] = {
+    // clang-format off
+    struct Case { const char* Name; bool bLoadMap, bVehicleControl; double X; bool bTaken; } cases[] = {
         {"map, inside", true, true, 0.0, true},
         {"map unloaded", false, true, 0.0, false},
         {"vehicle control off", true, false, 0.0, false},
         {"outside the viewport", true, true, 0.6, false},
     };
+    // clang-format on
     for (const Case& c : cases)
     {
         TestApp app;

@@ -108,22 +108,12 @@ TEST(PatrolKeys, OnlyPressEdgesWithFocusAndSelectedAircraftArmOrCancel)
 
 TEST(PatrolClicks, ShiftClicksAppendAndAPlainClickAfterARouteDeselects)
 {
-    struct Case
-    {
-        const char* Name;
-        std::vector<SDL_Keymod> Clicks;
-        Messages ExpectedAfterArming;
-        std::size_t ExpectedPatrolPoints;
-    } cases[] = {
-        {"Shift, Shift, plain",
-         {SDL_KMOD_LSHIFT, SDL_KMOD_RSHIFT, SDL_KMOD_NONE},
-         {AppendedMessage, AppendedMessage, DeselectedMessage},
-         2},
-        {"plain, Shift, plain",
-         {SDL_KMOD_NONE, SDL_KMOD_LSHIFT, SDL_KMOD_NONE},
-         {IssuedMessage, AppendedMessage, DeselectedMessage},
-         2},
+    // clang-format off
+    struct Case { const char* Name; std::vector<SDL_Keymod> Clicks; Messages ExpectedAfterArming; std::size_t ExpectedPatrolPoints; } cases[] = {
+        {"Shift, Shift, plain", {SDL_KMOD_LSHIFT, SDL_KMOD_RSHIFT, SDL_KMOD_NONE}, {AppendedMessage, AppendedMessage, DeselectedMessage}, 2},
+        {"plain, Shift, plain", {SDL_KMOD_NONE, SDL_KMOD_LSHIFT, SDL_KMOD_NONE}, {IssuedMessage, AppendedMessage, DeselectedMessage}, 2},
     };
+    // clang-format on
     for (const Case& c : cases)
     {
         GestureApp app;
@@ -275,51 +265,16 @@ TEST(BoxSelectionGesture, DragSelectsAtTheReleaseAltOrbitsAndShiftAtTheReleaseAd
 
 TEST(OrderGesture, ClicksAndDragsGiveTheirOrderAndMessageWithShiftReadAtTheRelease)
 {
-    struct Case
-    {
-        const char* Name;
-        std::vector<std::pair<double, double>> Points;
-        SDL_Keymod PressMods, ReleaseMods;
-        const char* ExpectedMessage;
-        bool bExpectAppend;
-    } cases[] = {
-        {"click",
-         {{0.5, 0.5}, {0.5, 0.5}},
-         SDL_KMOD_NONE,
-         SDL_KMOD_NONE,
-         "Selected units ordered to waypoint.",
-         false},
-        {"Shift click",
-         {{0.5, 0.5}, {0.5, 0.5}},
-         SDL_KMOD_NONE,
-         SDL_KMOD_LSHIFT,
-         "Waypoint queued for selected units.",
-         true},
-        {"Shift only at the press",
-         {{0.5, 0.5}, {0.5, 0.5}},
-         SDL_KMOD_RSHIFT,
-         SDL_KMOD_NONE,
-         "Selected units ordered to waypoint.",
-         false},
-        {"wiggle within 0.006",
-         {{0.5, 0.5}, {0.5045, 0.5}, {0.5, 0.504}, {0.503, 0.503}},
-         SDL_KMOD_NONE,
-         SDL_KMOD_NONE,
-         "Selected units ordered to waypoint.",
-         false},
-        {"drag",
-         {{0.3, 0.5}, {0.4, 0.5}, {0.5, 0.55}},
-         SDL_KMOD_NONE,
-         SDL_KMOD_NONE,
-         "Formation move order issued.",
-         false},
-        {"Shift drag",
-         {{0.3, 0.5}, {0.4, 0.5}, {0.5, 0.55}},
-         SDL_KMOD_NONE,
-         SDL_KMOD_RSHIFT,
-         "Formation waypoint queued.",
-         true},
+    // clang-format off
+    struct Case { const char* Name; std::vector<std::pair<double, double>> Points; SDL_Keymod PressMods, ReleaseMods; const char* ExpectedMessage; bool bExpectAppend; } cases[] = {
+        {"click", {{0.5, 0.5}, {0.5, 0.5}}, SDL_KMOD_NONE, SDL_KMOD_NONE, "Selected units ordered to waypoint.", false},
+        {"Shift click", {{0.5, 0.5}, {0.5, 0.5}}, SDL_KMOD_NONE, SDL_KMOD_LSHIFT, "Waypoint queued for selected units.", true},
+        {"Shift only at the press", {{0.5, 0.5}, {0.5, 0.5}}, SDL_KMOD_RSHIFT, SDL_KMOD_NONE, "Selected units ordered to waypoint.", false},
+        {"wiggle within 0.006", {{0.5, 0.5}, {0.5045, 0.5}, {0.5, 0.504}, {0.503, 0.503}}, SDL_KMOD_NONE, SDL_KMOD_NONE, "Selected units ordered to waypoint.", false},
+        {"drag", {{0.3, 0.5}, {0.4, 0.5}, {0.5, 0.55}}, SDL_KMOD_NONE, SDL_KMOD_NONE, "Formation move order issued.", false},
+        {"Shift drag", {{0.3, 0.5}, {0.4, 0.5}, {0.5, 0.55}}, SDL_KMOD_NONE, SDL_KMOD_RSHIFT, "Formation waypoint queued.", true},
     };
+    // clang-format on
     for (const Case& c : cases)
     {
         GestureApp app;
@@ -448,18 +403,15 @@ TEST(OrderGesture, FailedPicksFallBackToTheLastPickedPoint)
 
 TEST(OrderGesture, NeedsASelectionUnitControlAndTheMapButNotAWindow)
 {
-    struct Case
-    {
-        const char* Name;
-        bool bVehicle, bAir, bControl, bMapView, bParent;
-        bool bExpectOrder;
-    } cases[] = {
+    // clang-format off
+    struct Case { const char* Name; bool bVehicle, bAir, bControl, bMapView, bParent; bool bExpectOrder; } cases[] = {
         {"nothing selected", false, false, true, true, true, false},
         {"aircraft only", false, true, true, true, true, true},
         {"control off", true, false, false, true, true, false},
         {"map view off", true, false, true, false, true, false},
         {"no window", true, false, true, true, false, true},
     };
+    // clang-format on
     for (const Case& c : cases)
     {
         GestureApp app;
@@ -565,15 +517,13 @@ TEST(FormationPreview, CrossesAtEqualScreenLengthStepsAlongThePath)
 
 TEST(FormationPreview, WithoutAUsablePathTheCrossesLieOnThePressToPointerLine)
 {
-    struct Case
-    {
-        const char* Name;
-        std::vector<double> Xs, Ys;
-    } cases[] = {
+    // clang-format off
+    struct Case { const char* Name; std::vector<double> Xs, Ys; } cases[] = {
         {"no sample", {}, {}},
         {"one sample", {0.3}, {0.3}},
         {"mismatched lists", {0.3, 0.9, 0.2}, {0.3, 0.9}},
     };
+    // clang-format on
     for (const Case& c : cases)
     {
         TestApp app;
@@ -605,16 +555,14 @@ TEST(FormationPreview, WithoutAUsablePathTheCrossesLieOnThePressToPointerLine)
 
 TEST(FormationPreview, DrawsNothingWithoutControlGestureOrRenderer)
 {
-    struct Case
-    {
-        const char* Name;
-        bool bControl, bOrderDrag, bDrawingAllowed, bRenderer;
-    } cases[] = {
+    // clang-format off
+    struct Case { const char* Name; bool bControl, bOrderDrag, bDrawingAllowed, bRenderer; } cases[] = {
         {"control off", false, true, true, true},
         {"no gesture", true, false, true, true},
         {"beginFrame refuses", true, true, false, true},
         {"no renderer", true, true, true, false},
     };
+    // clang-format on
     for (const Case& c : cases)
     {
         TestApp app;

@@ -12,14 +12,13 @@ namespace
 
 TEST(WrapAngleDeg, WrapsIntoHalfOpenRange)
 {
-    struct Case
-    {
-        double In, Out;
-    } cases[] = {
+    // clang-format off
+    struct Case { double In, Out; } cases[] = {
         {181.0, -179.0}, {179.0 + 2.0, -179.0}, {-180.0, 180.0}, {180.0, 180.0},
         {540.0, 180.0},  {-540.0, 180.0},       {360.0, 0.0},    {-181.0, 179.0},
         {0.0, 0.0},      {-179.5, -179.5},      {719.0, -1.0},
     };
+    // clang-format on
     for (const Case& c : cases)
         EXPECT_DOUBLE_EQ(WrapAngleDeg(c.In), c.Out) << "input " << c.In;
     EXPECT_TRUE(std::isnan(WrapAngleDeg(std::numeric_limits<double>::quiet_NaN())));
@@ -27,16 +26,13 @@ TEST(WrapAngleDeg, WrapsIntoHalfOpenRange)
 
 TEST(MouseProcessingGuards, HiddenDisabledOrEmptyViewportTouchesNothing)
 {
-    struct Case
-    {
-        const char* Name;
-        bool bVisible, bEnabled;
-        double X1, Y1, X2, Y2;
-    } cases[] = {
+    // clang-format off
+    struct Case { const char* Name; bool bVisible, bEnabled; double X1, Y1, X2, Y2; } cases[] = {
         {"hidden", false, true, -1, 1, 1, -1},       {"disabled", true, false, -1, 1, 1, -1},
         {"zero width", true, true, 0.5, 1, 0.5, -1}, {"inverted x", true, true, 1, 1, -1, -1},
         {"zero height", true, true, -1, 0, 1, 0},    {"inverted y", true, true, -1, -1, 1, 1},
     };
+    // clang-format on
     for (const Case& c : cases)
     {
         TestApp app;

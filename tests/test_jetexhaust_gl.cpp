@@ -415,26 +415,6 @@ TEST_F(JetExhaustGLTest, PlumesBrightenTheirPixelsInsideTheViewportOnly)
             ASSERT_EQ(At(pixels, x, y), background) << "pixel " << x << "," << y;
 }
 
-TEST_F(JetExhaustGLTest, DepthFogDimsDistantPlumes)
-{
-    JetExhaustFrameInput input = MakeInput();
-    // The camera is about 200 units away: at strength 5 the fog keeps under 1 % of each billboard's
-    // flame, though the overlapping billboards still add up to a faint haze.
-    input.FogRangeWorld = 200.0f;
-    Jet.Debug().DepthFogStrength = 5.0f;
-    const auto [x, y] = Project(input.ViewProjection, 34.0f, 0.0f, 0.0f, input);
-    int brightness[2] = {};
-    for (int fog = 0; fog < 2; ++fog)
-    {
-        Jet.Debug().DepthFogEnabled = fog == 1;
-        RenderFrames(input, 1);
-        brightness[fog] = Brightness(At(ReadPixels(), x, y));
-    }
-    const int background = Brightness(At(ReadPixels(), 1, 1));
-    EXPECT_GT(brightness[0], background + 150) << "without fog";
-    EXPECT_LT(brightness[1] - background, (brightness[0] - background) / 4) << "with fog";
-}
-
 TEST_F(JetExhaustGLTest, RenderPutsBackTheStateItChanges)
 {
     GLuint framebuffer = 0, texture = 0;

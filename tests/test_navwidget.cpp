@@ -41,18 +41,16 @@ void PointAtButton(TestApp& app, int Id)
 
 TEST(NavWidgetLayout, PanelRectClampsSizeAndMargin)
 {
-    struct Case
-    {
-        double Size, Margin;
-        double X1, Y1, X2, Y2;
-    } cases[] = {
+    // clang-format off
+    struct Case { double Size, Margin; double X1, Y1, X2, Y2; } cases[] = {
         {0.30, 0.02, 0.68, 0.515, 0.98, 0.98},  {0.48, 0.20, 0.32, 0.056, 0.80, 0.80},
-        {0.18, 0.00, 0.82, 0.721, 1.00, 1.00},  {0.10, 0.00, 0.82, 0.721, 1.00, 1.00}, // too small: as 0.18
-        {-1.0, 0.00, 0.82, 0.721, 1.00, 1.00},                                         // negative: as 0.18
-        {0.90, 0.20, 0.32, 0.056, 0.80, 0.80},                                         // too large: as 0.48
-        {0.30, -0.10, 0.70, 0.535, 1.00, 1.00}, // negative margin: as 0
+        {0.18, 0.00, 0.82, 0.721, 1.00, 1.00},  {0.10, 0.00, 0.82, 0.721, 1.00, 1.00},  // too small: as 0.18
+        {-1.0, 0.00, 0.82, 0.721, 1.00, 1.00},  // negative: as 0.18
+        {0.90, 0.20, 0.32, 0.056, 0.80, 0.80},  // too large: as 0.48
+        {0.30, -0.10, 0.70, 0.535, 1.00, 1.00},  // negative margin: as 0
         {0.30, 0.50, 0.50, 0.335, 0.80, 0.80},  // too wide a margin: as 0.2
     };
+    // clang-format on
     for (const Case& c : cases)
     {
         TestApp app;
@@ -193,12 +191,8 @@ TEST(NavWidgetHitTest, GapsBelongToThePanelAndOutsidePointsDoNot)
     app.View.NavWidgetSize = 0.3;
     app.View.NavWidgetMargin = 0.02;
     const PanelRect r = GetPanel(app.View);
-    struct Case
-    {
-        const char* Name;
-        double X, Y;
-        bool bInside;
-    } cases[] = {
+    // clang-format off
+    struct Case { const char* Name; double X, Y; bool bInside; } cases[] = {
         {"gap in top row", r.X1 + 0.32 * 0.3, r.Y1 + 0.10 * 0.465, true},
         {"centre of rotate cross", r.X1 + 0.50 * 0.3, r.Y1 + 0.45 * 0.465, true},
         {"panel top-left corner", r.X1, r.Y1, true},
@@ -212,6 +206,7 @@ TEST(NavWidgetHitTest, GapsBelongToThePanelAndOutsidePointsDoNot)
         {"outside the viewport", 1.5, 0.9, false},
         {"not a number", std::numeric_limits<double>::quiet_NaN(), 0.9, false},
     };
+    // clang-format on
     for (const Case& c : cases)
     {
         bool bInside = !c.bInside; // the flag is written either way
@@ -265,13 +260,8 @@ void UseStandardSpeeds(GLViewport& View)
 TEST(NavButtonActions, EachCodeMovesItsOwnFieldByOneScaledStep)
 {
     const CameraState start{32.0, 10.0, 20.0, 1.0, 2.0};
-    struct Case
-    {
-        const char* Name;
-        int Id;
-        double Scale;
-        CameraState Expected;
-    } cases[] = {
+    // clang-format off
+    struct Case { const char* Name; int Id; double Scale; CameraState Expected; } cases[] = {
         {"zoom in", 1, 1.0, {31.0, 10.0, 20.0, 1.0, 2.0}},
         {"zoom in half", 1, 0.5, {31.5, 10.0, 20.0, 1.0, 2.0}},
         {"zoom out", 2, 1.0, {33.0, 10.0, 20.0, 1.0, 2.0}},
@@ -290,6 +280,7 @@ TEST(NavButtonActions, EachCodeMovesItsOwnFieldByOneScaledStep)
         {"code -1", -1, 1.0, start},
         {"code INT_MIN", INT_MIN, 1.0, start},
     };
+    // clang-format on
     for (const Case& c : cases)
     {
         TestApp app;
@@ -310,14 +301,8 @@ TEST(NavButtonActions, EachCodeMovesItsOwnFieldByOneScaledStep)
 
 TEST(NavButtonActions, SpeedFloorsAndThePanDistanceFactor)
 {
-    struct Case
-    {
-        const char* Name;
-        double RotateSpeed, PanSpeed, Distance;
-        int Id;
-        double Scale;
-        double ExpectedYawDeg, ExpectedPanX;
-    } cases[] = {
+    // clang-format off
+    struct Case { const char* Name; double RotateSpeed, PanSpeed, Distance; int Id; double Scale; double ExpectedYawDeg, ExpectedPanX; } cases[] = {
         {"rotate speed 0 uses 0.01", 0.0, 0.08, 32.0, 7, 1.0, 0.01, 0.0},
         {"negative rotate speed uses 0.01", -4.0, 0.08, 32.0, 7, 3.0, 0.03, 0.0},
         {"rotate speed just above the floor", 0.02, 0.08, 32.0, 7, 1.0, 0.02, 0.0},
@@ -329,6 +314,7 @@ TEST(NavButtonActions, SpeedFloorsAndThePanDistanceFactor)
         {"distance 0 gives factor 0.5", 5.0, 0.08, 0.0, 11, 1.0, 0.0, 0.04},
         {"distance 32 gives factor 10", 5.0, 0.08, 32.0, 11, 1.0, 0.0, 0.8},
     };
+    // clang-format on
     for (const Case& c : cases)
     {
         TestApp app;
@@ -346,13 +332,8 @@ TEST(NavButtonActions, SpeedFloorsAndThePanDistanceFactor)
 TEST(NavButtonActions, ZeroOrNegativeScaleMovesNothingButStillBounds)
 {
     const double nan = std::numeric_limits<double>::quiet_NaN();
-    struct Case
-    {
-        const char* Name;
-        bool bMapView;
-        int Id;
-        CameraState Start, Expected;
-    } cases[] = {
+    // clang-format off
+    struct Case { const char* Name; bool bMapView; int Id; CameraState Start, Expected; } cases[] = {
         {"zoom in raises to the minimum", false, 1, {0.5, 0, 20, 0, 0}, {1.0, 0, 20, 0, 0}},
         {"zoom in ignores the maximum", false, 1, {200, 0, 20, 0, 0}, {200, 0, 20, 0, 0}},
         {"zoom out lowers to the maximum", false, 2, {200, 0, 20, 0, 0}, {100, 0, 20, 0, 0}},
@@ -365,6 +346,7 @@ TEST(NavButtonActions, ZeroOrNegativeScaleMovesNothingButStillBounds)
         {"pan stays", false, 11, {32, 0, 20, 1, 2}, {32, 0, 20, 1, 2}},
         {"reset resets", false, 3, {32, 40, 20, 1, 2}, {3.2, 0, -12, 0, 0}},
     };
+    // clang-format on
     for (const Case& c : cases)
         for (double scale : {0.0, -1.0, -1e300, nan})
         {
@@ -381,14 +363,8 @@ TEST(NavButtonActions, ZeroOrNegativeScaleMovesNothingButStillBounds)
 
 TEST(NavButtonActions, WrapAndPitchBoundsAtTheEdges)
 {
-    struct Case
-    {
-        const char* Name;
-        bool bMapView;
-        int Id;
-        double YawDeg, PitchDeg, Step;
-        double ExpectedYawDeg, ExpectedPitchDeg;
-    } cases[] = {
+    // clang-format off
+    struct Case { const char* Name; bool bMapView; int Id; double YawDeg, PitchDeg, Step; double ExpectedYawDeg, ExpectedPitchDeg; } cases[] = {
         {"yaw 179.5 + 1", false, 7, 179.5, 20, 1.0, -179.5, 20},
         {"yaw -179.5 - 1", false, 6, -179.5, 20, 1.0, 179.5, 20},
         {"yaw exactly -180 becomes 180", false, 6, -179.0, 20, 1.0, 180.0, 20},
@@ -399,6 +375,7 @@ TEST(NavButtonActions, WrapAndPitchBoundsAtTheEdges)
         {"free pitch 179 + 2 wraps", false, 5, 0, 179.0, 2.0, 0, -179},
         {"free pitch -179 - 2 wraps", false, 4, 0, -179.0, 2.0, 0, 179},
     };
+    // clang-format on
     for (const Case& c : cases)
     {
         TestApp app;
@@ -424,16 +401,14 @@ TEST(NavButtonActions, WrapAndPitchBoundsAtTheEdges)
 
 TEST(NavButtonActions, ResetOutsideTheMapViewUsesTheDefaultCamera)
 {
-    struct Case
-    {
-        const char* Name;
-        double MinDistance, MaxDistance, ExpectedDistance;
-    } cases[] = {
+    // clang-format off
+    struct Case { const char* Name; double MinDistance, MaxDistance, ExpectedDistance; } cases[] = {
         {"minimum 5 wins", 5.0, 10.0, 5.0},
         {"maximum 2 wins", 0.1, 2.0, 2.0},
         {"inside the bounds", 1.0, 10.0, 3.2},
         {"minimum above maximum: maximum wins", 5.0, 4.0, 4.0},
     };
+    // clang-format on
     for (const Case& c : cases)
         for (double scale : {1.0, 0.0, 7.0})
         {
@@ -680,16 +655,13 @@ TEST(AutoRotateToggle, SyncCopiesTheViewportStateIntoTheButton)
 
 TEST(AutoRotateToggle, DrawnOnTheToggleRectInGlobalCoordinates)
 {
-    struct Case
-    {
-        const char* Name;
-        double WindowX1, WindowY1, WindowX2, WindowY2;
-        double X1, Y1, X2, Y2;
-    } cases[] = {
+    // clang-format off
+    struct Case { const char* Name; double WindowX1, WindowY1, WindowX2, WindowY2; double X1, Y1, X2, Y2; } cases[] = {
         {"full window", -1.0, 1.0, 1.0, -1.0, 0.78, -0.87, 0.97, -0.97},
         {"right half", 0.0, 1.0, 1.0, -1.0, 0.89, -0.87, 0.985, -0.97},
         {"top-left quarter", -1.0, 1.0, 0.0, 0.0, -0.11, 0.065, -0.015, 0.015},
     };
+    // clang-format on
     for (const Case& c : cases)
     {
         TestApp app;

@@ -109,19 +109,14 @@ TEST(MoveOrder, CentroidOnTheWaypointFacesPlusZAndOrdersByX)
 
 TEST(MoveOrder, DegenerateSelectionsStillCallThePlannerExactlyOnce)
 {
-    struct Case
-    {
-        const char* Name;
-        int Vehicles;
-        std::vector<bool> Mask;
-        std::vector<bool> ExpectedActive;
-        std::size_t ExpectedSnaps;
-    } cases[] = {
+    // clang-format off
+    struct Case { const char* Name; int Vehicles; std::vector<bool> Mask; std::vector<bool> ExpectedActive; std::size_t ExpectedSnaps; } cases[] = {
         {"nothing selected", 2, {false, false}, {false, false}, 0},
         {"empty vehicle list", 0, {true}, {}, 0},
         {"stale mask", 2, {true, true, true}, {false, false}, 0},
         {"one vehicle", 3, {false, true, false}, {false, true, false}, 1},
     };
+    // clang-format on
     const Vec3D waypoint(40.0, 12.5, 60.0);
     for (const Case& c : cases)
     {
@@ -357,19 +352,14 @@ TEST(AirOrders, EachAircraftFliesThePointsAtItsOwnAltitudeSkippingEmptyEntries)
 
 TEST(AirOrders, PatrolFlagsAreClearedOnlyByASelectedReplacingNonEmptyRoute)
 {
-    struct Case
-    {
-        const char* Name;
-        bool bSelected;
-        std::vector<Vec3D> Path;
-        bool bAppend;
-        bool bExpectFlags;
-    } cases[] = {
+    // clang-format off
+    struct Case { const char* Name; bool bSelected; std::vector<Vec3D> Path; bool bAppend; bool bExpectFlags; } cases[] = {
         {"replacing route", true, {Vec3D(1, 0, 1)}, false, false},
         {"appending route", true, {Vec3D(1, 0, 1)}, true, true},
         {"not selected", false, {Vec3D(1, 0, 1)}, false, true},
         {"empty path", true, {}, false, true},
     };
+    // clang-format on
     for (const Case& c : cases)
     {
         for (bool bWithAircraft : {false, true})
@@ -407,69 +397,19 @@ TEST(AirOrders, PatrolFlagsAreClearedOnlyByASelectedReplacingNonEmptyRoute)
 
 TEST(WaypointFromScreen, IssuesAMoveOrderOnlyWithControlAMapPointAndASelection)
 {
-    struct Case
-    {
-        const char* Name;
-        bool bControl;
-        bool bMapLoaded;
-        double GlobalX, GlobalY;
-        std::vector<bool> Mask;
-        bool bAir;
-        bool bParent;
-        bool bQueue;
-        bool bExpected;
-        const char* ExpectedMessage;
-    } cases[] = {
+    // clang-format off
+    struct Case { const char* Name; bool bControl; bool bMapLoaded; double GlobalX, GlobalY; std::vector<bool> Mask; bool bAir; bool bParent; bool bQueue; bool bExpected; const char* ExpectedMessage; } cases[] = {
         {"control off", false, true, 0.0, 0.0, {true}, false, true, false, false, nullptr},
         {"outside the viewport", true, true, 1.5, 0.0, {true}, false, true, false, false, nullptr},
         {"no map", true, false, 0.0, 0.0, {true}, false, true, false, false, nullptr},
         {"nothing selected", true, true, 0.0, 0.0, {false}, false, true, false, false, nullptr},
-        {"vehicle, replace",
-         true,
-         true,
-         0.0,
-         0.0,
-         {true},
-         false,
-         true,
-         false,
-         true,
-         "Selected units ordered to waypoint."},
-        {"vehicle, queue",
-         true,
-         true,
-         0.0,
-         0.0,
-         {true},
-         false,
-         true,
-         true,
-         true,
-         "Waypoint queued for selected units."},
-        {"aircraft only",
-         true,
-         true,
-         0.0,
-         0.0,
-         {false},
-         true,
-         true,
-         false,
-         true,
-         "Selected units ordered to waypoint."},
-        {"stale mask",
-         true,
-         true,
-         0.0,
-         0.0,
-         {false, true},
-         false,
-         true,
-         false,
-         true,
-         "Selected units ordered to waypoint."},
+        {"vehicle, replace", true, true, 0.0, 0.0, {true}, false, true, false, true, "Selected units ordered to waypoint."},
+        {"vehicle, queue", true, true, 0.0, 0.0, {true}, false, true, true, true, "Waypoint queued for selected units."},
+        {"aircraft only", true, true, 0.0, 0.0, {false}, true, true, false, true, "Selected units ordered to waypoint."},
+        {"stale mask", true, true, 0.0, 0.0, {false, true}, false, true, false, true, "Selected units ordered to waypoint."},
         {"no window", true, true, 0.0, 0.0, {true}, false, false, false, true, nullptr},
     };
+    // clang-format on
     for (const Case& c : cases)
     {
         TestApp app;

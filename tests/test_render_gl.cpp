@@ -95,17 +95,6 @@ TEST_F(GLContextTest, RectangleCoversExactlyItsPixels)
         EXPECT_EQ(At(probe.X, probe.Y), probe.Expected) << "pixel " << probe.X << ", " << probe.Y;
 }
 
-TEST_F(GLContextTest, CornersInEitherOrderAndAlphaBlending)
-{
-    // Lower-right corner first, half-transparent red over the blue clear colour.
-    DrawPrimitives({Rect(GX(150), GY(90), GX(110), GY(60), 1, 0, 0, 0.5f)});
-    const Rgba mixed = At(130, 75);
-    EXPECT_NEAR(mixed[0], 128, 2);
-    EXPECT_EQ(mixed[1], 0);
-    EXPECT_NEAR(mixed[2], 127, 2);
-    EXPECT_EQ(At(109, 75), Blue);
-}
-
 TEST_F(GLContextTest, LinesHaveTheirPixelWidthInEveryDirection)
 {
     RendPrimitive horizontal = Rect(GX(20), GY(30), GX(180), GY(30), 0, 1, 0, 1);
@@ -172,25 +161,6 @@ TEST_F(GLContextTest, LaterShapesCoverEarlierTextInOneBatch)
         }
     EXPECT_EQ(whiteLeft, 0) << "the panel drawn later hides the text under it";
     EXPECT_GT(whiteRight, 0) << "text outside the panel stays";
-}
-
-TEST_F(GLContextTest, StandaloneDrawsMatchTheBatch)
-{
-    RendGL shapes;
-    std::string error;
-    ASSERT_TRUE(shapes.Create(error)) << error;
-    shapes.Draw({Rect(GX(40), GY(20), GX(80), GY(50), 1, 0, 0, 1)}, WidthPx, HeightPx);
-    TTF text;
-    text.Text3DL("I", GX(120), GY(70), 0.0f, 40, GLColor(0, 1, 0, 1));
-    Font.Draw(text.GetTextCalls(), WidthPx, HeightPx);
-    EXPECT_EQ(At(40, 20), Red);
-    EXPECT_EQ(At(80, 20), Blue);
-    int green = 0;
-    for (int y = 35; y < 70; ++y)
-        for (int x = 120; x < 140; ++x)
-            green += At(x, y)[1] > 128;
-    EXPECT_GT(green, 100);
-    EXPECT_EQ(At(20, 90), Blue);
 }
 
 TEST_F(GLContextTest, MissingFontIsAClearError)

@@ -255,20 +255,4 @@ TEST_F(SceneGLTest, JetEffectFiguresFollowTheScale)
     EXPECT_GT(App->View.JetEffectsMemoryMiB, 0.0);
 }
 
-TEST_F(SceneGLTest, BadScaleLeavesTheFiguresUntouched)
-{
-    AddAircraft(512.0, 60.0, 512.0);
-    App->View.JetEffectsScale = 0.5f;
-    RenderAndRead();
-    const int widthPx = App->View.JetEffectsTargetWidth;
-    const double memoryMiB = App->View.JetEffectsMemoryMiB;
-    ASSERT_GT(widthPx, 0);
-    for (const float scale : {0.0f, -1.0f, std::nanf("")})
-    {
-        App->View.JetEffectsScale = scale;
-        RenderAndRead();
-        EXPECT_EQ(App->View.JetEffectsTargetWidth, widthPx) << scale;
-        EXPECT_EQ(App->View.JetEffectsMemoryMiB, memoryMiB) << scale;
-    }
-}
 } // namespace

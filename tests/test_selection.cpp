@@ -38,12 +38,8 @@ std::vector<bool> SelectedFlags(std::initializer_list<int> indices, std::size_t 
 
 TEST(Selection, SmallGesturesOnBothAxesAreClicksAtTheFirstCorner)
 {
-    struct Case
-    {
-        const char* Name;
-        double Dx, Dy;
-        bool bExpectClick;
-    } cases[] = {
+    // clang-format off
+    struct Case { const char* Name; double Dx, Dy; bool bExpectClick; } cases[] = {
         {"0.011 by 0.3", 0.011, 0.3, false},
         {"0.011 by 0.011", 0.011, 0.011, true},
         {"reversed 0.011 by 0.011", -0.011, -0.011, true},
@@ -51,6 +47,7 @@ TEST(Selection, SmallGesturesOnBothAxesAreClicksAtTheFirstCorner)
         {"0.012 wide", 0.012, 0.0, false},
         {"0.012 high", 0.0, -0.012, false},
     };
+    // clang-format on
     for (const Case& c : cases)
     {
         TestApp app;
@@ -75,15 +72,12 @@ TEST(Selection, SmallGesturesOnBothAxesAreClicksAtTheFirstCorner)
 
 TEST(Selection, ClickPickRadiusIsRadiusTimes1Point45WithAFloorOf28)
 {
-    struct Case
-    {
-        float Radius;
-        double Distance;
-        bool bExpected;
-    } cases[] = {
+    // clang-format off
+    struct Case { float Radius; double Distance; bool bExpected; } cases[] = {
         {10.0f, 27.99, true},  {10.0f, 28.01, false}, {0.0f, 27.99, true},   {40.0f, 57.99, true},
         {40.0f, 58.01, false}, {20.0f, 28.99, true},  {20.0f, 29.01, false},
     };
+    // clang-format on
     for (const Case& c : cases)
     {
         TestApp app;
@@ -151,17 +145,13 @@ TEST(Selection, AircraftArePickedAtTheFirstAircraftsHeight)
 {
     // Looking down at 45 degrees from the +Z side, the centre ray meets the plane at height 300
     // 300 units nearer the camera than the ground point (512, 512).
-    struct Case
-    {
-        const char* Name;
-        bool bLeadingEmpty;
-        double FirstHeight;
-        bool bExpectAir;
-    } cases[] = {
+    // clang-format off
+    struct Case { const char* Name; bool bLeadingEmpty; double FirstHeight; bool bExpectAir; } cases[] = {
         {"first aircraft at 300", false, 300.0, true},
         {"empty entry before it", true, 300.0, true},
         {"first aircraft on the ground", false, 0.0, false},
     };
+    // clang-format on
     for (const Case& c : cases)
     {
         for (bool bBand : {false, true})
@@ -470,14 +460,8 @@ TEST(RubberBand, FillAndFourOutlineLinesInGlobalCoordinatesWhateverTheDragDirect
 
 TEST(RubberBand, DrawnOnlyForAnActiveBandOfSomeExtentWithARenderer)
 {
-    struct Case
-    {
-        const char* Name;
-        bool bControl, bActive, bDrawingAllowed, bRenderer;
-        double Width, Height;
-        int ExpectedPrimitives;
-        int ExpectedEndFrames;
-    } cases[] = {
+    // clang-format off
+    struct Case { const char* Name; bool bControl, bActive, bDrawingAllowed, bRenderer; double Width, Height; int ExpectedPrimitives; int ExpectedEndFrames; } cases[] = {
         {"0.0005 by 0.0005", true, true, true, true, 0.0005, 0.0005, 0, 0},
         {"0.0005 by 0.2", true, true, true, true, 0.0005, 0.2, 5, 1},
         {"0.2 by 0.0005", true, true, true, true, 0.2, 0.0005, 5, 1},
@@ -487,6 +471,7 @@ TEST(RubberBand, DrawnOnlyForAnActiveBandOfSomeExtentWithARenderer)
         {"beginFrame refuses", true, true, false, true, 0.2, 0.2, 0, 0},
         {"no renderer", true, true, true, false, 0.2, 0.2, 0, 0},
     };
+    // clang-format on
     for (const Case& c : cases)
     {
         TestApp app;

@@ -142,28 +142,6 @@ TEST(AirFlight, TurnRateIsBoundedEveryStep)
     EXPECT_NEAR(std::fabs(unit.Flight.HeadingDeg), 135.0, 0.01);
 }
 
-TEST(AirFlight, SpeedAndAltitudeChangeAtTheirRates)
-{
-    AirSimSystem sim;
-    AirUnit unit;
-    unit.Aircraft.Position = Vec3D(0, 0, 0);
-    ASSERT_TRUE(SubmitAirPatrolCommand(unit, Vec3D(0, 300, 5000), false, 0.5f));
-    for (int step = 0; step < 60; ++step)
-        sim.StepUnit(unit, StepSec);
-    // One second: 80 units of climb, 60 units per second of speed gained.
-    EXPECT_NEAR(unit.Aircraft.Position.Y, 80.0, 1e-9);
-    EXPECT_NEAR(unit.Flight.SpeedPerSec, 60.0, 1e-3);
-    for (int step = 0; step < 60 * 4; ++step)
-        sim.StepUnit(unit, StepSec);
-    EXPECT_NEAR(unit.Aircraft.Position.Y, 300.0, 1e-9) << "levels off at the target altitude";
-    EXPECT_NEAR(unit.Flight.SpeedPerSec, 110.0, 1e-3) << "patrol speed: half the cruise speed";
-    // A move order flies at the full cruise speed.
-    ASSERT_TRUE(SubmitAirMoveCommand(unit, {Vec3D(0, 300, 9000)}, false));
-    for (int step = 0; step < 60 * 3; ++step)
-        sim.StepUnit(unit, StepSec);
-    EXPECT_NEAR(unit.Flight.SpeedPerSec, 220.0, 1e-3);
-}
-
 TEST(AirFlight, PatrolLoopsBackToItsFirstPoint)
 {
     AirSimSystem sim;
@@ -183,20 +161,6 @@ TEST(AirFlight, PatrolLoopsBackToItsFirstPoint)
         EXPECT_EQ(visited[i], (visited[i - 1] + 1) % 3) << "change " << i;
     EXPECT_TRUE(unit.bHasActiveOrder);
     EXPECT_EQ(unit.ActiveCommand.Type, AirCommandType::Patrol);
-}
-
-TEST(AirFlight, PointsInsideTheTurningCircleAreStillReached)
-{
-    AirSimSystem sim;
-    for (double sideX : {-150.0, -60.0, 60.0, 150.0})
-    {
-        AirUnit unit = MakeCruisingAircraft(0, 0);
-        ASSERT_TRUE(SubmitAirMoveCommand(unit, {Vec3D(sideX, 300, 30)}, false));
-        int step = 0;
-        for (; step < 60 * 20 && unit.bHasActiveOrder; ++step)
-            sim.StepUnit(unit, StepSec);
-        EXPECT_FALSE(unit.bHasActiveOrder) << "point at side " << sideX;
-    }
 }
 
 TEST(AirFlight, IdleAircraftCircleAndBadStepsAreIgnored)

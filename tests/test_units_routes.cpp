@@ -176,32 +176,6 @@ TEST(DriveabilityGrid, FindCellHonoursTheMapEdges)
     }
 }
 
-TEST(DriveabilityGrid, RebuildsOnlyWhenAnotherMapIsLoaded)
-{
-    SpringMapRenderer map;
-    DriveabilityGrid grid;
-    EXPECT_FALSE(grid.SyncWith(map)) << "nothing loaded, nothing built";
-    EXPECT_FALSE(grid.IsBuilt());
-    LoadRidgeMap(map);
-    EXPECT_TRUE(grid.SyncWith(map));
-    const auto revision = grid.GetRevision();
-    EXPECT_FALSE(grid.SyncWith(map)) << "same map";
-    EXPECT_EQ(grid.GetRevision(), revision);
-    EXPECT_FALSE(grid.IsCellDriveable(10, 31));
-
-    // Same size, new heights: the ridge is gone.
-    map.LoadHeightGrid(RidgeCells + 1, RidgeCells + 1, SquareSize,
-                       std::vector<float>(static_cast<std::size_t>(RidgeCells + 1) * (RidgeCells + 1), 0.0f));
-    EXPECT_TRUE(grid.SyncWith(map));
-    EXPECT_EQ(grid.GetRevision(), revision + 1);
-    EXPECT_TRUE(grid.IsCellDriveable(10, 31));
-
-    map.Unload();
-    EXPECT_TRUE(grid.SyncWith(map));
-    EXPECT_FALSE(grid.IsBuilt());
-    EXPECT_FALSE(grid.IsDriveable(10.0, 10.0));
-}
-
 TEST(DriveabilityGrid, NearestDriveablePointMatchesBruteForce)
 {
     SpringMapRenderer map;
@@ -388,6 +362,61 @@ TEST(RoutePlanner, UnreachableGoalEndsAtTheNearestReachableCell)
             if (std::isfinite(reach[cz * grid.GetWidth() + cx]))
                 nearest = std::min(nearest, octile(cx, cz));
     EXPECT_NEAR(octile(endX, endZ), nearest, 1e-6);
+}
+
+// A line is clear exactly when fine samples along it all lie on drivable cells, on random grids.
+// Lines passing within 0.1 units of a cell corner are left out: there a sample walk may step over
+// the corner's cells, which the clear-line test must both check.
+TEST(RoutePlanner, ClearLineMatchesFineSamplingOnRandomGrids)
+{
+    const unsigned seed = 5150u;
+    std::printf("clear line seed %u\n", seed);
+    std::mt19937 rng(seed);
+    int clear = 0, blocked = 0;
+    for (int mapIndex = 0; mapIndex < 4; ++mapIndex)
+    {
+        const int n = 33;
+        std::vector<float> heights(static_cast<std::size_t>(n) * n, 0.0f);
+        std::bernoulli_distribution raised(0.03 + 0.02 * mapIndex);
+        for (float& h : heights)
+            h = raised(rng) ? 40.0f : 0.0f;
+        SpringMapRenderer map;
+        map.LoadHeightGrid(n, n, SquareSize, std::move(heights));
+        DriveabilityGrid grid;
+        grid.SyncWith(map);
+        std::uniform_real_distribution<double> coord(0.0, 32.0 * SquareSize);
+        for (int line = 0; line < 300; ++line)
+        {
+            const double fromX = coord(rng), fromZ = coord(rng);
+            // Short, axis-aligned and long lines alike.
+            double toX = coord(rng), toZ = coord(rng);
+            if (line % 5 == 1)
+                toZ = fromZ;
+            else if (line % 5 == 2)
+                toX = fromX;
+            else if (line % 5 == 3)
+                toX = std::clamp(fromX + (toX - fromX) * 0.1, 0.0, 255.9),
+                toZ = std::clamp(fromZ + (toZ - fromZ) * 0.1, 0.0, 255.9);
+            const int samples = static_cast<int>(std::hypot(toX - fromX, toZ - fromZ) / 0.02) + 1;
+            bool bAllDriveable = true, bNearCorner = false;
+            for (int k = 0; k <= samples; ++k)
+            {
+                const double x = fromX + (toX - fromX) * k / samples, z = fromZ + (toZ - fromZ) * k / samples;
+                bAllDriveable = bAllDriveable && grid.IsDriveable(x, z);
+                const double cornerX = std::round(x / SquareSize) * SquareSize;
+                const double cornerZ = std::round(z / SquareSize) * SquareSize;
+                bNearCorner = bNearCorner || std::hypot(x - cornerX, z - cornerZ) < 0.1;
+            }
+            if (bNearCorner)
+                continue;
+            (bAllDriveable ? clear : blocked) += 1;
+            EXPECT_EQ(RoutePlanner::HasClearLine(grid, fromX, fromZ, toX, toZ), bAllDriveable)
+                << "seed " << seed << " map " << mapIndex << " line " << line << " (" << fromX << ", "
+                << fromZ << ") to (" << toX << ", " << toZ << ")";
+        }
+    }
+    EXPECT_GT(clear, 100);
+    EXPECT_GT(blocked, 100);
 }
 
 TEST(RoutePlanner, RandomMapsAgreeWithReferenceDijkstra)

@@ -108,26 +108,6 @@ TEST(VehicleDriving, SlowFramesDriveTheSamePathAsFastOnes)
     EXPECT_GT(fast.Vehicle.Position.X, 150.0) << "well on its way";
 }
 
-TEST(VehicleDriving, FollowsTheTerrainHeightEveryFrame)
-{
-    DriveWorld world;
-    LoadInclineMap(world.Map, 64, 0.3f);
-    world.Sync();
-    VehicleUnit& v = world.Vehicle;
-    v.Position = Vec3D(40, 0, 200);
-    v.SetWaypoint(Vec3D(450, 0, 260));
-    double lastY = -1.0;
-    for (int frame = 0; frame < 600 && v.bHasTarget; ++frame)
-    {
-        world.Step();
-        ASSERT_EQ(v.Position.Y, world.Map.GetTerrainHeight(v.Position.X, v.Position.Z)) << "frame " << frame;
-        EXPECT_GE(v.Position.Y, lastY) << "frame " << frame << ": climbing all the way";
-        lastY = v.Position.Y;
-    }
-    EXPECT_FALSE(v.bHasTarget);
-    EXPECT_NEAR(v.Position.Y, 0.3 * 450.0, 0.3);
-}
-
 TEST(VehicleDriving, QueuedGoalsAreDrivenInOrder)
 {
     DriveWorld world;
@@ -156,32 +136,6 @@ TEST(VehicleDriving, QueuedGoalsAreDrivenInOrder)
     v.SetWaypoint(goals[2]);
     EXPECT_TRUE(v.WaypointQueue.empty());
     EXPECT_EQ(v.Target.X, goals[2].X);
-}
-
-TEST(VehicleDriving, ReplansWaitForTheCooldownAndDriveTheOldRouteMeanwhile)
-{
-    DriveWorld world;
-    VehicleUnit& v = world.Vehicle;
-    v.Position = Vec3D(100, 0, 100);
-    v.SetWaypoint(Vec3D(100, 0, 400));
-    world.Step(0.1);
-    EXPECT_FALSE(v.bNeedsRouteRefresh);
-    EXPECT_FLOAT_EQ(v.RouteRefreshCooldown, VehicleUnit::RouteRefreshIntervalSec);
-    ASSERT_FALSE(v.Route.empty());
-    EXPECT_EQ(v.Route.back().Z, 400.0);
-
-    v.SetWaypoint(Vec3D(400, 0, 100));
-    const double zBefore = v.Position.Z;
-    world.Step(0.1); // 0.15 s left on the cooldown
-    EXPECT_TRUE(v.bNeedsRouteRefresh);
-    EXPECT_EQ(v.Route.back().Z, 400.0) << "still on the old route";
-    EXPECT_GT(v.Position.Z, zBefore) << "and still driving it";
-    world.Step(0.1); // 0.05 s left
-    EXPECT_TRUE(v.bNeedsRouteRefresh);
-    world.Step(0.06);
-    EXPECT_FALSE(v.bNeedsRouteRefresh);
-    EXPECT_EQ(v.Route.back().X, 400.0);
-    EXPECT_EQ(v.Route.back().Z, 100.0);
 }
 
 TEST(VehicleDriving, PlanBudgetDefersTheRestToTheNextStep)
@@ -226,22 +180,6 @@ TEST(VehicleDriving, BadTimeStepsChangeNothing)
     }
 }
 
-TEST(VehicleDriving, LoadingAnotherMapReplansTheRoute)
-{
-    DriveWorld world;
-    VehicleUnit& v = world.Vehicle;
-    v.Position = Vec3D(100, 0, 100);
-    v.SetWaypoint(Vec3D(100, 0, 400));
-    for (int frame = 0; frame < 30; ++frame)
-        world.Step();
-    ASSERT_EQ(v.Route.size(), 1u) << "open ground: straight";
-    LoadRidgeMap(world.Map);
-    world.Sync();
-    world.Step();
-    EXPECT_GT(v.Route.size(), 1u) << "the ridge now stands in the way";
-    EXPECT_EQ(v.RouteGridRevision, world.Grid.GetRevision());
-}
-
 // --- The viewport's unit services ---
 
 void AddVehicle(GLViewport& view, double x, double z)
@@ -249,26 +187,6 @@ void AddVehicle(GLViewport& view, double x, double z)
     auto vehicle = std::make_unique<VehicleUnit>();
     vehicle->Position = Vec3D(x, 0, z);
     view.Vehicles.push_back(std::move(vehicle));
-}
-
-TEST(ViewportUnits, ControllableVehiclesKeepTheirOrderAndSkipEmptyEntries)
-{
-    TestApp app;
-    AddVehicle(app.View, 10, 10);
-    app.View.Vehicles.push_back(nullptr);
-    AddVehicle(app.View, 20, 20);
-    AddVehicle(app.View, 30, 30);
-    const std::vector<VehicleUnit*> first = app.View.GetControllableVehicles();
-    ASSERT_EQ(first.size(), 3u);
-    EXPECT_EQ(first[0], app.View.Vehicles[0].get());
-    EXPECT_EQ(first[1], app.View.Vehicles[2].get());
-    EXPECT_EQ(first[2], app.View.Vehicles[3].get());
-    app.View.Units.Step(FrameSec);
-    EXPECT_EQ(app.View.GetControllableVehicles(), first) << "unchanged set, unchanged order";
-    app.View.Vehicles.erase(app.View.Vehicles.begin());
-    const std::vector<VehicleUnit*> after = app.View.GetControllableVehicles();
-    EXPECT_EQ(after, std::vector<VehicleUnit*>(first.begin() + 1, first.end()));
-    EXPECT_TRUE(GLViewport().GetControllableVehicles().empty());
 }
 
 TEST(ViewportUnits, DriveableWaypointIsTheNearestDrivablePointAtTerrainHeight)
