@@ -151,8 +151,7 @@ void Minimap::ProcessMouse(const Mouse& MouseState, bool bPointerInWindow, GLVie
 
     if (bOver && !bViewportBusy && pressed(Mouse::Left))
         bLeftDrag = true;
-    if (bLeftDrag && (!MouseState.pButton[Mouse::Left] || !bShown))
-        bLeftDrag = false;
+    // The release's own position is the drag's last: the button comes up where the pointer is.
     Vec3D point;
     if (bLeftDrag && PixelToMap(View, WidthPx, HeightPx, xPx, yPx, point))
     {
@@ -160,6 +159,8 @@ void Minimap::ProcessMouse(const Mouse& MouseState, bool bPointerInWindow, GLVie
         View.WorldOffsetZ = point.Z;
         View.PanX = View.PanY = 0.0;
     }
+    if (bLeftDrag && (!MouseState.pButton[Mouse::Left] || !bShown))
+        bLeftDrag = false;
 
     if (bOver && !bViewportBusy && pressed(Mouse::Right))
         bRightPress = true;

@@ -81,8 +81,11 @@ TEST_F(QuindleBinary, BadCommandLinesExitTwoWithOneLine)
                                           "--map /no/such/file.smf",
                                           "--map '" + (Dir / "corrupt.smf").string() + "' --frames 1",
                                           "--map '" + (Dir / "empty.sdd").string() + "' --frames 1",
-                                          "--frames 1 --screenshot /no/such/dir/shot.png",
-                                          "--frames 1 --state-out /no/such/dir/state.json"};
+                                          // Output paths fail at start, not after a hundred million frames.
+                                          "--frames 100000000 --screenshot /no/such/dir/shot.png",
+                                          "--frames 100000000 --screenshot shot.jpg",
+                                          "--frames 100000000 --state-out /no/such/dir/state.json",
+                                          "--frames 100000000 --state-out '" + Dir.string() + "'"};
     for (const std::string& args : bad)
     {
         const RunResult run = RunQuindle(args);
@@ -122,6 +125,8 @@ TEST_F(QuindleBinary, HeadlessRunWritesScreenshotAndState)
     };
     EXPECT_EQ(be32(16), 320u) << "width in the header";
     EXPECT_EQ(be32(20), 200u) << "height in the header";
+    EXPECT_EQ(png[24], 8) << "8 bits per channel";
+    EXPECT_EQ(png[25], 2) << "colour type RGB: no alpha channel to wash the overlays out";
 
     const std::string json = ReadFile(state);
     EXPECT_NE(json.find("\"frames\": 30"), std::string::npos) << json;

@@ -1,5 +1,6 @@
 // Command-line parsing and the state file's JSON, without a window.
 #include <cmath>
+#include <cstdio>
 #include <limits>
 #include <string>
 #include <vector>
@@ -75,12 +76,75 @@ TEST(CommandLine, BadOptionsAreOneLineAndLeaveTheOptionsAlone)
     }
 }
 
-TEST(CommandLine, SizeMessageNamesTheValue)
+TEST(CommandLine, MessagesSayWhatIsWrongInPlainWords)
+{
+    const std::string folder = ::testing::TempDir();
+    const std::string file = folder + "quindle-options-file";
+    FILE* created = std::fopen(file.c_str(), "w");
+    ASSERT_NE(created, nullptr);
+    std::fclose(created);
+    const std::string insideFile = file + "/s.json";
+    struct Case
+    {
+        std::vector<const char*> Args;
+        std::string Expected;
+    };
+    // clang-format off
+    const Case cases[] = {
+        {{"--size", "big"}, "quindle: --size: expected WIDTHxHEIGHT with each side in 64..16384, got 'big'"},
+        {{"--vehicles", "abc"}, "quindle: --vehicles: 'abc' is not a number (expected a whole number from 0 to 5000)"},
+        {{"--vehicles", "12x"}, "quindle: --vehicles: '12x' is not a number (expected a whole number from 0 to 5000)"},
+        {{"--aircraft", "201"}, "quindle: --aircraft: 201 is out of range (expected a whole number from 0 to 200)"},
+        {{"--frames", "99999999999999999999"}, "quindle: --frames: 99999999999999999999 is out of range (expected a whole number from 1 to 100000000)"},
+        {{"--map"}, "quindle: --map: needs a value (see quindle --help)"},
+        {{"--map", "/no/such/map.sdz"}, "quindle: --map: /no/such/map.sdz: No such file or directory"},
+        {{"--effects-panel", "maybe"}, "quindle: --effects-panel: expected on or off, got 'maybe'"},
+        {{"--screenshot", "shot.jpg"}, "quindle: --screenshot: only .png is supported"},
+        {{"--screenshot", "shot"}, "quindle: --screenshot: only .png is supported"},
+        {{"--screenshot", "/no/such/dir/a.png"}, "quindle: --screenshot: cannot write /no/such/dir/a.png: No such file or directory"},
+        {{"--state-out", folder.c_str()}, "quindle: --state-out: cannot write " + folder + ": Is a directory"},
+        {{"--state-out", insideFile.c_str()}, "quindle: --state-out: cannot write " + file + "/s.json: Not a directory"},
+    };
+    // clang-format on
+    for (const Case& c : cases)
+    {
+        AppOptions options;
+        std::string text;
+        EXPECT_EQ(Parse(c.Args, options, text), ParseOutcome::Error) << c.Expected;
+        EXPECT_EQ(text, c.Expected);
+    }
+    std::remove(file.c_str());
+}
+
+TEST(CommandLine, EffectsPanelOnOffAndWritablePaths)
+{
+    const std::string folder = ::testing::TempDir();
+    AppOptions options;
+    std::string text;
+    ASSERT_EQ(Parse({"--effects-panel", "off", "--screenshot", (folder + "x.PNG").c_str()}, options, text),
+              ParseOutcome::Run)
+        << text;
+    EXPECT_EQ(options.EffectsPanel, AppOptions::Panel::Off);
+    ASSERT_EQ(Parse({"--effects-panel", "on"}, options, text), ParseOutcome::Run) << text;
+    EXPECT_EQ(options.EffectsPanel, AppOptions::Panel::On);
+    ASSERT_EQ(Parse({}, options, text), ParseOutcome::Run) << text;
+    EXPECT_EQ(options.EffectsPanel, AppOptions::Panel::Auto);
+    ASSERT_EQ(Parse({"--version"}, options, text), ParseOutcome::Help);
+    EXPECT_EQ(text.rfind("quindle ", 0), 0u) << text;
+}
+
+TEST(CommandLine, HelpListsEveryOption)
 {
     AppOptions options;
     std::string text;
-    ASSERT_EQ(Parse({"--size", "big"}, options, text), ParseOutcome::Error);
-    EXPECT_EQ(text, "quindle: --size: expected WIDTHxHEIGHT with each side in 64..16384, got 'big'");
+    ASSERT_EQ(Parse({"--help"}, options, text), ParseOutcome::Help);
+    for (const char* part : {"--map", "--vehicles", "--aircraft", "--size", "--frames", "--screenshot",
+                             "--state-out", "--effects-panel", "--info", "--version", "Default: 12.", "SIGUSR2",
+                             "EXIT STATUS", "F1 or ?", "Ctrl+Shift+L"})
+        EXPECT_NE(text.find(part), std::string::npos) << part;
+    // The parser's own vocabulary stays out of a page meant for people.
+    for (const char* jargon : {"TEXT", "INT", "UINT", "REQUIRED", "[Option", "Excludes", ":{", "Options:"})
+        EXPECT_EQ(text.find(jargon), std::string::npos) << jargon;
 }
 
 TEST(CommandLine, WindowSizeBoundaries)

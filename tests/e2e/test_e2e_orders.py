@@ -179,7 +179,7 @@ def leave_during_drags(s):
     orders."""
     selection = s.state["selection"]
     messages = len(s.messages())
-    s.drag(1, [(200, 200), (400, 420), (640, H + 60), (450, 450), (460, 460)])
+    s.drag(1, [(260, 260), (400, 420), (640, H + 60), (450, 450), (460, 460)])
     s.check_new_messages(messages, [], "band that left the window")
     s.check(s.state["selection"] == selection, "selection after a band left the window", selection,
             s.state["selection"])

@@ -21,9 +21,9 @@ POINTS = {"A": (300, 420), "B": (420, 520), "C": (560, 300), "D": (380, 360)}
 
 
 def select_everything(s):
-    """A band over the whole map view takes the aircraft with the vehicles."""
+    """A band over the map view (right of the minimap) takes the aircraft with the vehicles."""
     messages = len(s.messages())
-    state = s.drag(1, [(20, 20), (640, 360), (W - 20, H - 40)])
+    state = s.drag(1, [(260, 20), (640, 360), (W - 20, H - 40)])
     vehicles = len(state["vehicles"])
     s.check_new_messages(messages, ["%d unit(s) selected. Right click to move." % (vehicles + 1)],
                          "band over everything")
