@@ -92,14 +92,14 @@ namespace
 {
 // Longest step of the flight integration, so a slow frame flies the same curve as fast ones.
 constexpr double MaxFlightStepSec = 0.05;
+} // namespace
 
-void EndOrder(AirUnit& Unit)
+void EndAirOrder(AirUnit& Unit)
 {
     Unit.ActiveCommand = AirCommand{};
     Unit.Flight.Navigator.SetPath({}, false);
     Unit.bHasActiveOrder = false;
 }
-} // namespace
 
 void AirSimSystem::Step(std::vector<std::unique_ptr<AirUnit>>& Units, double dtSec) const
 {
@@ -149,7 +149,7 @@ void AirSimSystem::Fly(AirUnit& Unit, double dtSec) const
     else
     {
         if (Unit.bHasActiveOrder)
-            EndOrder(Unit);
+            EndAirOrder(Unit);
         flight.HeadingDeg = static_cast<float>(std::remainder(flight.HeadingDeg + maxTurnDeg, 360.0));
     }
     const double headingRad = flight.HeadingDeg * (M_PI / 180.0);

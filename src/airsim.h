@@ -71,6 +71,8 @@ bool SubmitAirMoveCommand(AirUnit& Unit, std::vector<Vec3D> Route, bool bAppend)
 // Gives an aircraft a patrol point: starts a new patrol, or with bAppend adds it behind the current points.
 // SpeedScale multiplies the aircraft's cruise speed while it patrols.
 bool SubmitAirPatrolCommand(AirUnit& Unit, const Vec3D& Point, bool bAppend, float SpeedScale);
+// Drops the aircraft's orders: it circles where it is.
+void EndAirOrder(AirUnit& Unit);
 
 // Flies every aircraft along its navigator's points at its target altitude: turns at most its turn
 // rate towards the current point, counts a point reached within the turning radius (closer ones

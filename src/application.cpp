@@ -2,6 +2,7 @@
 
 #include <SDL3/SDL.h>
 
+#include "cameraguard.h"
 #include "controls.h"
 #include "effectspanelfit.h"
 #include "glreadback.h"
@@ -64,6 +65,7 @@ bool Application::Start(const AppOptions& Options, std::string& Error)
     if (!MapWarnings.empty()) // shown last, so it is what the status bar says at start
         Window.SetStatusBarText(SummariseMapWarnings(MapWarnings));
     bFixedTimeStep = Options.FrameCount > 0;
+    Keys.Camera.bEdgeScroll = (SDL_GetWindowFlags(CoreSdl.pWindow) & SDL_WINDOW_FULLSCREEN) != 0;
     LastFrameNs = SDL_GetTicksNS();
     return true;
 }
@@ -82,8 +84,21 @@ void Application::HandleWindowEvent(const SDL_Event& Event)
         CoreSdl.UpdatePixelSize();
         break;
     case SDL_EVENT_KEY_DOWN:
-        if (const Control* pControl = FindKeyControl(Event.key.key, Event.key.mod))
+        // The view's keys are plain letters and digits: typing into a text field must not move the view.
+        if (const Control* pControl = FindKeyControl(Event.key.key, Event.key.mod);
+            pControl &&
+            !(SDL_TextInputActive(CoreSdl.pWindow) || Keys.HandleKeyDown(*pControl, Event.key, Viewport)))
             ApplyKeyAction(pControl->Action, Event.key.repeat);
+        break;
+    case SDL_EVENT_KEY_UP:
+        Keys.HandleKeyUp(Event.key);
+        break;
+    case SDL_EVENT_WINDOW_FOCUS_LOST:
+        Keys.Camera.ReleaseAll();
+        break;
+    case SDL_EVENT_WINDOW_ENTER_FULLSCREEN:
+    case SDL_EVENT_WINDOW_LEAVE_FULLSCREEN:
+        Keys.Camera.bEdgeScroll = Event.type == SDL_EVENT_WINDOW_ENTER_FULLSCREEN;
         break;
     default:
         break;
@@ -127,24 +142,22 @@ void Application::ApplyKeyAction(AppAction Action, bool bRepeat)
         if (!bRepeat)
             MiniMap.bVisible = !MiniMap.bVisible;
         break;
-    case AppAction::None:
+    default: // the view's keys: ViewKeys
         break;
     }
 }
 
-bool Application::ProcessInput()
+void Application::UpdateWindowFlags()
 {
-    Stats.BeginCpu(SDL_GetTicksNS());
-    SDL_Event event;
-    while (SDL_PollEvent(&event))
-    {
-        HandleWindowEvent(event);
-        Input.HandleEvent(event, CoreSdl.GetPixelsPerPointX(), CoreSdl.GetPixelsPerPointY());
-    }
     const SDL_WindowFlags flags = SDL_GetWindowFlags(CoreSdl.pWindow);
     Renderer.bDrawingAllowed = (flags & SDL_WINDOW_MINIMIZED) == 0;
     Viewport.bHasFocus = (flags & SDL_WINDOW_INPUT_FOCUS) != 0;
+}
 
+void Application::RouteMouseFrame()
+{
+    Rotation.Sync(Viewport);
+    CameraGuard::Apply(Viewport);
     const std::vector<MouseClick> clicks = Input.FillMouse(MouseState, CoreSdl.Width, CoreSdl.Height);
     std::vector<GlobalClick> globalClicks;
     globalClicks.reserve(clicks.size());
@@ -153,12 +166,45 @@ bool Application::ProcessInput()
     MiniMap.ProcessMouse(MouseState, Input.IsPointerInWindow(), Viewport, Window, CoreSdl.Width,
                          CoreSdl.Height);
     Windows.ProcessFrame(MouseState, App, globalClicks, Input.IsPointerInWindow());
+    Rotation.Sync(Viewport);
     Tooltip.Update(Viewport, SDL_GetTicks());
+}
+
+bool Application::ProcessInput()
+{
+    // The event stream is cut into frames of mouse input at every button transition and wheel
+    // turn, so the viewport sees each press and release where it happened; the frame is still
+    // drawn once.
+    Stats.BeginCpu(SDL_GetTicksNS());
+    UpdateWindowFlags();
+    bool bRouted = false;
+    SDL_Event event;
+    while (SDL_PollEvent(&event))
+    {
+        HandleWindowEvent(event);
+        const bool bEndsFrame = Input.EndsFrame(event);
+        if (bEndsFrame && Input.HasPendingInput())
+            RouteMouseFrame();
+        Input.HandleEvent(event, CoreSdl.GetPixelsPerPointX(), CoreSdl.GetPixelsPerPointY());
+        if (bEndsFrame)
+        {
+            RouteMouseFrame();
+            bRouted = true;
+        }
+    }
+    UpdateWindowFlags();
+    if (!bRouted || Input.HasPendingInput())
+        RouteMouseFrame();
 
     // A run of a fixed number of frames steps 60 Hz time so its state file is the same every run.
     const std::uint64_t nowNs = SDL_GetTicksNS();
-    Viewport.Units.Step(bFixedTimeStep ? 1.0 / 60.0 : (nowNs - LastFrameNs) * 1e-9);
+    const double dtSec = bFixedTimeStep ? 1.0 / 60.0 : (nowNs - LastFrameNs) * 1e-9;
     LastFrameNs = nowNs;
+    Keys.Camera.Step(Viewport, dtSec,
+                     {Input.IsPointerInWindow(), static_cast<double>(MouseState.X),
+                      static_cast<double>(MouseState.Y), CoreSdl.Width, CoreSdl.Height});
+    Viewport.Units.Step(dtSec);
+    CameraGuard::Apply(Viewport);
     return !bQuitRequested;
 }
 

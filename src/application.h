@@ -19,8 +19,10 @@
 #include "navtooltip.h"
 #include "rend.h"
 #include "rend_gl.h"
+#include "rotatecontinuity.h"
 #include "ttf.h"
 #include "ttf_gl.h"
+#include "viewkeys.h"
 #include "windowsystem.h"
 
 // Quindle as a person runs it: the SDL window and GL context, the services behind the global p,
@@ -63,6 +65,9 @@ class Application
 
   private:
     void HandleWindowEvent(const SDL_Event& Event);
+    void UpdateWindowFlags();
+    // Hands the mouse input gathered since the last call to the window system as one frame.
+    void RouteMouseFrame();
     // Does what a key of the controls table asks; bRepeat: the key is held and auto-repeating.
     void ApplyKeyAction(AppAction Action, bool bRepeat);
     // Where the status bar ends, in global units: left of the viewport's Rotate toggle.
@@ -87,6 +92,8 @@ class Application
     GLViewport Viewport;
     WindowSystem Windows;
     MouseInput Input;
+    RotateContinuity Rotation;
+    ViewKeys Keys;
     Batch2DGL Batch;
     TTFGL FontBackend;
     FontMetrics Metrics;

@@ -25,6 +25,18 @@ const Control Controls[] = {
     {"F3", "show or hide the effects panel", AppAction::ToggleEffectsPanel, {{{SDLK_F3}}}},
     {"M", "show or hide the minimap", AppAction::ToggleMinimap, {{{SDLK_M}}}},
     {"Home", "frame the whole map again", AppAction::FrameMap, {{{SDLK_HOME}}}},
+    {"Arrow keys", "move the view over the map, faster the farther out the camera is", AppAction::MoveView, {{{SDLK_UP}, {SDLK_DOWN}, {SDLK_LEFT}, {SDLK_RIGHT}}}},
+    {"Q / E", "turn the view left / right", AppAction::TurnView, {{{SDLK_Q}, {SDLK_E}}}},
+    {"Page Up / Page Down", "tilt the view towards the horizon / towards looking straight down", AppAction::TiltView, {{{SDLK_PAGEUP}, {SDLK_PAGEDOWN}}}},
+    {"+", "zoom in by one wheel notch", AppAction::ZoomIn, {{{SDLK_EQUALS}, {SDLK_EQUALS, Shift}, {SDLK_PLUS}, {SDLK_KP_PLUS}}}},
+    {"-", "zoom out by one wheel notch", AppAction::ZoomOut, {{{SDLK_MINUS}, {SDLK_KP_MINUS}}}},
+    {"Pointer at the window's edge", "move the view that way (on by default in fullscreen)"},
+    {"Ctrl+E", "switch moving the view at the window's edge on or off", AppAction::ToggleEdgeScroll, {{{SDLK_E, Ctrl}}}},
+    {"F", "frame the selected units", AppAction::FrameSelection, {{{SDLK_F}}}},
+    {"Ctrl+A", "select all vehicles and the aircraft", AppAction::SelectAllUnits, {{{SDLK_A, Ctrl}}}},
+    {"Ctrl+1 ... Ctrl+9", "store the selection as group 1 ... 9", AppAction::StoreGroup, {{{SDLK_1, Ctrl}, {SDLK_2, Ctrl}, {SDLK_3, Ctrl}, {SDLK_4, Ctrl}, {SDLK_5, Ctrl}, {SDLK_6, Ctrl}, {SDLK_7, Ctrl}, {SDLK_8, Ctrl}, {SDLK_9, Ctrl}}}},
+    {"1 ... 9", "select group 1 ... 9", AppAction::RecallGroup, {{{SDLK_1}, {SDLK_2}, {SDLK_3}, {SDLK_4}, {SDLK_5}, {SDLK_6}, {SDLK_7}, {SDLK_8}, {SDLK_9}}}},
+    {"S", "stop the selected units: they drop their orders", AppAction::StopUnits, {{{SDLK_S}}}},
     {"Ctrl+Shift+L", "switch the jet-exhaust effect on or off", AppAction::ToggleJetEffect, {{{SDLK_L, CtrlShift}}}},
     {"Ctrl+Shift+R", "reload the jet-exhaust shaders", AppAction::ReloadJetShaders, {{{SDLK_R, CtrlShift}}}},
     {"Ctrl+Q, or closing the window", "quit", AppAction::Quit, {{{SDLK_Q, Ctrl}}}},
@@ -49,12 +61,19 @@ std::span<const Control> GetControls()
 
 const Control* FindKeyControl(SDL_Keycode Key, SDL_Keymod Mods)
 {
-    if (Key == SDLK_UNKNOWN)
-        return nullptr;
-    const SDL_Keymod mods = ReduceMods(Mods);
     for (const Control& control : Controls)
-        for (const KeyChord& chord : control.Chords)
-            if (chord.Key == Key && ReduceMods(chord.Mods) == mods)
-                return &control;
+        if (FindChordIndex(control, Key, Mods) >= 0)
+            return &control;
     return nullptr;
+}
+
+int FindChordIndex(const Control& Row, SDL_Keycode Key, SDL_Keymod Mods)
+{
+    if (Key == SDLK_UNKNOWN)
+        return -1;
+    const SDL_Keymod mods = ReduceMods(Mods);
+    for (std::size_t i = 0; i < Row.Chords.size(); ++i)
+        if (Row.Chords[i].Key == Key && ReduceMods(Row.Chords[i].Mods) == mods)
+            return static_cast<int>(i);
+    return -1;
 }

@@ -23,6 +23,17 @@ enum class AppAction
     ToggleFrameStats,
     ToggleEffectsPanel,
     ToggleMinimap,
+    MoveView, // chords: up, down, left, right
+    TurnView, // chords: left, right
+    TiltView, // chords: up, down
+    ZoomIn,
+    ZoomOut,
+    ToggleEdgeScroll,
+    FrameSelection,
+    SelectAllUnits,
+    StoreGroup,  // chord i stores group i + 1
+    RecallGroup, // chord i recalls group i + 1
+    StopUnits,
 };
 
 // A key with the modifiers it needs. Ctrl, Shift and Alt count on either side and must match
@@ -38,11 +49,16 @@ struct Control
     const char* Input; // as a person reads it, e.g. "Ctrl+Shift+L"
     const char* Does;
     AppAction Action = AppAction::None;
-    // The keys that trigger the control (at most two spellings, e.g. F1 and ?); empty for mouse rows.
-    std::array<KeyChord, 2> Chords{};
+    // The keys that trigger the control (spellings such as F1 and ?, or a group such as the four
+    // arrows or the nine digits); empty for mouse rows.
+    std::array<KeyChord, 9> Chords{};
 };
 
 std::span<const Control> GetControls();
 
 // The control whose chord a key press matches (modifiers reduced to Ctrl, Shift and Alt), or null.
 const Control* FindKeyControl(SDL_Keycode Key, SDL_Keymod Mods);
+
+// Which of the control's chords a key press matches (0 for the first), or -1: a row that covers a
+// group of keys (the arrows, the digits) tells them apart by it.
+int FindChordIndex(const Control& Row, SDL_Keycode Key, SDL_Keymod Mods);

@@ -10,6 +10,7 @@
 #include <SDL3/SDL_timer.h>
 
 #include "airsim.h"
+#include "cameraguard.h"
 #include "core.h"
 #include "scene_gl.h"
 #include "vehicleorders.h"
@@ -140,11 +141,8 @@ void GLViewport::ResetSpringMapCamera()
         return;
     WorldOffsetX = SpringMap.GetWorldWidth() * 0.5;
     WorldOffsetZ = SpringMap.GetWorldDepth() * 0.5;
-    // Far enough that the whole map fits the vertical field of view.
-    const double extent = std::max(SpringMap.GetWorldWidth(), SpringMap.GetWorldDepth());
-    const double halfFovRad = std::clamp(CameraFovDeg, 1.0, 170.0) * M_PI / 360.0;
-    const double fit = extent * 0.6 / std::tan(halfFovRad);
-    CameraDistance = std::min(std::max(fit, MinCameraDistance), MaxCameraDistance);
+    CameraDistance =
+        std::min(std::max(CameraGuard::GetMapFramingDistance(*this), MinCameraDistance), MaxCameraDistance);
 }
 
 std::vector<VehicleUnit*> GLViewport::GetControllableVehicles()

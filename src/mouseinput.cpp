@@ -34,6 +34,23 @@ unsigned int ToWholePixel(float Px)
 }
 } // namespace
 
+bool MouseInput::EndsFrame(const SDL_Event& Event) const
+{
+    switch (Event.type)
+    {
+    case SDL_EVENT_MOUSE_BUTTON_DOWN:
+    case SDL_EVENT_MOUSE_BUTTON_UP:
+    {
+        const int index = ToButtonIndex(Event.button.button);
+        return index >= 0 && bButtonDown[index] != (Event.type == SDL_EVENT_MOUSE_BUTTON_DOWN);
+    }
+    case SDL_EVENT_MOUSE_WHEEL:
+        return Event.wheel.y != 0.0f;
+    default:
+        return false;
+    }
+}
+
 void MouseInput::HandleEvent(const SDL_Event& Event, float PixelsPerPointX, float PixelsPerPointY)
 {
     switch (Event.type)
@@ -81,8 +98,9 @@ void MouseInput::HandleEvent(const SDL_Event& Event, float PixelsPerPointX, floa
         bPointerInWindow = false;
         break;
     default:
-        break;
+        return;
     }
+    bPendingInput = true;
 }
 
 std::vector<MouseClick> MouseInput::FillMouse(Mouse& MouseState, int WidthPx, int HeightPx)
@@ -101,6 +119,7 @@ std::vector<MouseClick> MouseInput::FillMouse(Mouse& MouseState, int WidthPx, in
     const double heightPx = std::max(HeightPx, 1);
     MouseState.X3D = PointerXPx / widthPx * 2.0 - 1.0;
     MouseState.Y3D = 1.0 - PointerYPx / heightPx * 2.0;
+    bPendingInput = false;
     std::vector<MouseClick> clicks;
     clicks.swap(Clicks);
     return clicks;

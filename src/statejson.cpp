@@ -5,6 +5,7 @@
 
 #include "glviewport.h"
 #include "glwindow.h"
+#include "rotatecontinuity.h"
 #include "vehicleunit.h"
 
 std::string JsonQuote(const std::string& Text)
@@ -74,13 +75,15 @@ const char* JsonBool(bool b)
 
 std::string CameraJson(const GLViewport& View)
 {
-    return std::string("  \"camera\": {") + "\"yawDeg\": " + JsonNumber(View.CameraYawDeg) +
+    return std::string("  \"camera\": {") + "\"yawDeg\": " + JsonNumber(GetRenderedYawDeg(View)) +
            ", \"pitchDeg\": " + JsonNumber(View.CameraPitchDeg) +
            ", \"distance\": " + JsonNumber(View.CameraDistance) +
            ", \"fovDeg\": " + JsonNumber(View.CameraFovDeg) + ", \"panX\": " + JsonNumber(View.PanX) +
            ", \"panY\": " + JsonNumber(View.PanY) + ", \"worldOffsetX\": " + JsonNumber(View.WorldOffsetX) +
            ", \"worldOffsetZ\": " + JsonNumber(View.WorldOffsetZ) +
-           ", \"autoRotate\": " + JsonBool(View.bAutoRotate) + "},\n";
+           ", \"autoRotate\": " + JsonBool(View.bAutoRotate) +
+           ", \"minDistance\": " + JsonNumber(View.MinCameraDistance) +
+           ", \"maxDistance\": " + JsonNumber(View.MaxCameraDistance) + "},\n";
 }
 
 std::string EffectsJson(const GLViewport& View)

@@ -33,6 +33,15 @@ void VehicleUnit::QueueWaypoint(const Vec3D& Goal)
     WaypointQueue.push_back(Goal);
 }
 
+void VehicleUnit::ClearOrders()
+{
+    WaypointQueue.clear();
+    bHasTarget = false;
+    bNeedsRouteRefresh = false;
+    Route.clear();
+    RouteIndex = 0;
+}
+
 void VehicleUnit::Update(double dtSec, const SpringMapRenderer& Map, const DriveabilityGrid& Grid,
                          RoutePlanner& Planner, int& RoutePlanBudget)
 {

@@ -24,6 +24,8 @@ class VehicleUnit
     void SetWaypoint(const Vec3D& Goal);
     // Adds a goal behind the current ones (becomes the target when there is none).
     void QueueWaypoint(const Vec3D& Goal);
+    // Drops every goal and the route: the vehicle stops where it is.
+    void ClearOrders();
 
     // One simulation step: plans the route when a new goal asks for one (spending one unit of
     // RoutePlanBudget, and waiting for a later step when it is spent), drives along the route and

@@ -38,9 +38,15 @@ TEST(Controls, ModifiersMatchExactlyOnEitherSide)
         {SDLK_L, SDL_KMOD_LCTRL, AppAction::None},
         {SDLK_L, SDL_KMOD_LCTRL | SDL_KMOD_LSHIFT | SDL_KMOD_LALT, AppAction::None},
         {SDLK_Q, SDL_KMOD_RCTRL, AppAction::Quit},
-        {SDLK_Q, SDL_KMOD_NONE, AppAction::None},
         {SDLK_HOME, SDL_KMOD_NONE, AppAction::FrameMap},
         {SDLK_HOME, SDL_KMOD_LSHIFT, AppAction::None},
+        {SDLK_Q, SDL_KMOD_NONE, AppAction::TurnView},
+        {SDLK_A, SDL_KMOD_RCTRL, AppAction::SelectAllUnits},
+        {SDLK_A, SDL_KMOD_NONE, AppAction::None},
+        {SDLK_9, SDL_KMOD_LCTRL, AppAction::StoreGroup},
+        {SDLK_9, SDL_KMOD_NONE, AppAction::RecallGroup},
+        {SDLK_0, SDL_KMOD_NONE, AppAction::None},
+        {SDLK_EQUALS, SDL_KMOD_LSHIFT, AppAction::ZoomIn},
         {SDLK_UNKNOWN, SDL_KMOD_NONE, AppAction::None},
     };
     // clang-format on

@@ -13,7 +13,8 @@ import quindle_x11 as q
 
 W, H = 1280, 720
 ORBIT_DEG_PER_PX = 0.25
-ZOOM_STEP, MIN_DISTANCE, MAX_DISTANCE = 20.0, 50.0, 20000.0
+ZOOM_STEP = 20.0
+MOVE_DISTANCES_PER_S, TURN_DEG_PER_S = 0.8, 90.0
 NAV_ZOOM_RATE, NAV_ROTATE_DEG, NAV_PAN_SPEED, NAV_HOLD_RATE = 5.0, 5.0, 0.08, 6.0
 
 # The widget: 0.18 of the width (the smallest legible size) with a 0.07 margin, bottom right, so
@@ -143,15 +144,17 @@ def pan(s):
 def wheel(s):
     """Over the map a notch moves 8 % of the distance (at least ZoomStep), within the limits."""
     s.move(640, 360)
-    expected = s.state["camera"]["distance"]
+    camera = s.state["camera"]
+    expected, min_distance, max_distance = camera["distance"], camera["minDistance"], camera["maxDistance"]
     for button, notches in ((5, 30), (4, 2), (4, 80), (5, 1)):
         camera = s.click(640, 360, button, notches)["camera"]
         for _ in range(notches):
             step = max(0.08 * expected, ZOOM_STEP)
-            expected = min(MAX_DISTANCE, expected + step) if button == 5 else max(MIN_DISTANCE, expected - step)
+            expected = min(max_distance, expected + step) if button == 5 else max(min_distance, expected - step)
         s.check_near(camera["distance"], expected, 1e-6 * expected,
                      "distance after %d wheel %s notch(es)" % (notches, "out" if button == 5 else "in"))
-    s.check(expected == 50.0 + 20.0, "zoom limits met", "50 then 70", expected)
+    last_in = min_distance + max(0.08 * min_distance, ZOOM_STEP)
+    s.check(expected == last_in, "zoom limits met", "%g then %g" % (min_distance, last_in), expected)
 
 
 def nav_buttons_once(s):
@@ -204,12 +207,15 @@ def nav_button_held(s):
 
 
 def rotate_toggle(s):
-    """The toggle flips auto-rotation and shows it; the yaw field itself stays put."""
+    """The toggle flips auto-rotation and shows it; the drawn yaw goes on from where it was, turning
+    at most 6 degrees a second while the click and the snapshot take their frames."""
     for expected in (True, False):
         yaw = s.state["camera"]["yawDeg"]
+        started = time.monotonic()
         camera = s.click(*toggle_indicator_point())["camera"]
         s.check(camera["autoRotate"] is expected, "autoRotate after a click on Rotate", expected, camera["autoRotate"])
-        s.check_near(camera["yawDeg"], yaw, 0.0, "yaw field with auto-rotation %s" % expected)
+        s.check_near(wrap_deg(camera["yawDeg"] - yaw), 0.0, 6.0 * (time.monotonic() - started) + 1e-6,
+                     "drawn yaw with auto-rotation switched %s" % ("on" if expected else "off"))
         test = is_lit_cyan if expected else (lambda c: is_dark(c, 80))
         check_pixels(s, s.image(), [toggle_indicator_point()], test, "Rotate indicator, checked %s" % expected)
 
@@ -256,12 +262,45 @@ def leave_during_drags(s):
     s.check_near(camera["panY"], start["panY"] - 20 * per_px, 1e-6, "panY of a pan that left and came back")
 
 
+def view_keys(s):
+    """Arrows move the orbit centre along the view at 0.8 camera distances a second, Q and E turn at
+    90 degrees a second, Page Up and Page Down tilt within 8..84, + and - zoom by a wheel notch."""
+    s.xdo("key", "Home")
+    start = s.sync()["camera"]
+    for key, direction in (("Up", (0.0, -1.0)), ("Right", (1.0, 0.0))):
+        before = s.state["camera"]
+        started = time.monotonic()
+        s.key_down(key)
+        s.key_up(key)
+        held_s = time.monotonic() - started
+        after = s.state["camera"]
+        moved = (after["worldOffsetX"] - before["worldOffsetX"], after["worldOffsetZ"] - before["worldOffsetZ"])
+        length = math.hypot(*moved)
+        s.check(0.0 < length <= MOVE_DISTANCES_PER_S * start["distance"] * held_s, "move of %s held %.2f s" % (key, held_s),
+                "along the view, at most 0.8 distances a second", moved)
+        s.check_near(moved[0] * direction[1] - moved[1] * direction[0], 0.0, 1e-6 * length, "direction of " + key)
+    for key, sign in (("e", 1.0), ("q", -1.0)):
+        before, started = s.state["camera"]["yawDeg"], time.monotonic()
+        s.key_down(key)
+        turned = wrap_deg(s.key_up(key)["camera"]["yawDeg"] - before)
+        limit = TURN_DEG_PER_S * (time.monotonic() - started)
+        s.check(0.0 < turned * sign <= limit, "turn of " + key, "sign %+g, at most %.1f" % (sign, limit), turned)
+    for key, limit in (("Prior", 8.0), ("Next", 84.0)):
+        s.key_down(key)
+        s.wait_until(lambda st: st["camera"]["pitchDeg"] == limit, 5.0)
+        s.check_near(s.key_up(key)["camera"]["pitchDeg"], limit, 0.0, "pitch after holding " + key)
+    for key, scale in (("equal", 0.92), ("minus", 1.08)):
+        before = s.state["camera"]["distance"]
+        s.xdo("key", key)
+        s.check_near(s.sync()["camera"]["distance"], before * scale, 1e-6 * before, "distance after " + key)
+
+
 def main():
     def remember_start(s):
         s.initial_camera = s.state["camera"]
 
     return q.run("camera", [remember_start, layout, orbit, pan, wheel, nav_buttons_once, nav_button_held,
-                            rotate_toggle, effects_presets, leave_during_drags], size=(W, H))
+                            rotate_toggle, effects_presets, leave_during_drags, view_keys], size=(W, H))
 
 
 if __name__ == "__main__":

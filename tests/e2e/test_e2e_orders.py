@@ -199,9 +199,39 @@ def bare_ground(s):
     s.check(state["selection"] == {"vehicles": [], "aircraft": False}, "selection", "empty", state["selection"])
 
 
+def selection_keys(s):
+    """Ctrl+A selects every vehicle, Ctrl+2 stores the selection and 2 brings it back, S drops every
+    order, F frames the selection; each says what it did."""
+    n = len(s.state["vehicles"])
+    everyone = "%d vehicles" % n
+    messages = len(s.messages())
+    for keys in ("ctrl+a", "ctrl+2"):
+        s.xdo("key", keys)
+    state = s.sync()
+    s.check(state["selection"] == {"vehicles": list(range(n)), "aircraft": False}, "selection after Ctrl+A",
+            "all", state["selection"])
+    s.click(120, 140)  # bare ground: selects nothing
+    s.xdo("key", "2")
+    state = s.sync()
+    s.check(state["selection"]["vehicles"] == list(range(n)), "selection after 2", "all", state["selection"])
+    s.click(*vehicle_pixels(s)[0], button=3)
+    s.check(any(v["target"] for v in s.state["vehicles"]), "an order given", "vehicles with a target", "none")
+    s.xdo("key", "s")
+    state = s.sync()
+    s.check(all(v["target"] is None and not v["queued"] for v in state["vehicles"]), "vehicles after S",
+            "no goals", [v["target"] for v in state["vehicles"]])
+    s.xdo("key", "f")
+    s.sync()
+    pixels = vehicle_pixels(s)
+    s.check(all(p and 0 < p[0] < W and 0 < p[1] < H for p in pixels), "vehicles after F", "all on screen", pixels)
+    s.check_new_messages(messages, ["Selected all: " + everyone, "Group 2 stored: " + everyone, "No units selected.",
+                                    "Group 2 selected: " + everyone, "Selected units ordered to waypoint.", "Stopped " + everyone,
+                                    "Framed " + everyone], "selection keys")
+
+
 def main():
     return q.run("orders", [setup, band_selection, shift_click_adds, right_click_order, right_drag_formation,
-                            shift_queues, leave_during_drags, bare_ground], args=["--aircraft", "0"], size=(W, H))
+                            shift_queues, leave_during_drags, bare_ground, selection_keys], args=["--aircraft", "0"], size=(W, H))
 
 
 if __name__ == "__main__":

@@ -1,0 +1,402 @@
+// The application around the viewport, driven through SDL's event queue in a real headless
+// window: frames split at button transitions, the drawn yaw kept when auto-rotation switches, the
+// eye kept out of the ground on every fixture map, and the view's keys.
+#include <cmath>
+#include <filesystem>
+#include <string>
+
+#include <SDL3/SDL.h>
+#include <gtest/gtest.h>
+
+#include "application.h"
+#include "cameraguard.h"
+#include "rotatecontinuity.h"
+#include "sdl_seam.h"
+#include "statejson.h"
+#include "vehicleunit.h"
+
+namespace
+{
+constexpr int WidthPx = 320, HeightPx = 180;
+
+class AppView : public ::testing::Test
+{
+  protected:
+    std::unique_ptr<Application> pApp;
+    SDL_WindowID WindowId = 0;
+
+    void Start(const std::string& MapPath = {}, int VehicleCount = 12)
+    {
+        SDL_SetHint(SDL_HINT_VIDEO_DRIVER, "offscreen");
+        sdlseam::Reset();
+        AppOptions options;
+        options.WidthPx = WidthPx;
+        options.HeightPx = HeightPx;
+        options.FrameCount = 1; // fixed 60 Hz steps
+        options.MapPath = MapPath;
+        options.VehicleCount = VehicleCount;
+        std::string error;
+        pApp.reset();
+        pApp = std::make_unique<Application>();
+        ASSERT_TRUE(pApp->Start(options, error)) << error;
+        WindowId = SDL_GetWindowID(pApp->GetCoreSDL().pWindow);
+        Frame();
+    }
+    GLViewport& View() { return pApp->GetViewport(); }
+    const std::string& Status() { return pApp->GetWindow().GetStatusBarText(); }
+    void Frame(int Count = 1)
+    {
+        for (int i = 0; i < Count; ++i)
+            pApp->ProcessInput();
+    }
+    void Push(SDL_Event Event) { ASSERT_TRUE(SDL_PushEvent(&Event)) << SDL_GetError(); }
+    void Move(float X, float Y)
+    {
+        SDL_Event e{};
+        e.type = SDL_EVENT_MOUSE_MOTION;
+        e.motion.windowID = WindowId;
+        e.motion.x = X;
+        e.motion.y = Y;
+        Push(e);
+    }
+    void Button(bool bDown, Uint8 Which, float X, float Y)
+    {
+        SDL_Event e{};
+        e.type = bDown ? SDL_EVENT_MOUSE_BUTTON_DOWN : SDL_EVENT_MOUSE_BUTTON_UP;
+        e.button.windowID = WindowId;
+        e.button.button = Which;
+        e.button.down = bDown;
+        e.button.x = X;
+        e.button.y = Y;
+        Push(e);
+    }
+    void Wheel(float Notches, float X, float Y)
+    {
+        SDL_Event e{};
+        e.type = SDL_EVENT_MOUSE_WHEEL;
+        e.wheel.windowID = WindowId;
+        e.wheel.y = Notches;
+        e.wheel.mouse_x = X;
+        e.wheel.mouse_y = Y;
+        Push(e);
+    }
+    void Key(bool bDown, SDL_Keycode Code, SDL_Keymod Mods = SDL_KMOD_NONE)
+    {
+        SDL_Event e{};
+        e.type = bDown ? SDL_EVENT_KEY_DOWN : SDL_EVENT_KEY_UP;
+        e.key.windowID = WindowId;
+        e.key.key = Code;
+        e.key.mod = Mods;
+        e.key.down = bDown;
+        Push(e);
+    }
+    void Tap(SDL_Keycode Code, SDL_Keymod Mods = SDL_KMOD_NONE)
+    {
+        Key(true, Code, Mods);
+        Key(false, Code, Mods);
+        Frame();
+    }
+    // A world point in window pixels through the matrix the scene is drawn with; false behind the eye.
+    bool Project(double X, double Y, double Z, double& XPx, double& YPx)
+    {
+        double clip[4];
+        View().GetSceneViewProjection().Transform(X, Y, Z, 1.0, clip);
+        if (clip[3] <= 0.0)
+            return false;
+        XPx = (clip[0] / clip[3] + 1.0) * 0.5 * WidthPx;
+        YPx = (1.0 - clip[1] / clip[3]) * 0.5 * HeightPx;
+        return true;
+    }
+    int CountSelected()
+    {
+        return static_cast<int>(
+            std::count(View().VehicleSelectionMask.begin(), View().VehicleSelectionMask.end(), true));
+    }
+};
+
+TEST_F(AppView, PressAndReleaseSeeThePointerWhereTheyHappened)
+{
+    Start();
+    // Moved on before the frame: the band still starts where the button went down.
+    Move(80, 60);
+    Button(true, SDL_BUTTON_LEFT, 80, 60);
+    Move(200, 120);
+    Frame();
+    ASSERT_TRUE(View().bSelectionDragActive);
+    EXPECT_DOUBLE_EQ(View().SelectionStartX, 80.0 / WidthPx);
+    EXPECT_DOUBLE_EQ(View().SelectionStartY, 60.0 / HeightPx);
+    EXPECT_DOUBLE_EQ(View().SelectionEndX, 200.0 / WidthPx);
+    Button(false, SDL_BUTTON_LEFT, 200, 120);
+    Frame();
+    EXPECT_FALSE(View().bSelectionDragActive);
+
+    // A click and a move away in one batch select the vehicle under the click, for each of three.
+    for (std::size_t target : {0u, 5u, 11u})
+    {
+        const Vec3D& at = View().Vehicles[target]->Position;
+        double xPx = 0.0, yPx = 0.0;
+        ASSERT_TRUE(Project(at.X, at.Y, at.Z, xPx, yPx));
+        Move(static_cast<float>(xPx), static_cast<float>(yPx));
+        Button(true, SDL_BUTTON_LEFT, static_cast<float>(xPx), static_cast<float>(yPx));
+        Button(false, SDL_BUTTON_LEFT, static_cast<float>(xPx), static_cast<float>(yPx));
+        Move(10, 10);
+        Frame();
+        EXPECT_EQ(CountSelected(), 1) << "vehicle " << target;
+        EXPECT_TRUE(View().VehicleSelectionMask[target]) << "vehicle " << target;
+        EXPECT_EQ(Status(), "1 unit(s) selected. Right click to move.") << "vehicle " << target;
+    }
+}
+
+TEST_F(AppView, SwitchingRotationKeepsTheDrawnYaw)
+{
+    Start();
+    const float toggleX = 0.95f * WidthPx, toggleY = 0.96f * HeightPx;
+    // clang-format off
+    struct Step { std::uint64_t AtMs; bool bExpectRotate; };
+    const Step steps[] = {{40000, true}, {55000, false}, {55000, true}, {170500, false}};
+    // clang-format on
+    const auto drawnYaw = [&] { return View().GetSceneCamera().YawDeg; };
+    double drawnDeg = drawnYaw();
+    std::uint64_t lastMs = 0;
+    for (const Step& step : steps)
+    {
+        // Between switches the view turns at the auto-rotation rate.
+        const double turnedDeg =
+            View().bAutoRotate ? (step.AtMs - lastMs) * 0.001 * View().AutoRotateDegPerSec : 0.0;
+        sdlseam::SetTicks(step.AtMs);
+        lastMs = step.AtMs;
+        EXPECT_NEAR(std::remainder(drawnYaw() - drawnDeg - turnedDeg, 360.0), 0.0, 1e-9)
+            << "at " << step.AtMs;
+        drawnDeg = drawnYaw();
+        Button(true, SDL_BUTTON_LEFT, toggleX, toggleY);
+        Button(false, SDL_BUTTON_LEFT, toggleX, toggleY);
+        Frame();
+        ASSERT_EQ(View().bAutoRotate, step.bExpectRotate) << "at " << step.AtMs << " ms";
+        EXPECT_NEAR(std::remainder(drawnYaw() - drawnDeg, 360.0), 0.0, 1e-9) << "at " << step.AtMs;
+        const std::string json = BuildStateJson(View(), pApp->GetWindow(), 1);
+        EXPECT_NE(json.find("\"yawDeg\": " + JsonNumber(WrapAngleDeg(drawnYaw()))), std::string::npos)
+            << json;
+    }
+}
+
+// The eye of the drawn view, from its matrix: the world point the view moves to the origin.
+void GetDrawnEye(const GLViewport& View, double Eye[3])
+{
+    const Mat4 m = BuildOrbitViewMatrix(View.GetSceneCamera());
+    for (int i = 0; i < 3; ++i)
+        Eye[i] = -(m.M[i * 4] * m.M[12] + m.M[i * 4 + 1] * m.M[13] + m.M[i * 4 + 2] * m.M[14]);
+}
+
+TEST_F(AppView, FullZoomKeepsTheEyeAboveGroundAndTheMapInView)
+{
+    const std::filesystem::path maps = QUINDLE_MAPS_DIR;
+    if (!std::filesystem::is_directory(maps))
+        GTEST_SKIP() << "no shared maps at " << maps;
+    for (const char* name : {"Map_Blueprint_V1.sdd", "bridge.sdd", "Blank16.sdd"})
+    {
+        Start((maps / name).string(), 0);
+        GLViewport& view = View();
+        const SpringMapRenderer& map = view.SpringMap;
+        const std::vector<float>& heights = map.GetHeightGrid();
+        const std::size_t top = std::max_element(heights.begin(), heights.end()) - heights.begin();
+        const double topX = (top % map.GetGridWidth()) * map.GetSquareSize();
+        const double topZ = (top / map.GetGridWidth()) * map.GetSquareSize();
+        for (double pitchDeg : {8.0, 45.0, 84.0})
+            for (double yawDeg : {0.0, 135.0})
+            {
+                view.WorldOffsetX = topX;
+                view.WorldOffsetZ = topZ;
+                view.CameraPitchDeg = pitchDeg;
+                view.CameraYawDeg = yawDeg;
+                Wheel(120.0f, WidthPx * 0.5f, HeightPx * 0.5f);
+                Frame();
+                double eye[3];
+                GetDrawnEye(view, eye);
+                // The ground within a few squares of the eye stays below it.
+                double highest = -1e9;
+                for (double dx = -16.0; dx <= 16.0; dx += 4.0)
+                    for (double dz = -16.0; dz <= 16.0; dz += 4.0)
+                        highest = std::max(
+                            highest, double(map.GetTerrainHeight(float(eye[0] + dx), float(eye[2] + dz))));
+                EXPECT_GT(eye[1], highest) << name << " pitch " << pitchDeg << " yaw " << yawDeg;
+                EXPECT_DOUBLE_EQ(view.CameraDistance, view.MinCameraDistance)
+                    << name << " pitch " << pitchDeg;
+            }
+        // Fully out at the starting angle, every corner of the map is in view and the map spans a
+        // good part of the width.
+        view.ResetSpringMapCamera();
+        Wheel(-200.0f, WidthPx * 0.5f, HeightPx * 0.5f);
+        Frame();
+        EXPECT_DOUBLE_EQ(view.CameraDistance, view.MaxCameraDistance) << name;
+        double minX = 1e9, maxX = -1e9;
+        for (double cornerX : {0.0, double(map.GetWorldWidth())})
+            for (double cornerZ : {0.0, double(map.GetWorldDepth())})
+            {
+                double xPx = 0.0, yPx = 0.0;
+                ASSERT_TRUE(Project(cornerX, map.GetTerrainHeight(float(cornerX), float(cornerZ)), cornerZ,
+                                    xPx, yPx));
+                EXPECT_TRUE(xPx >= 0 && xPx <= WidthPx && yPx >= 0 && yPx <= HeightPx)
+                    << name << " corner " << cornerX << ", " << cornerZ;
+                minX = std::min(minX, xPx);
+                maxX = std::max(maxX, xPx);
+            }
+        EXPECT_GT(maxX - minX, 0.3 * WidthPx) << name;
+    }
+}
+TEST_F(AppView, ViewKeysMoveWhatTheySay)
+{
+    Start();
+    GLViewport& view = View();
+    // Moves in camera distances, turns and tilts in degrees; 15 frames of 1/60 s are a quarter second.
+    // clang-format off
+    struct Case { SDL_Keycode Key; SDL_Keymod Mods; int Frames; double DX, DZ, DYawDeg, PitchDeg, DistanceScale; };
+    const Case cases[] = {
+        {SDLK_UP, SDL_KMOD_NONE, 15, 0, -0.2, 0, 50, 1},     {SDLK_DOWN, SDL_KMOD_NONE, 15, 0, 0.2, 0, 50, 1},
+        {SDLK_LEFT, SDL_KMOD_NONE, 15, -0.2, 0, 0, 50, 1},   {SDLK_RIGHT, SDL_KMOD_NONE, 15, 0.2, 0, 0, 50, 1},
+        {SDLK_UP, SDL_KMOD_LCTRL, 15, 0, 0, 0, 50, 1},       {SDLK_E, SDL_KMOD_NONE, 15, 0, 0, 22.5, 50, 1},
+        {SDLK_Q, SDL_KMOD_NONE, 15, 0, 0, -22.5, 50, 1},     {SDLK_PAGEDOWN, SDL_KMOD_NONE, 15, 0, 0, 0, 61.25, 1},
+        {SDLK_PAGEUP, SDL_KMOD_NONE, 15, 0, 0, 0, 38.75, 1}, {SDLK_PAGEUP, SDL_KMOD_NONE, 120, 0, 0, 0, 8, 1},
+        {SDLK_PAGEDOWN, SDL_KMOD_NONE, 120, 0, 0, 0, 84, 1}, {SDLK_EQUALS, SDL_KMOD_NONE, 1, 0, 0, 0, 50, 0.92},
+        {SDLK_EQUALS, SDL_KMOD_RSHIFT, 1, 0, 0, 0, 50, 0.92}, {SDLK_KP_MINUS, SDL_KMOD_NONE, 1, 0, 0, 0, 50, 1.08},
+    };
+    // clang-format on
+    for (const Case& c : cases)
+    {
+        view.ResetSpringMapCamera();
+        Frame();
+        struct
+        {
+            double WorldOffsetX, WorldOffsetZ, CameraYawDeg, CameraDistance;
+        } before{view.WorldOffsetX, view.WorldOffsetZ, view.CameraYawDeg, view.CameraDistance};
+        Key(true, c.Key, c.Mods);
+        Frame(c.Frames);
+        Key(false, c.Key, c.Mods);
+        Frame(2);
+        const std::string what = std::string(SDL_GetKeyName(c.Key)) + " mods " + std::to_string(c.Mods);
+        EXPECT_NEAR(view.WorldOffsetX - before.WorldOffsetX, c.DX * before.CameraDistance, 1e-6) << what;
+        EXPECT_NEAR(view.WorldOffsetZ - before.WorldOffsetZ, c.DZ * before.CameraDistance, 1e-6) << what;
+        EXPECT_NEAR(view.CameraYawDeg - before.CameraYawDeg, c.DYawDeg, 1e-9) << what;
+        EXPECT_NEAR(view.CameraPitchDeg, c.PitchDeg, 1e-9) << what;
+        EXPECT_NEAR(view.CameraDistance, before.CameraDistance * c.DistanceScale, 1e-6) << what;
+    }
+}
+
+TEST(KeyCamera, SameMotionPerSecondAt30And120Hz)
+{
+    sdlseam::Reset();
+    // clang-format off
+    struct Case { AppAction Action; int Chord; bool bEdgeScroll; double PointerXPx, PointerYPx; double X, Z, YawDeg, PitchDeg; };
+    // A second at yaw 30 and distance 1000: moves of 800 along the view's forward (sin 30, -cos 30)
+    // or right (cos 30, sin 30), turns of 90 and tilts of 45 (stopped at 84).
+    const Case cases[] = {
+        {AppAction::MoveView, 0, false, 160, 90, 400, -692.8203230, 30, 50},
+        {AppAction::MoveView, 3, false, 160, 90, 692.8203230, 400, 30, 50},
+        {AppAction::TurnView, 0, false, 160, 90, 0, 0, -60, 50},
+        {AppAction::TiltView, 0, false, 160, 90, 0, 0, 30, 8},
+        {AppAction::TiltView, 1, false, 160, 90, 0, 0, 30, 84},
+        {AppAction::None, 0, true, 2, 90, -692.8203230, -400, 30, 50},   // left edge
+        {AppAction::None, 0, true, 319, 179, 292.8203230, 1092.8203230, 30, 50}, // bottom right: back and right
+        {AppAction::None, 0, true, 160, 2, 400, -692.8203230, 30, 50},   // top edge
+        {AppAction::None, 0, false, 2, 90, 0, 0, 30, 50},                 // edge scrolling off
+        {AppAction::None, 0, true, 7, 90, 0, 0, 30, 50},                  // just inside the band
+    };
+    // clang-format on
+    for (const Case& c : cases)
+        for (int hz : {30, 120})
+        {
+            GLViewport view;
+            view.CameraDistance = 1000.0;
+            view.CameraYawDeg = 30.0;
+            KeyCamera camera;
+            camera.bEdgeScroll = c.bEdgeScroll;
+            EXPECT_EQ(camera.Hold(c.Action, c.Chord, SDLK_A), c.Action != AppAction::None);
+            const EdgePointer pointer{true, c.PointerXPx, c.PointerYPx, 320, 180};
+            for (int i = 0; i < hz; ++i)
+                camera.Step(view, 1.0 / hz, pointer);
+            const std::string what =
+                "case " + std::to_string(&c - cases) + " at " + std::to_string(hz) + " Hz";
+            EXPECT_NEAR(view.WorldOffsetX, c.X, 1e-6) << what;
+            EXPECT_NEAR(view.WorldOffsetZ, c.Z, 1e-6) << what;
+            EXPECT_NEAR(view.CameraYawDeg, c.YawDeg, 1e-9) << what;
+            EXPECT_NEAR(view.CameraPitchDeg, c.PitchDeg, 1e-9) << what;
+        }
+}
+TEST_F(AppView, SelectionKeysConfirmWhatTheyDid)
+{
+    Start();
+    GLViewport& view = View();
+    const auto selectOnly = [&](std::size_t Index)
+    {
+        view.VehicleSelectionMask.assign(view.Vehicles.size(), false);
+        view.VehicleSelectionMask[Index] = true;
+        view.bAirUnitsSelected = false;
+    };
+    // clang-format off
+    struct Step { SDL_Keycode Key; SDL_Keymod Mods; const char* Status; int Selected; bool bAircraft; };
+    const Step steps[] = {
+        {SDLK_A, SDL_KMOD_LCTRL, "Selected all: 12 vehicles and the aircraft", 12, true},
+        {SDLK_3, SDL_KMOD_RCTRL, "Group 3 stored: 12 vehicles and the aircraft", 12, true},
+        {SDLK_5, SDL_KMOD_NONE, "Group 5 is empty: Ctrl+5 stores the selection", 12, true},
+        {SDLK_0, SDL_KMOD_LCTRL, "Group 5 is empty: Ctrl+5 stores the selection", 12, true},
+    };
+    // clang-format on
+    for (const Step& step : steps)
+    {
+        Tap(step.Key, step.Mods);
+        EXPECT_EQ(Status(), step.Status);
+        EXPECT_EQ(CountSelected(), step.Selected) << step.Status;
+        EXPECT_EQ(view.bAirUnitsSelected, step.bAircraft) << step.Status;
+    }
+    selectOnly(4);
+    Tap(SDLK_1, SDL_KMOD_LCTRL);
+    EXPECT_EQ(Status(), "Group 1 stored: 1 vehicle");
+    Tap(SDLK_3);
+    EXPECT_EQ(Status(), "Group 3 selected: 12 vehicles and the aircraft");
+    EXPECT_EQ(CountSelected(), 12);
+
+    // A right click orders everyone; S drops every order.
+    Button(true, SDL_BUTTON_RIGHT, 100, 60);
+    Button(false, SDL_BUTTON_RIGHT, 100, 60);
+    Frame();
+    ASSERT_TRUE(view.Vehicles[0]->bHasTarget && view.AirUnits[0]->bHasActiveOrder) << Status();
+    Tap(SDLK_S);
+    EXPECT_EQ(Status(), "Stopped 12 vehicles and the aircraft");
+    for (const auto& vehicle : view.Vehicles)
+        EXPECT_FALSE(vehicle->bHasTarget || !vehicle->WaypointQueue.empty() || !vehicle->Route.empty());
+    for (const auto& air : view.AirUnits)
+        EXPECT_FALSE(air->bHasActiveOrder);
+
+    // F brings group 1's vehicle to the middle of the view, and all of group 3 into it.
+    Tap(SDLK_1);
+    Tap(SDLK_F);
+    EXPECT_EQ(Status(), "Framed 1 vehicle");
+    double xPx = 0.0, yPx = 0.0;
+    const Vec3D& framed = view.Vehicles[4]->Position;
+    ASSERT_TRUE(Project(framed.X, framed.Y, framed.Z, xPx, yPx));
+    EXPECT_NEAR(xPx, WidthPx * 0.5, 0.5);
+    EXPECT_NEAR(yPx, HeightPx * 0.5, 0.5);
+    Tap(SDLK_3);
+    Tap(SDLK_F);
+    EXPECT_EQ(Status(), "Framed 12 vehicles and the aircraft");
+    for (const auto& vehicle : view.Vehicles)
+        EXPECT_TRUE(Project(vehicle->Position.X, vehicle->Position.Y, vehicle->Position.Z, xPx, yPx) &&
+                    xPx > 0 && xPx < WidthPx && yPx > 0 && yPx < HeightPx);
+    selectOnly(0);
+    view.VehicleSelectionMask[0] = false;
+    Tap(SDLK_F);
+    EXPECT_EQ(Status(), "Nothing to frame: no units selected");
+    Tap(SDLK_S);
+    EXPECT_EQ(Status(), "Nothing to stop: no units selected");
+
+    // While a text field takes the keys, the view's keys do nothing.
+    ASSERT_TRUE(SDL_StartTextInput(pApp->GetCoreSDL().pWindow));
+    const double offsetZ = view.WorldOffsetZ;
+    Key(true, SDLK_UP);
+    Frame(10);
+    Key(false, SDLK_UP);
+    Tap(SDLK_A, SDL_KMOD_LCTRL);
+    EXPECT_EQ(view.WorldOffsetZ, offsetZ);
+    EXPECT_EQ(Status(), "Nothing to stop: no units selected");
+    SDL_StopTextInput(pApp->GetCoreSDL().pWindow);
+}
+} // namespace
