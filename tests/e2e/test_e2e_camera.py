@@ -180,7 +180,9 @@ def nav_buttons_once(s):
         else:
             expected["panX"] += pan_step if code == 11 else -pan_step
         # The state file holds ten significant digits.
-        bad = [k for k in expected if not math.isclose(after[k], expected[k], rel_tol=1e-8, abs_tol=1e-6)]
+        # The application keeps the closest zoom clear of the ground under the eye, so it may change.
+        bad = [k for k in expected
+               if k != "minDistance" and not math.isclose(after[k], expected[k], rel_tol=1e-8, abs_tol=1e-6)]
         s.check(not bad, "camera after one press of button %d" % code, expected, after)
     s.check_new_messages(messages, [], "navigation buttons")
 
@@ -210,8 +212,8 @@ def rotate_toggle(s):
     """The toggle flips auto-rotation and shows it; the drawn yaw goes on from where it was, turning
     at most 6 degrees a second while the click and the snapshot take their frames."""
     for expected in (True, False):
-        yaw = s.state["camera"]["yawDeg"]
         started = time.monotonic()
+        yaw = s.snapshot()["camera"]["yawDeg"]
         camera = s.click(*toggle_indicator_point())["camera"]
         s.check(camera["autoRotate"] is expected, "autoRotate after a click on Rotate", expected, camera["autoRotate"])
         s.check_near(wrap_deg(camera["yawDeg"] - yaw), 0.0, 6.0 * (time.monotonic() - started) + 1e-6,

@@ -187,10 +187,14 @@ def leave_during_drags(s):
     s.check_new_messages(messages, ["Formation move order issued."], "right drag released outside")
 
 
+# Left of the units and below the minimap in the top-left corner.
+BARE_SPOT = (150, 560)
+
+
 def bare_ground(s):
     """A plain click far from every unit clears the selection."""
     camera_pixels = vehicle_pixels(s)
-    spot = (120, 140)
+    spot = BARE_SPOT
     nearest = min(math.hypot(p[0] - spot[0], p[1] - spot[1]) for p in camera_pixels)
     s.check(nearest > 150, "a bare spot", "150 px from every vehicle", nearest)
     messages = len(s.messages())
@@ -210,7 +214,7 @@ def selection_keys(s):
     state = s.sync()
     s.check(state["selection"] == {"vehicles": list(range(n)), "aircraft": False}, "selection after Ctrl+A",
             "all", state["selection"])
-    s.click(120, 140)  # bare ground: selects nothing
+    s.click(*BARE_SPOT)  # selects nothing
     s.xdo("key", "2")
     state = s.sync()
     s.check(state["selection"]["vehicles"] == list(range(n)), "selection after 2", "all", state["selection"])
