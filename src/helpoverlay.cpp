@@ -1,6 +1,7 @@
 #include "helpoverlay.h"
 
 #include <algorithm>
+#include <span>
 
 #include "controls.h"
 #include "fontmetrics.h"
@@ -86,7 +87,8 @@ HelpOverlay::Layout HelpOverlay::BuildLayout(const FontMetrics& Metrics, int Wid
         for (int sizePx = 13; sizePx >= 9; --sizePx)
             if (TryLayout(Metrics, WidthPx, AvailableHeightPx, sizePx, bWrap, layout))
                 return layout;
-    // A window too small for even that: the smallest layout, running off the bottom.
+    // A window too small for even that: one line per entry at 9 px, as many as fit, and a last line
+    // saying how many more there are.
     layout.FontPx = 9;
     layout.LineHeightPx = 11;
     layout.X1Px = MarginPx;
@@ -94,11 +96,21 @@ HelpOverlay::Layout HelpOverlay::BuildLayout(const FontMetrics& Metrics, int Wid
     layout.Y1Px = MarginPx;
     layout.Y2Px = AvailableHeightPx - MarginPx;
     layout.DoesXPx = WidthPx * 0.4;
-    for (const Control& control : GetControls())
+    const int inputWidthPx = static_cast<int>(layout.DoesXPx - layout.X1Px) - PaddingPx - ColumnGapPx / 2;
+    const int doesWidthPx = static_cast<int>(layout.X2Px - layout.DoesXPx) - PaddingPx;
+    // Title, a blank line, a blank line and the footer around the entries.
+    const int roomLines = std::max(
+        1, static_cast<int>((layout.Y2Px - layout.Y1Px - 2.0 * PaddingPx) / layout.LineHeightPx) - 4);
+    const std::span<const Control> controls = GetControls();
+    const int shownCount = static_cast<int>(controls.size()) <= roomLines ? roomLines : roomLines - 1;
+    for (int i = 0; i < static_cast<int>(controls.size()) && i < shownCount; ++i)
+        layout.Lines.push_back({Metrics.FitTextToWidth(controls[i].Input, 9, inputWidthPx),
+                                Metrics.FitTextToWidth(controls[i].Does, 9, doesWidthPx)});
+    if (shownCount < static_cast<int>(controls.size()))
         layout.Lines.push_back(
-            {Metrics.FitTextToWidth(control.Input, 9, static_cast<int>(WidthPx * 0.4) - MarginPx - PaddingPx),
-             Metrics.FitTextToWidth(control.Does, 9,
-                                    static_cast<int>(WidthPx * 0.6) - MarginPx - PaddingPx)});
+            {"...", Metrics.FitTextToWidth(std::to_string(controls.size() - shownCount) +
+                                               " more in a larger window, or in quindle --help",
+                                           9, doesWidthPx)});
     return layout;
 }
 

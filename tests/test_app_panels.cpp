@@ -10,6 +10,8 @@
 #include <gtest/gtest.h>
 
 #include "application.h"
+#include "controls.h"
+#include "helpoverlay.h"
 #include "pixelcanvas.h"
 #include "test_app.h"
 #include "vehicleunit.h"
@@ -161,6 +163,29 @@ TEST_F(AppPanels, KeysShowAndHideEachPanel)
     Frame();
     EXPECT_NE(App->GetFrameStats().FormatLine().find(" fps | CPU "), std::string::npos);
     EXPECT_GT(App->GetFrameStats().GetCpuMs(), 0.0);
+}
+
+TEST_F(AppPanels, HelpListFitsTheWindowOrCountsWhatItLeavesOut)
+{
+    Start(480, 320);
+    const std::size_t controlCount = GetControls().size();
+    for (const auto& [w, h] : {std::pair{480, 300}, {800, 480}, {1280, 700}, {1920, 1060}})
+    {
+        const HelpOverlay::Layout layout = HelpOverlay::BuildLayout(App->GetFontMetrics(), w, h);
+        EXPECT_GE(layout.X1Px, 0.0) << w;
+        EXPECT_LE(layout.X2Px, w) << w;
+        EXPECT_LE(layout.Y1Px + (layout.Lines.size() + 4.0) * layout.LineHeightPx, layout.Y2Px + 0.5) << w;
+        EXPECT_LE(layout.Y2Px, h) << w;
+        const std::size_t entries = std::count_if(layout.Lines.begin(), layout.Lines.end(),
+                                                  [](const auto& l) { return !l.Input.empty(); });
+        if (layout.Lines.back().Input == "...")
+            EXPECT_EQ(layout.Lines.back().Does.rfind(std::to_string(controlCount - entries + 1) + " more", 0),
+                      0u)
+                << w << ": " << layout.Lines.back().Does;
+        else
+            EXPECT_EQ(entries, controlCount) << w;
+        EXPECT_EQ(layout.Lines.back().Input == "...", w == 480) << w;
+    }
 }
 
 TEST_F(AppPanels, SwitchedOffEffectReadsAsOff)
