@@ -92,6 +92,10 @@ std::string DescribeFailure(archive* reader)
     return SpringMapFiles::OneLine(why && *why ? why : "libarchive gave no reason");
 }
 
+// Large reads: fewer system calls, and libarchive rarely has to stitch a request across two blocks.
+constexpr std::size_t ReadBlockBytes = 1 << 20;
+constexpr la_int64_t MaxReserveBytes = la_int64_t(256) << 20;
+
 bool IsHeader(int status)
 {
     return status == ARCHIVE_OK || status == ARCHIVE_WARN;
@@ -184,7 +188,7 @@ bool SpringMapArchive::OpenReader(std::string& Error)
     NextOrdinal = 0;
     archive_read_support_format_zip(Reader.get());
     archive_read_support_format_7zip(Reader.get());
-    if (archive_read_open_filename(Reader.get(), RootPath.c_str(), 1 << 16) == ARCHIVE_OK)
+    if (archive_read_open_filename(Reader.get(), RootPath.c_str(), ReadBlockBytes) == ARCHIVE_OK)
         return true;
     Error = RootPath + ": not a readable zip or 7z archive (" + DescribeFailure(Reader.get()) + ")";
     Reader.reset();
@@ -249,7 +253,7 @@ bool SpringMapArchive::Unpack(const std::vector<std::string>& Wanted, std::strin
             }
             ++NextOrdinal;
         }
-        if (!UnpackCurrent(entry, Error))
+        if (!UnpackCurrent(header, entry, Error))
         {
             Reader.reset();
             return false;
@@ -258,10 +262,14 @@ bool SpringMapArchive::Unpack(const std::vector<std::string>& Wanted, std::strin
     return true;
 }
 
-bool SpringMapArchive::UnpackCurrent(const std::string& Entry, std::string& Error)
+bool SpringMapArchive::UnpackCurrent(archive_entry* Header, const std::string& Entry, std::string& Error)
 {
-    // Blocks are appended as they come; the entry's stated size is never trusted for an allocation.
+    // The stated size only reserves address space (capped, and pages are touched only when written),
+    // so a lying header costs nothing; it spares the copies of a growing buffer.
     std::vector<std::uint8_t> data;
+    if (archive_entry_size_is_set(Header) && archive_entry_size(Header) > 0)
+        data.reserve(
+            static_cast<std::size_t>(std::min<la_int64_t>(archive_entry_size(Header), MaxReserveBytes)));
     const void* block = nullptr;
     std::size_t blockBytes = 0;
     la_int64_t offset = 0;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <archive.h>
+#include <archive_entry.h>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -39,7 +40,7 @@ class SpringMapArchive
     bool OpenFolder(std::string& Error);
     bool OpenReader(std::string& Error);
     bool ListArchive(std::string& Error);
-    bool UnpackCurrent(const std::string& Entry, std::string& Error);
+    bool UnpackCurrent(archive_entry* Header, const std::string& Entry, std::string& Error);
     void AddEntry(std::string Entry, std::size_t Ordinal);
 
     std::string RootPath;

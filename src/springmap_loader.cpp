@@ -19,14 +19,10 @@ float SpringMap::GetCornerHeight(int X, int Z) const
 
 void SpringMap::GetGroundRange(float& Lowest, float& Highest) const
 {
-    Lowest = Highest = MinHeight;
-    if (Smf.RawHeights.empty())
-        return;
-    const auto [low, high] = std::minmax_element(Smf.RawHeights.begin(), Smf.RawHeights.end());
     const float scale = (MaxHeight - MinHeight) / 65536.0f;
     // An inverted range (MinHeight > MaxHeight) puts the highest raw value lowest.
-    Lowest = std::min(MinHeight + *low * scale, MinHeight + *high * scale);
-    Highest = std::max(MinHeight + *low * scale, MinHeight + *high * scale);
+    Lowest = std::min(MinHeight + LowestRaw * scale, MinHeight + HighestRaw * scale);
+    Highest = std::max(MinHeight + LowestRaw * scale, MinHeight + HighestRaw * scale);
 }
 
 const std::uint8_t* SpringMap::GetTile(int GlobalIndex) const
@@ -214,16 +210,26 @@ bool LoadTileFiles(MapFiles& files, const SpringMapInfo& info, const Options& op
     return true;
 }
 
+void FindRawRange(SpringMap& map)
+{
+    // A plain loop: it vectorises, where std::minmax_element does not.
+    std::uint16_t lowest = 0xFFFF, highest = 0;
+    for (const std::uint16_t raw : map.Smf.RawHeights)
+    {
+        lowest = std::min(lowest, raw);
+        highest = std::max(highest, raw);
+    }
+    map.LowestRaw = lowest;
+    map.HighestRaw = highest;
+}
+
 // Stored heights that vary but span less than one unit: the header's placeholder range was left in
 // and no mapinfo value replaced it, so the relief is drawn squashed flat.
 void WarnIfFlat(const MapFiles& files, SpringMap& map)
 {
-    const auto& raw = map.Smf.RawHeights;
     float lowest = 0.0f, highest = 0.0f;
     map.GetGroundRange(lowest, highest);
-    if (raw.empty() ||
-        *std::min_element(raw.begin(), raw.end()) == *std::max_element(raw.begin(), raw.end()) ||
-        highest - lowest >= 1.0f)
+    if (map.LowestRaw == map.HighestRaw || highest - lowest >= 1.0f)
         return;
     char range[64];
     std::snprintf(range, sizeof(range), "%g..%g", map.MinHeight, map.MaxHeight);
@@ -255,6 +261,7 @@ bool LoadMap(const std::string& path, SpringMap& map, std::string& error, const 
     map.MaxMetal = info.MaxMetal.value_or(0.02f);
     if (!LoadTileFiles(files, info, opts, map, error))
         return false;
+    FindRawRange(map);
     WarnIfFlat(files, map);
     map.ReadEntries = files.Archive.GetReadEntries();
     return true;

@@ -26,6 +26,7 @@ struct SpringMap
     float MinHeight = 0.0f; // after the mapinfo overrides; MinHeight > MaxHeight is legal (inverted)
     float MaxHeight = 0.0f;
     float MaxMetal = 0.02f;
+    std::uint16_t LowestRaw = 0, HighestRaw = 0; // range of the stored corner heights
     std::vector<TileFile> TileFiles;
     std::vector<std::string> Warnings; // "<file>: <problem>", one line each, for what did not stop the load
     std::vector<std::string> ReadEntries; // the map's files that were read (unpacked), in order
@@ -34,7 +35,7 @@ struct SpringMap
     float GetCornerHeight(int X, int Z) const;
     // The 680 bytes of a global tile index, or a visible placeholder when its file is unresolved.
     const std::uint8_t* GetTile(int GlobalIndex) const;
-    // Lowest and highest corner height in world units, from the heights actually stored.
+    // Lowest and highest corner height in world units, from LowestRaw and HighestRaw.
     void GetGroundRange(float& Lowest, float& Highest) const;
 };
 
