@@ -42,28 +42,19 @@ bool Application::Start(const AppOptions& Options, std::string& Error)
     Viewport.pParentWindow = &Window;
     Windows.AddChild(&Viewport);
 
-    std::string mapName;
-    if (!LoadMap(Options.MapPath, Viewport.SpringMap, mapName, MapWarnings, Error))
+    VehicleCount = Options.VehicleCount;
+    AircraftCount = Options.AircraftCount;
+    if (!LoadMapFrom(Options.MapPath, false, Error))
         return false;
-    Viewport.ResetSpringMapCamera();
-    SDL_SetWindowTitle(CoreSdl.pWindow, ("Quindle - " + mapName).c_str());
-    MiniMap.BuildPicture(Viewport.SpringMap);
     if (Options.EffectsPanel != AppOptions::Panel::Auto)
     {
         bEffectsPanelChosen = true;
         Viewport.bJetEffectsPanelVisible = Options.EffectsPanel == AppOptions::Panel::On;
     }
-    if (!Viewport.PlaceUnitsOnMap(Options.VehicleCount, Options.AircraftCount))
-        Window.SetStatusBarText("No drivable room on map " + mapName + ": no units placed");
-    else
-        // The hint leads, so even a narrow window's bar shows it whole.
-        Window.SetStatusBarText("F1: controls | Map " + mapName + ": " +
-                                std::to_string(Viewport.SpringMap.GetGridWidth() - 1) + "x" +
-                                std::to_string(Viewport.SpringMap.GetGridHeight() - 1) + " squares, " +
-                                std::to_string(Options.VehicleCount) + " vehicles, " +
-                                std::to_string(Options.AircraftCount) + " aircraft");
-    if (!MapWarnings.empty()) // shown last, so it is what the status bar says at start
-        Window.SetStatusBarText(SummariseMapWarnings(MapWarnings));
+    // The hint leads, so even a narrow window's bar shows it whole.
+    ShowLoadedMap("F1: controls | ");
+    if (Options.bWatch && !Watcher.Watch(MapPath, SDL_GetTicks(), Error))
+        return false;
     bFixedTimeStep = Options.FrameCount > 0;
     Keys.Camera.bEdgeScroll = (SDL_GetWindowFlags(CoreSdl.pWindow) & SDL_WINDOW_FULLSCREEN) != 0;
     LastFrameNs = SDL_GetTicksNS();
@@ -92,6 +83,10 @@ void Application::HandleWindowEvent(const SDL_Event& Event)
         break;
     case SDL_EVENT_KEY_UP:
         Keys.HandleKeyUp(Event.key);
+        break;
+    case SDL_EVENT_DROP_FILE:
+        if (Event.drop.data)
+            OpenMap(Event.drop.data);
         break;
     case SDL_EVENT_WINDOW_FOCUS_LOST:
         Keys.Camera.ReleaseAll();
@@ -141,6 +136,14 @@ void Application::ApplyKeyAction(AppAction Action, bool bRepeat)
     case AppAction::ToggleMinimap:
         if (!bRepeat)
             MiniMap.bVisible = !MiniMap.bVisible;
+        break;
+    case AppAction::ReloadMap:
+        if (!bRepeat)
+            ReloadMap();
+        break;
+    case AppAction::OpenMapDialog:
+        if (!bRepeat)
+            ShowMapDialog();
         break;
     default: // the view's keys: ViewKeys
         break;
@@ -204,6 +207,7 @@ bool Application::ProcessInput()
                      {Input.IsPointerInWindow(), static_cast<double>(MouseState.X),
                       static_cast<double>(MouseState.Y), CoreSdl.Width, CoreSdl.Height});
     Viewport.Units.Step(dtSec);
+    PollMapSources();
     CameraGuard::Apply(Viewport);
     return !bQuitRequested;
 }

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -13,6 +15,7 @@
 #include "glwindow.h"
 #include "helpoverlay.h"
 #include "jeteffectswitch.h"
+#include "mapwatcher.h"
 #include "minimap.h"
 #include "mouse.h"
 #include "mouseinput.h"
@@ -62,9 +65,35 @@ class Application
     FrameStats& GetFrameStats() { return Stats; }
     // The map loader's warnings, one "<file>: <problem>" line each.
     const std::vector<std::string>& GetMapWarnings() const { return MapWarnings; }
+    const std::string& GetMapName() const { return MapName; }
+    const std::string& GetMapPath() const { return MapPath; }
+    int GetMapReloads() const { return MapReloads; }
+
+    // Replaces the map with the one at Path (a file or folder, "" the built-in map): units placed
+    // again, selection, groups and orders gone, the camera framing the new map, the status bar
+    // naming it and its warnings. On failure the current map stays and the status bar says why.
+    bool OpenMap(const std::string& Path);
+    // Reads the current map's files again, the camera kept where it is; false as OpenMap.
+    bool ReloadMap();
 
   private:
+    // What a file dialog answered; shared with SDL's callback, which may outlive a request.
+    struct DialogAnswer
+    {
+        std::mutex Mutex;
+        bool bAnswered = false;
+        std::string Path;  // empty: cancelled
+        std::string Error; // the dialog could not be shown
+    };
+
     void HandleWindowEvent(const SDL_Event& Event);
+    // Loads Path into the viewport; false leaves everything as it was, with Error set.
+    bool LoadMapFrom(const std::string& Path, bool bKeepCamera, std::string& Error);
+    // Units, minimap, title and status for a map just loaded.
+    void ShowLoadedMap(const std::string& Intro);
+    void ShowMapDialog();
+    // Opens what a file dialog chose and reloads a watched map whose files have settled.
+    void PollMapSources();
     void UpdateWindowFlags();
     // Hands the mouse input gathered since the last call to the window system as one frame.
     void RouteMouseFrame();
@@ -107,4 +136,10 @@ class Application
     bool bQuitRequested = false;
     std::uint64_t LastFrameNs = 0;
     std::vector<std::string> MapWarnings;
+    std::string MapPath; // as given; "" for the built-in map
+    std::string MapName;
+    int MapReloads = 0;
+    int VehicleCount = 0, AircraftCount = 0;
+    MapWatcher Watcher;
+    std::shared_ptr<DialogAnswer> pDialog; // while a dialog is open
 };

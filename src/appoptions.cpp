@@ -62,6 +62,8 @@ const OptionHelp Options[] = {
                             "writable. Default: no state file."},
     {"--effects-panel", "on|off", "Show or hide the jet-effects panel at start (F3 switches it later).\n"
                                   "Default: shown when the window is wide enough for its text."},
+    {"--watch", nullptr, "Reload the map whenever its files change (an exporter's new .smf or .smt, an edited\n"
+                         "mapinfo.lua), keeping the camera; needs --map. F5 reloads by hand."},
     {"--info", "MAP", "Print the map's facts (name, size, heights, tile files, features, water) and every\n"
                       "warning without opening a window, then exit. Also --info --map FILE."},
     {"--json", nullptr, "With --info: print the same as JSON."},
@@ -181,6 +183,7 @@ ParseOutcome ParseCommandLine(int Argc, const char* const* Argv, AppOptions& Opt
     app.add_option("--screenshot", parsed.ScreenshotPath);
     app.add_option("--state-out", parsed.StateOutPath);
     app.add_option("--effects-panel", panel);
+    app.add_flag("--watch", parsed.bWatch);
     CLI::Option* info = app.add_flag("--info", parsed.bInfo);
     app.add_flag("--json", parsed.bJson)->needs(info);
     app.add_option("MAP", parsed.MapPath)->needs(info);
@@ -209,6 +212,8 @@ ParseOutcome ParseCommandLine(int Argc, const char* const* Argv, AppOptions& Opt
     struct stat mapInfo = {};
     if (!parsed.MapPath.empty() && ::stat(parsed.MapPath.c_str(), &mapInfo) != 0)
         error = "quindle: --map: " + parsed.MapPath + ": " + std::strerror(errno);
+    if (parsed.bWatch && parsed.MapPath.empty() && !error)
+        error = "quindle: --watch: needs --map (the built-in map never changes)";
     if (!vehicles.empty() && !error)
         error = ParseCount("--vehicles", vehicles, 0, 5000, parsed.VehicleCount);
     if (!aircraft.empty() && !error)

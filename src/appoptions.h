@@ -23,6 +23,7 @@ struct AppOptions
     Panel EffectsPanel = Panel::Auto;
     bool bInfo = false;         // print the map's facts and warnings instead of opening a window
     bool bJson = false;         // with bInfo: as JSON
+    bool bWatch = false;        // reload the map whenever its files change
 };
 
 enum class ParseOutcome

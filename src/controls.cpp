@@ -39,6 +39,10 @@ const Control Controls[] = {
     {"S", "stop the selected units: they drop their orders", AppAction::StopUnits, {{{SDLK_S}}}},
     {"Ctrl+Shift+L", "switch the jet-exhaust effect on or off", AppAction::ToggleJetEffect, {{{SDLK_L, CtrlShift}}}},
     {"Ctrl+Shift+R", "reload the jet-exhaust shaders", AppAction::ReloadJetShaders, {{{SDLK_R, CtrlShift}}}},
+    {"F5", "reload the map from its files (--watch reloads whenever they change)", AppAction::ReloadMap,
+     {{{SDLK_F5}}}},
+    {"Ctrl+O", "open a map with the desktop's file dialog", AppAction::OpenMapDialog, {{{SDLK_O, Ctrl}}}},
+    {"Dropping a map on the window", "open it: an .smf, .sd7 or .sdz file or an .sdd folder"},
     {"Ctrl+Q, or closing the window", "quit", AppAction::Quit, {{{SDLK_Q, Ctrl}}}},
 };
 // clang-format on

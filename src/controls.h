@@ -34,6 +34,8 @@ enum class AppAction
     StoreGroup,  // chord i stores group i + 1
     RecallGroup, // chord i recalls group i + 1
     StopUnits,
+    ReloadMap,
+    OpenMapDialog,
 };
 
 // A key with the modifiers it needs. Ctrl, Shift and Alt count on either side and must match

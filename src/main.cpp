@@ -96,7 +96,9 @@ bool WriteOutputs(Application& App, const AppOptions& Options, int Frames,
         return false;
     return Options.StateOutPath.empty() ||
            WriteTextFile(Options.StateOutPath,
-                         BuildStateJson(App.GetViewport(), App.GetWindow(), Frames, App.GetMapWarnings()),
+                         BuildStateJson(
+                             App.GetViewport(), App.GetWindow(), Frames,
+                             {App.GetMapName(), App.GetMapPath(), App.GetMapReloads(), App.GetMapWarnings()}),
                          Error);
 }
 } // namespace

@@ -29,6 +29,8 @@ class SelectionGroups
     // Group is 1..Count; other numbers do nothing and return an empty message.
     std::string Store(int Group, GLViewport& View);
     std::string Recall(int Group, GLViewport& View) const;
+    // Forgets every group: a new map places new units.
+    void Clear() { Groups = {}; }
 
   private:
     struct Group

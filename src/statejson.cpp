@@ -163,9 +163,11 @@ std::string JsonStrings(const std::vector<std::string>& Texts)
 }
 
 std::string BuildStateJson(const GLViewport& View, const GLWindow& Window, int FramesRendered,
-                           const std::vector<std::string>& MapWarnings)
+                           const MapFacts& Map)
 {
     return "{\n  \"frames\": " + std::to_string(FramesRendered) + ",\n" + CameraJson(View) +
            EffectsJson(View) + SelectionJson(View) + VehiclesJson(View) + AircraftJson(View) +
-           "  \"warnings\": " + JsonStrings(MapWarnings) + ",\n" + MessagesJson(Window) + "}\n";
+           "  \"map\": {\"name\": " + JsonQuote(Map.Name) + ", \"path\": " + JsonQuote(Map.Path) +
+           ", \"reloads\": " + std::to_string(Map.Reloads) + "},\n" +
+           "  \"warnings\": " + JsonStrings(Map.Warnings) + ",\n" + MessagesJson(Window) + "}\n";
 }

@@ -6,10 +6,20 @@
 class GLViewport;
 class GLWindow;
 
+// The map on screen as the state file names it.
+struct MapFacts
+{
+    std::string Name;
+    std::string Path; // "" for the built-in map
+    int Reloads = 0;
+    std::vector<std::string> Warnings; // the loader's, of the latest load
+};
+
 // The viewer's state as a JSON document: the camera fields, the effects preset, the selection, every
-// unit's position and goals, the map loader's warnings and every status message shown, oldest first.
+// unit's position and goals, the map with its loader's warnings and every status message shown,
+// oldest first.
 std::string BuildStateJson(const GLViewport& View, const GLWindow& Window, int FramesRendered,
-                           const std::vector<std::string>& MapWarnings = {});
+                           const MapFacts& Map = {});
 // A JSON array of strings on one line.
 std::string JsonStrings(const std::vector<std::string>& Texts);
 

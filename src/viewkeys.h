@@ -19,6 +19,8 @@ class ViewKeys
     // handles it).
     bool HandleKeyDown(const Control& Row, const SDL_KeyboardEvent& Key, GLViewport& View);
     void HandleKeyUp(const SDL_KeyboardEvent& Key) { Camera.Release(Key.key); }
+    // A new map's units are not the ones the groups named.
+    void ForgetGroups() { Groups.Clear(); }
 
   private:
     SelectionGroups Groups;
