@@ -17,14 +17,6 @@ namespace
 constexpr int WidthPx = 320;
 constexpr int HeightPx = 180;
 
-JetExhaustEmitter MakeEmitter(float x, float y, float z, float dx, float dy, float dz)
-{
-    JetExhaustEmitter emitter;
-    emitter.Position[0] = x, emitter.Position[1] = y, emitter.Position[2] = z;
-    emitter.Direction[0] = dx, emitter.Direction[1] = dy, emitter.Direction[2] = dz;
-    return emitter;
-}
-
 // Seen from 200 units away, looking down 20 degrees along -Z.
 Mat4 MakeViewProjection()
 {
@@ -39,8 +31,7 @@ Mat4 MakeViewProjection()
 JetExhaustFrameInput MakeInput()
 {
     JetExhaustFrameInput input;
-    input.Emitters = {MakeEmitter(40, 0, 0, 1, 0, 0), MakeEmitter(40, 30, -20, 1, 0, 0),
-                      MakeEmitter(40, -30, 20, 1, 0, 0)};
+    input.Emitters = {{{40, 0, 0}, {1, 0, 0}}, {{40, 30, -20}, {1, 0, 0}}, {{40, -30, 20}, {1, 0, 0}}};
     input.ViewProjection = MakeViewProjection().ToFloat();
     input.ViewportWidthPx = WidthPx;
     input.ViewportHeightPx = HeightPx;
@@ -137,21 +128,20 @@ TEST_F(JetExhaustGLTest, TargetsFollowTheScaleAndThePreset)
 TEST_F(JetExhaustGLTest, SwitchesAndPresetsChangeTheWorkAndItsFigures)
 {
     const JetExhaustFrameInput input = MakeInput();
-    const JetExhaustFigures first = RenderFrames(input, 1);
     // Nothing waits for the timer queries, so the first frame cannot have GPU times yet.
-    EXPECT_FALSE(first.bGpuTimesValid);
-    EXPECT_EQ(first.StatusText, "Jet effects ready");
+    EXPECT_FALSE(RenderFrames(input, 1).bGpuTimesValid);
     using Settings = JetExhaustDebugSettings;
     // clang-format off
     struct Case { const char* Name; std::function<void(Settings&)> Change; std::array<bool, 5> Ran; int ParticlesPerEmitter, BlurIterations; bool bFewerTargets; } const cases[] = {
         {"defaults", [](Settings&) {}, {true, true, true, true, true}, 64 + 32, 2, false},
+        // Off frees the targets; the next row, on again, brings them back.
+        {"effect switched off", [this](Settings&) { Jet.ToggleEnabled(); }, {false, false, false, false, false}, 0, 0, true},
+        {"contrails off", [](Settings& s) { s.ContrailsEnabled = false; }, {true, true, true, true, true}, 64, 2, false},
         {"shimmer off", [](Settings& s) { s.ShimmerEnabled = false; }, {true, false, false, true, true}, 96, 2, true},
         {"bloom off", [](Settings& s) { s.BloomEnabled = false; }, {true, true, true, false, true}, 96, 0, true},
-        {"contrails off", [](Settings& s) { s.ContrailsEnabled = false; }, {true, true, true, true, true}, 64, 2, false},
         {"low", [](Settings& s) { s.Quality = JetExhaustQuality::Low; }, {true, true, true, true, true}, 32 + 16, 1, true},
         {"high", [](Settings& s) { s.Quality = JetExhaustQuality::High; }, {true, true, true, true, true}, 128 + 64, 3, false},
         {"stored 7 works as high", [](Settings& s) { s.Quality = static_cast<JetExhaustQuality>(7); }, {true, true, true, true, true}, 128 + 64, 3, false},
-        {"effect off", [](Settings& s) { s.Enabled = false; }, {false, false, false, false, false}, 0, 0, true},
     };
     // clang-format on
     std::uint64_t defaultBytes = 0;
@@ -162,14 +152,18 @@ TEST_F(JetExhaustGLTest, SwitchesAndPresetsChangeTheWorkAndItsFigures)
         // Each frame is waited for, so from the second on the GPU figures are of a frame with these switches.
         const JetExhaustFigures figures = RenderFrames(input, 3);
         EXPECT_TRUE(figures.bGpuTimesValid || !c.Ran[0]) << c.Name;
+        EXPECT_EQ(figures.StatusText, c.Ran[0] ? "Jet effects ready" : "Jet effects off") << c.Name;
+        double gpuTotalMs = 0.0;
         for (int i = 0; i < JetExhaustPassCount; ++i)
         {
+            gpuTotalMs += figures.GpuMs[i];
             EXPECT_EQ(figures.bPassRan[i], c.Ran[i]) << c.Name << ", pass " << i;
             const double cpuMs = figures.CpuMs[i], gpuMs = figures.GpuMs[i];
             EXPECT_TRUE(c.Ran[i] ? std::isfinite(cpuMs) && cpuMs > 0.0 && std::isfinite(gpuMs) && gpuMs >= 0.0
                                  : cpuMs == 0.0 && gpuMs == 0.0)
                 << c.Name << ", pass " << i << ": CPU " << cpuMs << " ms, GPU " << gpuMs << " ms";
         }
+        EXPECT_EQ(gpuTotalMs > 0.0, c.Ran[0]) << c.Name << ": measured GPU time";
         EXPECT_EQ(figures.ParticleCount, 3 * c.ParticlesPerEmitter) << c.Name;
         EXPECT_EQ(figures.BlurIterations, c.BlurIterations) << c.Name;
         std::uint64_t bytes = 0;
@@ -249,7 +243,7 @@ TEST_F(JetExhaustGLTest, BadInputReturnsFalseAndLeavesTheFiguresAlone)
     // Unusable emitters are skipped; with none left nothing is drawn, yet the frame succeeds.
     JetExhaustFrameInput input = MakeInput();
     RenderFrames(input, 2); // GPU times of frames that drew
-    input.Emitters = {MakeEmitter(0, 0, 0, 0, 0, 0), MakeEmitter(nan, 0, 0, 1, 0, 0)};
+    input.Emitters = {{{0, 0, 0}, {0, 0, 0}}, {{nan, 0, 0}, {1, 0, 0}}};
     const JetExhaustFigures figures = RenderFrames(input, 2);
     EXPECT_EQ(figures.ParticleCount, 0);
     EXPECT_TRUE(figures.bGpuTimesValid);
@@ -335,7 +329,7 @@ TEST(JetExhaustParticles, StreamBehindTheNozzleWithinTheirLengths)
     const float lengthWorld = 50.0f;
     // Flying along +Z, straight up (the side axis must not degenerate) and along an unnormalised diagonal.
     const std::vector<JetExhaustEmitter> emitters = {
-        MakeEmitter(10, 20, 30, 0, 0, 1), MakeEmitter(0, 0, 0, 0, 5, 0), MakeEmitter(-7, 3, 2, 2, -1, 2)};
+        {{10, 20, 30}, {0, 0, 1}}, {{0, 0, 0}, {0, 5, 0}}, {{-7, 3, 2}, {2, -1, 2}}};
     const std::size_t plumes = emitters.size() * work.PlumeParticlesPerEmitter;
     for (double timeSec : {0.0, 0.37, 1e6 + 0.5})
     {

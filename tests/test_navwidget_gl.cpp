@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstdint>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include <epoxy/gl.h>
@@ -39,6 +40,17 @@ Rgba ExpectedFace(int Id, bool bHighlighted)
     // clang-format on
     const int group = Id <= 2 ? 0 : Id == 3 ? 1 : Id <= 7 ? 2 : 3;
     return (bHighlighted ? bright : plain)[group];
+}
+
+// The glyphs: plus, minus, cross, then arrows up, down, left and right (shaft, then the head's two lines).
+std::string ExpectedGlyph(int Id)
+{
+    // clang-format off
+    static const char* const glyphs[] = {"-100,0>100,0 0,100>0,-100 ", "-100,0>100,0 ", "-100,100>100,-100 100,100>-100,-100 ",
+        "0,-100>0,100 0,100>-55,35 0,100>55,35 ", "0,100>0,-100 0,-100>-55,-35 0,-100>55,-35 ",
+        "100,0>-100,0 -100,0>-35,55 -100,0>-35,-55 ", "-100,0>100,0 100,0>35,55 100,0>35,-55 "};
+    // clang-format on
+    return glyphs[Id <= 3 ? Id - 1 : (Id - 4) % 4 + 3];
 }
 
 // Bit for bit: what a person sees is exactly the listed colour.
@@ -134,29 +146,20 @@ TEST_F(NavWidgetGL, EachButtonIsDrawnOnItsHitRegionBrightWhenHoveredOrHeld)
                     << b.Name << " outline " << k;
             }
 
-            // The glyph: a minus, a cross, a plus or an arrow, inside the face.
-            std::vector<RendPrimitive> glyph;
+            // The glyph as drawn in the face's middle, in hundredths of 0.26 of the face from its centre
+            // (y up): "x,y>x,y" per line.
+            std::string glyph;
             while (next < prims.size() && prims[next].Type == RendPrimitive::Kind::Line)
-                glyph.push_back(prims[next++]);
-            ASSERT_EQ(glyph.size(), b.Id == 2 ? 1u : b.Id <= 3 ? 2u : 3u) << b.Name;
-            for (const RendPrimitive& g : glyph)
             {
+                const RendPrimitive& g = prims[next++];
                 EXPECT_TRUE(g.WidthPx == 2.2f && HasColour(g, {0.92f, 0.95f, 1.0f, 0.98f})) << b.Name;
-                for (const float x : {g.X1, g.X2})
-                    EXPECT_TRUE(face.X1 < x && x < face.X2) << b.Name;
-                for (const float y : {g.Y1, g.Y2})
-                    EXPECT_TRUE(face.Y2 < y && y < face.Y1) << b.Name;
+                const float cx = (face.X1 + face.X2) / 2, sx = 0.26f * (face.X2 - face.X1);
+                const float cy = (face.Y1 + face.Y2) / 2, sy = 0.26f * (face.Y1 - face.Y2);
+                for (const auto& [x, y, separator] : {std::tuple{g.X1, g.Y1, ">"}, {g.X2, g.Y2, " "}})
+                    glyph += std::to_string(std::lround((x - cx) / sx * 100)) + "," +
+                             std::to_string(std::lround((y - cy) / sy * 100)) + separator;
             }
-            // An arrow's three lines meet at its tip, 0.26 of the face from the middle, towards the move.
-            if (glyph.size() != 3)
-                continue;
-            const int dirX = b.Id == 6 || b.Id == 10 ? -1 : b.Id == 7 || b.Id == 11 ? 1 : 0;
-            const int dirY = b.Id == 4 || b.Id == 8 ? 1 : b.Id == 5 || b.Id == 9 ? -1 : 0; // up is +y
-            const float tipX = (face.X1 + face.X2) / 2 + dirX * 0.26f * (face.X2 - face.X1);
-            const float tipY = (face.Y1 + face.Y2) / 2 + dirY * 0.26f * (face.Y1 - face.Y2);
-            EXPECT_TRUE(near(glyph[0].X2, tipX) && near(glyph[0].Y2, tipY)) << b.Name << " shaft";
-            for (int k : {1, 2})
-                EXPECT_TRUE(near(glyph[k].X1, tipX) && near(glyph[k].Y1, tipY)) << b.Name << " head " << k;
+            EXPECT_EQ(glyph, ExpectedGlyph(b.Id)) << b.Name;
         }
         EXPECT_EQ(next, 85u);
     }
