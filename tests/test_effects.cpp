@@ -1,13 +1,14 @@
 // Effects panel: its rectangle, the drawing (shapes, rows, number format, colour rules) and the
 // preset-button presses taken by the per-frame mouse processing.
+#include <array>
 #include <cmath>
+#include <cstdio>
 #include <limits>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 
-#include "glcolor.h"
 #include "test_app.h"
 
 namespace
@@ -20,34 +21,41 @@ struct Rgba
     float R, G, B, A;
 };
 constexpr Rgba RowNormal{0.75f, 0.88f, 0.96f, 1.0f};
-constexpr Rgba GpuWarning{1.0f, 0.42f, 0.22f, 1.0f};
-constexpr Rgba StatusError{1.0f, 0.35f, 0.25f, 1.0f};
 constexpr Rgba StatusNormal{0.55f, 1.0f, 0.7f, 1.0f};
 constexpr Rgba ButtonSelected{0.18f, 0.7f, 1.0f, 0.82f};
 constexpr Rgba ButtonOther{0.12f, 0.18f, 0.26f, 0.85f};
 
-::testing::AssertionResult HasColour(const TTFTextCall& call, Rgba c)
+// The exact colour of a recorded shape or text row.
+template <typename Drawn>::testing::AssertionResult HasColour(const Drawn& d, Rgba c)
 {
-    if (call.R == c.R && call.G == c.G && call.B == c.B && call.A == c.A)
+    if (d.R == c.R && d.G == c.G && d.B == c.B && d.A == c.A)
         return ::testing::AssertionSuccess();
     return ::testing::AssertionFailure()
-           << "colour (" << call.R << ", " << call.G << ", " << call.B << ", " << call.A << ") instead of ("
-           << c.R << ", " << c.G << ", " << c.B << ", " << c.A << ")";
-}
-::testing::AssertionResult HasColour(const RendPrimitive& shape, Rgba c)
-{
-    if (shape.R == c.R && shape.G == c.G && shape.B == c.B && shape.A == c.A)
-        return ::testing::AssertionSuccess();
-    return ::testing::AssertionFailure()
-           << "colour (" << shape.R << ", " << shape.G << ", " << shape.B << ", " << shape.A
-           << ") instead of (" << c.R << ", " << c.G << ", " << c.B << ", " << c.A << ")";
+           << "colour (" << d.R << ", " << d.G << ", " << d.B << ", " << d.A << ")";
 }
 
-// A TestApp that draws the panel once and hands back the text rows.
+// A drawn shape or text row as a person would list it: kind or text, place, size and colour.
+std::string Describe(const RendPrimitive& s)
+{
+    char line[200];
+    std::snprintf(line, sizeof line, "%s %.4f %.4f %.4f %.4f w%g (%g %g %g %g) #%d",
+                  s.Type == RendPrimitive::Kind::Rect ? "rect" : "line", s.X1, s.Y1, s.X2, s.Y2, s.WidthPx,
+                  s.R, s.G, s.B, s.A, s.FrameIndex);
+    return line;
+}
+std::string Describe(const TTFTextCall& t)
+{
+    char line[200];
+    std::snprintf(line, sizeof line, "%.4f %.4f %g %dpx (%g %g %g %g) ", t.X, t.Y, t.Z, t.SizePx, t.R, t.G,
+                  t.B, t.A);
+    return line + t.Text;
+}
+
+// A TestApp that draws the panel and hands back its rows (0 the title, 1..6 below it).
 class EffectsApp : public TestApp
 {
   public:
-    const std::vector<TTFTextCall>& DrawTexts()
+    const std::vector<TTFTextCall>& Draw()
     {
         Renderer.ClearRecord();
         Font.ClearRecord();
@@ -55,134 +63,73 @@ class EffectsApp : public TestApp
         View.RenderJetEffectsOverlay();
         return Font.GetTextCalls();
     }
-    // Text of row n (0 the title, 1..6 line1..line6) after one draw.
-    std::string DrawRow(std::size_t n)
+    std::string Row(std::size_t n)
     {
-        const std::vector<TTFTextCall>& texts = DrawTexts();
+        const std::vector<TTFTextCall>& texts = Draw();
         return n < texts.size() ? texts[n].Text : "<missing row>";
     }
-    // The three preset buttons as drawn (shapes 8 to 10).
-    std::vector<RendPrimitive> DrawButtons()
+    const std::vector<RendPrimitive>& Shapes() const { return Renderer.GetPrimitives(); }
+    // The preset buttons pressed, and the panel swallowing the press, at a global point.
+    std::vector<TestViewport::PresetCall> PressAtGlobal(double gx, double gy)
     {
-        DrawTexts();
-        const std::vector<RendPrimitive>& shapes = Renderer.GetPrimitives();
-        if (shapes.size() != 10)
-            return {};
-        return {shapes.begin() + 7, shapes.end()};
-    }
-    // One press and release at a global point; returns whether the press frame was marked.
-    bool PressAtGlobal(double gx, double gy)
-    {
+        View.PresetCalls.clear();
         PointAtGlobal(gx, gy);
         Frame(true);
-        const bool bMarked = App.bChildWindowProcessed;
+        EXPECT_TRUE(App.bChildWindowProcessed) << gx << ", " << gy;
         Frame(false);
-        return bMarked;
+        return View.PresetCalls;
     }
 };
-
-TEST(EffectsPanelRect, FixedUpperRightBoxWhileVisible)
-{
-    EffectsApp app;
-    double x1 = 0.0, y1 = 0.0, x2 = 0.0, y2 = 0.0;
-    ASSERT_TRUE(app.View.GetJetEffectsPanelRect(x1, y1, x2, y2));
-    EXPECT_EQ(x1, 0.6);
-    EXPECT_EQ(y1, 0.02);
-    EXPECT_EQ(x2, 0.98);
-    EXPECT_EQ(y2, 0.36);
-
-    app.View.bJetEffectsPanelVisible = false;
-    x1 = y1 = x2 = y2 = 7.0;
-    EXPECT_FALSE(app.View.GetJetEffectsPanelRect(x1, y1, x2, y2));
-    EXPECT_EQ(x1, 7.0);
-    EXPECT_EQ(y1, 7.0);
-    EXPECT_EQ(x2, 7.0);
-    EXPECT_EQ(y2, 7.0);
-}
 
 TEST(EffectsPanelDrawing, WorkedExampleShapesInOrder)
 {
     EffectsApp app; // window (-1, 1)-(1, -1), Medium preset, scale 0.75
-    app.DrawTexts();
-    using Kind = RendPrimitive::Kind;
+    app.Draw();
     // clang-format off
-    struct Expected { const char* Name; Kind Type; float X1, Y1, X2, Y2; Rgba Colour; float WidthPx; } expected[] = {
-        {"background", Kind::Rect, 0.2f, 0.96f, 0.96f, 0.28f, {0.025f, 0.045f, 0.075f, 0.9f}, 0.0f},
-        {"top border", Kind::Line, 0.2f, 0.96f, 0.96f, 0.96f, {0.25f, 0.88f, 1.0f, 0.95f}, 1.5f},
-        {"right border", Kind::Line, 0.96f, 0.96f, 0.96f, 0.28f, {0.25f, 0.88f, 1.0f, 0.75f}, 1.0f},
-        {"bottom border", Kind::Line, 0.96f, 0.28f, 0.2f, 0.28f, {0.25f, 0.88f, 1.0f, 0.75f}, 1.0f},
-        {"left border", Kind::Line, 0.2f, 0.28f, 0.2f, 0.96f, {0.25f, 0.88f, 1.0f, 0.75f}, 1.0f},
-        {"quality bar", Kind::Rect, 0.212f, 0.865f, 0.212f + 0.39f * 0.66f, 0.852f, {0.2f, 0.78f, 1.0f, 0.85f}, 0},
-        {"scale bar", Kind::Rect, 0.212f, 0.81f, 0.212f + 0.39f * 0.75f, 0.797f, {0.96f, 0.6f, 0.18f, 0.85f}, 0},
-        {"button Low", Kind::Rect, 0.212f, 0.89f, 0.452f, 0.87f, ButtonOther, 0.0f},
-        {"button Medium", Kind::Rect, 0.458f, 0.89f, 0.698f, 0.87f, ButtonSelected, 0.0f},
-        {"button High", Kind::Rect, 0.704f, 0.89f, 0.944f, 0.87f, ButtonOther, 0.0f},
+    const std::string expected[] = {
+        "rect 0.2000 0.9600 0.9600 0.2800 w0 (0.025 0.045 0.075 0.9) #1",   // background
+        "line 0.2000 0.9600 0.9600 0.9600 w1.5 (0.25 0.88 1 0.95) #1",      // top border
+        "line 0.9600 0.9600 0.9600 0.2800 w1 (0.25 0.88 1 0.75) #1",        // right border
+        "line 0.9600 0.2800 0.2000 0.2800 w1 (0.25 0.88 1 0.75) #1",        // bottom border
+        "line 0.2000 0.2800 0.2000 0.9600 w1 (0.25 0.88 1 0.75) #1",        // left border
+        "rect 0.2120 0.8650 0.4694 0.8520 w0 (0.2 0.78 1 0.85) #1",         // quality bar: 0.66 of 0.39
+        "rect 0.2120 0.8100 0.5045 0.7970 w0 (0.96 0.6 0.18 0.85) #1",      // scale bar: 0.75 of 0.39
+        "rect 0.2120 0.8900 0.4520 0.8700 w0 (0.12 0.18 0.26 0.85) #1",     // button Low
+        "rect 0.4580 0.8900 0.6980 0.8700 w0 (0.18 0.7 1 0.82) #1",         // button Medium, lit
+        "rect 0.7040 0.8900 0.9440 0.8700 w0 (0.12 0.18 0.26 0.85) #1",     // button High
     };
     // clang-format on
-    const std::vector<RendPrimitive>& shapes = app.Renderer.GetPrimitives();
-    ASSERT_EQ(shapes.size(), std::size(expected));
-    for (std::size_t i = 0; i < shapes.size(); ++i)
-    {
-        const Expected& e = expected[i];
-        const RendPrimitive& s = shapes[i];
-        EXPECT_EQ(s.Type, e.Type) << e.Name;
-        EXPECT_NEAR(s.X1, e.X1, 1e-6) << e.Name;
-        EXPECT_NEAR(s.Y1, e.Y1, 1e-6) << e.Name;
-        EXPECT_NEAR(s.X2, e.X2, 1e-6) << e.Name;
-        EXPECT_NEAR(s.Y2, e.Y2, 1e-6) << e.Name;
-        EXPECT_TRUE(HasColour(s, e.Colour)) << e.Name;
-        EXPECT_EQ(s.WidthPx, e.WidthPx) << e.Name;
-        EXPECT_EQ(s.FrameIndex, 1) << e.Name;
-    }
-    EXPECT_EQ(app.Renderer.GetBeginFrameCount(), 1);
+    ASSERT_EQ(app.Shapes().size(), std::size(expected));
+    for (std::size_t i = 0; i < std::size(expected); ++i)
+        EXPECT_EQ(Describe(app.Shapes()[i]), expected[i]) << "shape " << i;
     EXPECT_EQ(app.Renderer.GetEndFrameCount(), 1);
     EXPECT_FALSE(app.Renderer.IsInFrame());
 }
 
-TEST(EffectsPanelDrawing, QualityNamesBarAndHighlightedButton)
+TEST(EffectsPanelDrawing, BarsFollowQualityAndScaleAndOnlyTheQualitysButtonIsLit)
 {
-    struct Case
-    {
-        int Stored;
-        const char* Name;
-        float BarFraction;
-        int Selected; // -1: none
-    } cases[] = {
-        {0, "Low", 0.33f, 0},  {1, "Medium", 0.66f, 1}, {2, "High", 1.0f, 2},
-        {3, "High", 1.0f, -1}, {-1, "High", 1.0f, -1},  {1 << 30, "High", 1.0f, -1},
+    // The scale bar is unclamped: past its full length above 1, leftwards below 0.
+    // clang-format off
+    struct Case { int Stored; float Scale; const char* Name; float QualityBar, ScaleBarRightX; int Lit; } cases[] = {
+        {0, 0.0f, "Low", 0.33f, 0.212f, 0},    {1, 0.5f, "Medium", 0.66f, 0.407f, 1},
+        {2, 1.0f, "High", 1.0f, 0.602f, 2},    {3, 1.5f, "High", 1.0f, 0.797f, -1},
+        {-1, -0.5f, "High", 1.0f, 0.017f, -1}, {1 << 30, 0.75f, "High", 1.0f, 0.5045f, -1},
     };
+    // clang-format on
     for (const Case& c : cases)
     {
         EffectsApp app;
         app.View.JetExhaust.Debug().Quality = static_cast<JetExhaustQuality>(c.Stored);
-        const std::vector<RendPrimitive> buttons = app.DrawButtons();
-        ASSERT_EQ(buttons.size(), 3u) << "quality " << c.Stored;
-        const RendPrimitive& bar = app.Renderer.GetPrimitives()[5];
-        EXPECT_NEAR(bar.X2 - bar.X1, 0.39f * c.BarFraction, 1e-6) << "quality " << c.Stored;
-        for (int b = 0; b < 3; ++b)
-            EXPECT_TRUE(HasColour(buttons[b], b == c.Selected ? ButtonSelected : ButtonOther))
-                << "quality " << c.Stored << " button " << b;
-        ASSERT_EQ(app.Font.GetTextCalls().size(), 7u) << "quality " << c.Stored;
-        EXPECT_EQ(app.Font.GetTextCalls()[1].Text, std::string("Preset ") + c.Name + " | target 0x0")
-            << "quality " << c.Stored;
-    }
-}
-
-TEST(EffectsPanelDrawing, ScaleBarIsUnclamped)
-{
-    struct Case
-    {
-        float Scale, RightX;
-    } cases[] = {{0.0f, 0.212f}, {0.5f, 0.407f}, {1.0f, 0.602f}, {1.5f, 0.797f}, {-0.5f, 0.017f}};
-    for (const Case& c : cases)
-    {
-        EffectsApp app;
         app.View.JetEffectsScale = c.Scale;
-        app.DrawTexts();
-        ASSERT_EQ(app.Renderer.GetPrimitives().size(), 10u);
-        const RendPrimitive& bar = app.Renderer.GetPrimitives()[6];
-        EXPECT_NEAR(bar.X1, 0.212f, 1e-6) << "scale " << c.Scale;
-        EXPECT_NEAR(bar.X2, c.RightX, 1e-6) << "scale " << c.Scale;
+        EXPECT_EQ(app.Row(1), std::string("Preset ") + c.Name + " | target 0x0") << "quality " << c.Stored;
+        const std::vector<RendPrimitive>& shapes = app.Shapes();
+        ASSERT_EQ(shapes.size(), 10u) << "quality " << c.Stored;
+        EXPECT_NEAR(shapes[5].X2 - shapes[5].X1, 0.39f * c.QualityBar, 1e-6) << "quality " << c.Stored;
+        EXPECT_NEAR(shapes[6].X1, 0.212f, 1e-6) << "scale " << c.Scale;
+        EXPECT_NEAR(shapes[6].X2, c.ScaleBarRightX, 1e-6) << "scale " << c.Scale;
+        for (int b = 0; b < 3; ++b)
+            EXPECT_TRUE(HasColour(shapes[7 + b], b == c.Lit ? ButtonSelected : ButtonOther))
+                << "quality " << c.Stored << " button " << b;
     }
 }
 
@@ -193,75 +140,59 @@ TEST(EffectsPanelDrawing, RowsForGivenFigures)
     app.View.JetEffectsTargetWidth = 960;
     app.View.JetEffectsTargetHeight = 540;
     JetExhaustDebugSettings& settings = app.View.JetExhaust.Debug();
-    settings.ShimmerEnabled = true;
     settings.BloomEnabled = false;
     settings.DepthFogEnabled = false;
-    settings.ContrailsEnabled = true;
     const double cpu[5] = {1.2, 0.5, 99.0, 3.7, -0.6};
     const double gpu[5] = {1.5, 7.0, 0.6, 1.2, 0.3}; // slot 1 is hidden but counts in the total
-    for (int i = 0; i < 5; ++i)
-    {
-        app.View.JetEffectsCpuMs[i] = cpu[i];
-        app.View.JetEffectsGpuMs[i] = gpu[i];
-    }
+    std::copy(cpu, cpu + 5, app.View.JetEffectsCpuMs);
+    std::copy(gpu, gpu + 5, app.View.JetEffectsGpuMs);
     app.View.JetEffectsMemoryMiB = 47.5;
     app.View.JetEffectsGpuBudgetMs = 16.0;
     app.View.JetEffectsStatusText = "Effects ready";
-
     // clang-format off
-    struct Row { const char* Text; float Y; Rgba Colour; } rows[] = {
-        {"MIRAVEL EFFECTS", 0.93f, {0.72f, 0.94f, 1.0f, 1.0f}},
-        {"Preset Medium | target 960x540", 0.90f, {0.95f, 0.96f, 1.0f, 1.0f}},
-        {"Shimmer ON  Bloom OFF  Fog OFF  Trails ON", 0.84f, RowNormal},
-        {"Click presets/toggles; lower rows: scale then fog | Ctrl+Shift+R shaders | Ctrl+Shift+L effect", 0.77f, RowNormal},
-        {"CPU ms scene 1 mask 1 bloom 4 composite -1", 0.74f, RowNormal},
-        {"GPU ms scene 2 mask 1 bloom 1 comp 0 | 48 MiB", 0.71f, RowNormal},
-        {"Effects ready", 0.68f, StatusNormal},
+    const std::string rows[] = {
+        "0.2120 0.9300 0.02 12px (0.72 0.94 1 1) MIRAVEL EFFECTS",
+        "0.2120 0.9000 0.02 12px (0.95 0.96 1 1) Preset Medium | target 960x540",
+        "0.2120 0.8400 0.02 12px (0.75 0.88 0.96 1) Shimmer ON  Bloom OFF  Fog OFF  Trails ON",
+        "0.2120 0.7700 0.02 12px (0.75 0.88 0.96 1) Click presets/toggles; lower rows: scale then fog | Ctrl+Shift+R shaders | Ctrl+Shift+L effect",
+        "0.2120 0.7400 0.02 12px (0.75 0.88 0.96 1) CPU ms scene 1 mask 1 bloom 4 composite -1",
+        "0.2120 0.7100 0.02 12px (0.75 0.88 0.96 1) GPU ms scene 2 mask 1 bloom 1 comp 0 | 48 MiB",
+        "0.2120 0.6800 0.02 12px (0.55 1 0.7 1) Effects ready",
     };
     // clang-format on
-    const std::vector<TTFTextCall>& texts = app.DrawTexts();
+    const std::vector<TTFTextCall>& texts = app.Draw();
     ASSERT_EQ(texts.size(), std::size(rows));
-    EXPECT_EQ(std::string(rows[3].Text).size(), 94u);
     for (std::size_t i = 0; i < texts.size(); ++i)
-    {
-        EXPECT_EQ(texts[i].Text, rows[i].Text) << "row " << i;
-        EXPECT_NEAR(texts[i].X, 0.212f, 1e-6) << "row " << i;
-        EXPECT_NEAR(texts[i].Y, rows[i].Y, 1e-6) << "row " << i;
-        EXPECT_EQ(texts[i].Z, 0.02f) << "row " << i;
-        EXPECT_EQ(texts[i].SizePx, 12) << "row " << i;
-        EXPECT_TRUE(HasColour(texts[i], rows[i].Colour)) << "row " << i;
-    }
+        EXPECT_EQ(Describe(texts[i]), rows[i]) << "row " << i;
+    settings.ShimmerEnabled = false;
+    settings.ContrailsEnabled = false;
+    settings.BloomEnabled = true;
+    EXPECT_EQ(app.Row(2), "Shimmer OFF  Bloom ON  Fog OFF  Trails OFF");
 
     // The rows keep their distances below the top in a short viewport, falling past the bottom edge.
     app.View.WindowY2 = 0.5; // panel from 0.99 down to 0.82
-    const std::vector<TTFTextCall>& shortTexts = app.DrawTexts();
+    const std::vector<TTFTextCall>& shortTexts = app.Draw();
     ASSERT_EQ(shortTexts.size(), 7u);
     EXPECT_NEAR(shortTexts[0].Y, 0.96f, 1e-6);
     EXPECT_NEAR(shortTexts[6].Y, 0.71f, 1e-6);
-    EXPECT_NEAR(app.Renderer.GetPrimitives()[0].Y2, 0.82f, 1e-6);
+    EXPECT_NEAR(app.Shapes()[0].Y2, 0.82f, 1e-6);
+
+    // The font is never smaller than 9 px.
+    for (const auto& [smallerPx, drawnPx] : {std::pair{-4, 9}, {8, 9}, {9, 9}, {10, 10}})
+    {
+        app.Renderer.FontSmallerPx = smallerPx;
+        EXPECT_EQ(app.Draw().back().SizePx, drawnPx) << "FontSmallerPx " << smallerPx;
+    }
 }
 
 TEST(EffectsPanelDrawing, FiguresRoundHalvesAwayFromZeroAndSaturate)
 {
     // clang-format off
     struct Case { double Value; const char* Printed; } cases[] = {
-        {2.5, "3"},
-        {-2.5, "-3"},
-        {0.49, "0"},
-        {-0.49, "0"}, // no "-0"
-        {0.5, "1"},
-        {1.4999999, "1"},
-        {-7.0, "-7"},
-        {2147483646.6, "2147483647"},
-        {2147483647.4, "2147483647"},
-        {2147483647.5, "2147483647"},
-        {1e12, "2147483647"},
-        {Inf, "2147483647"},
-        {-2147483648.4, "-2147483648"},
-        {-2147483648.6, "-2147483648"},
-        {-1e300, "-2147483648"},
-        {-Inf, "-2147483648"},
-        {NaN, "0"},
+        {2.5, "3"}, {-2.5, "-3"}, {0.49, "0"}, {-0.49, "0"} /* no "-0" */, {0.5, "1"}, {1.4999999, "1"}, {-7.0, "-7"},
+        {2147483646.6, "2147483647"}, {2147483647.4, "2147483647"}, {2147483647.5, "2147483647"},
+        {1e12, "2147483647"}, {Inf, "2147483647"}, {-2147483648.4, "-2147483648"},
+        {-2147483648.6, "-2147483648"}, {-1e300, "-2147483648"}, {-Inf, "-2147483648"}, {NaN, "0"},
     };
     // clang-format on
     for (const Case& c : cases)
@@ -269,125 +200,58 @@ TEST(EffectsPanelDrawing, FiguresRoundHalvesAwayFromZeroAndSaturate)
         EffectsApp app;
         app.View.JetEffectsCpuMs[0] = c.Value;
         app.View.JetEffectsMemoryMiB = c.Value;
-        EXPECT_EQ(app.DrawRow(4), std::string("CPU ms scene ") + c.Printed + " mask 0 bloom 0 composite 0")
+        EXPECT_EQ(app.Row(4), std::string("CPU ms scene ") + c.Printed + " mask 0 bloom 0 composite 0")
             << "value " << c.Value;
-        EXPECT_EQ(app.DrawRow(5), std::string("GPU ms scene 0 mask 0 bloom 0 comp 0 | ") + c.Printed + " MiB")
+        EXPECT_EQ(app.Row(5), std::string("GPU ms scene 0 mask 0 bloom 0 comp 0 | ") + c.Printed + " MiB")
             << "value " << c.Value;
     }
-
     // Integer fields print as they are, negative ones included.
     EffectsApp app;
     app.View.JetEffectsTargetWidth = -3;
     app.View.JetEffectsTargetHeight = 2147483647;
-    EXPECT_EQ(app.DrawRow(1), "Preset Medium | target -3x2147483647");
+    EXPECT_EQ(app.Row(1), "Preset Medium | target -3x2147483647");
 }
 
-TEST(EffectsPanelDrawing, FontSizeIsAtLeastNine)
+TEST(EffectsPanelDrawing, GpuRowWarnsAboveTheBudgetAndStatusRowShowsErrorsCut)
 {
-    const int cases[][2] = {{-4, 9}, {0, 9}, {8, 9}, {9, 9}, {10, 10}, {14, 14}};
-    for (const auto& c : cases)
-    {
-        EffectsApp app;
-        app.Renderer.FontSmallerPx = c[0];
-        const std::vector<TTFTextCall>& texts = app.DrawTexts();
-        ASSERT_EQ(texts.size(), 7u);
-        for (std::size_t i = 0; i < texts.size(); ++i)
-            EXPECT_EQ(texts[i].SizePx, c[1]) << "FontSmallerPx " << c[0] << " row " << i;
-    }
-}
-
-TEST(EffectsPanelDrawing, GpuRowWarnsOnlyAboveTheBudget)
-{
+    const std::string x56(56, 'x');
     // clang-format off
-    struct Case { const char* Name; double Gpu[5]; double BudgetMs; bool bWarning; } cases[] = {
-        {"equal to budget", {1.0, 0.5, 0.5, 1.0, 1.0}, 4.0, false},
-        {"just above", {1.0, 0.5, 0.5, 1.0, 1.0000001}, 4.0, true},
-        {"below", {0.5, 0.5, 0.5, 0.5, 0.5}, 4.0, false},
-        {"hidden slot alone", {0.0, 5.0, 0.0, 0.0, 0.0}, 4.0, true},
-        {"negative budget", {0.0, 0.0, 0.0, 0.0, 0.0}, -1.0, true},
-        {"NaN time", {NaN, 0.0, 0.0, 0.0, 0.0}, 4.0, false},
-        {"NaN budget", {9.0, 0.0, 0.0, 0.0, 0.0}, NaN, false},
+    struct Case { double Gpu[5]; double BudgetMs; bool bGpuWarning; std::string Status, Shown; bool bError; } cases[] = {
+        {{1.0, 0.5, 0.5, 1.0, 1.0}, 4.0, false, "Shader", "Shader", true},  // GPU total equal to the budget
+        {{1.0, 0.5, 0.5, 1.0, 1.0000001}, 4.0, true, "Shade", "Shade", false},
+        {{0.0, 5.0, 0.0, 0.0, 0.0}, 4.0, true, "shader compile failed", "shader compile failed", false}, // hidden slot alone
+        {{0.0, 0.0, 0.0, 0.0, 0.0}, -1.0, true, " Shader", " Shader", false},
+        {{NaN, 0.0, 0.0, 0.0, 0.0}, 4.0, false, "Shaders reloaded", "Shaders reloaded", true}, // only the start counts
+        {{9.0, 0.0, 0.0, 0.0, 0.0}, NaN, false, "Composite link", "Composite link", true},
+        {{}, 4.0, false, "Composite lin", "Composite lin", false}, {{}, 4.0, false, "Composite Link failed", "Composite Link failed", false},
+        {{}, 4.0, false, "", "", false}, {{}, 4.0, false, x56, x56, false}, {{}, 4.0, false, x56 + "y", x56, false},
+        {{}, 4.0, false, "Shader " + x56, "Shader " + x56.substr(0, 49), true},
     };
     // clang-format on
     for (const Case& c : cases)
     {
         EffectsApp app;
-        for (int i = 0; i < 5; ++i)
-            app.View.JetEffectsGpuMs[i] = c.Gpu[i];
+        std::copy(c.Gpu, c.Gpu + 5, app.View.JetEffectsGpuMs);
         app.View.JetEffectsGpuBudgetMs = c.BudgetMs;
-        const std::vector<TTFTextCall>& texts = app.DrawTexts();
-        ASSERT_EQ(texts.size(), 7u) << c.Name;
-        EXPECT_TRUE(HasColour(texts[5], c.bWarning ? GpuWarning : RowNormal)) << c.Name;
-        // Only the GPU row changes colour.
-        EXPECT_TRUE(HasColour(texts[4], RowNormal)) << c.Name;
-    }
-}
-
-TEST(EffectsPanelDrawing, StatusRowColourAndTruncation)
-{
-    const std::string fiftySix(56, 'x');
-    // clang-format off
-    struct Case { std::string Status; std::string Shown; bool bError; } cases[] = {
-        {"Shader", "Shader", true},
-        {"Shade", "Shade", false},
-        {"shader compile failed", "shader compile failed", false},
-        {"SHADER", "SHADER", false},
-        {" Shader", " Shader", false},
-        {"Reloaded Shader", "Reloaded Shader", false},
-        {"Shaders reloaded", "Shaders reloaded", true},  // only the start counts
-        {"Composite link", "Composite link", true},
-        {"Composite link failed", "Composite link failed", true},
-        {"Composite lin", "Composite lin", false},
-        {"Composite Link failed", "Composite Link failed", false},
-        {"", "", false},
-        {fiftySix, fiftySix, false},
-        {fiftySix + "y", fiftySix, false},
-        {"Shader " + fiftySix, "Shader " + fiftySix.substr(0, 49), true},
-    };
-    // clang-format on
-    for (const Case& c : cases)
-    {
-        EffectsApp app;
         app.View.JetEffectsStatusText = c.Status;
-        const std::vector<TTFTextCall>& texts = app.DrawTexts();
+        const std::vector<TTFTextCall>& texts = app.Draw();
         ASSERT_EQ(texts.size(), 7u) << "status '" << c.Status << "'";
-        EXPECT_EQ(texts[6].Text, c.Shown) << "status '" << c.Status << "'";
-        EXPECT_LE(texts[6].Text.size(), 56u) << "status '" << c.Status << "'";
-        EXPECT_TRUE(HasColour(texts[6], c.bError ? StatusError : StatusNormal))
-            << "status '" << c.Status << "'";
+        EXPECT_TRUE(HasColour(texts[5], c.bGpuWarning ? Rgba{1.0f, 0.42f, 0.22f, 1.0f} : RowNormal))
+            << c.Gpu[4];
+        EXPECT_TRUE(HasColour(texts[4], RowNormal)) << "only the GPU row changes colour";
+        EXPECT_EQ(texts[6].Text, c.Shown);
+        EXPECT_TRUE(HasColour(texts[6], c.bError ? Rgba{1.0f, 0.35f, 0.25f, 1.0f} : StatusNormal))
+            << c.Status;
     }
 }
 
-TEST(EffectsPanelDrawing, TextComesAfterTheClosedFrame)
-{
-    EffectsApp app;
-    app.DrawTexts();
-    ASSERT_EQ(app.Font.Moments.size(), 7u);
-    for (std::size_t i = 0; i < app.Font.Moments.size(); ++i)
-    {
-        EXPECT_FALSE(app.Font.Moments[i].bRendInFrame) << "row " << i;
-        EXPECT_EQ(app.Font.Moments[i].EndFrameCount, 1) << "row " << i;
-        EXPECT_EQ(app.Font.Moments[i].PrimitiveCount, 10u) << "row " << i;
-    }
-
-    // Without a font renderer the shapes are drawn all the same.
-    app.Renderer.pTTF = nullptr;
-    app.Renderer.ClearRecord();
-    app.Font.ClearRecord();
-    app.View.RenderJetEffectsOverlay();
-    EXPECT_EQ(app.Renderer.GetPrimitives().size(), 10u);
-    EXPECT_EQ(app.Renderer.GetEndFrameCount(), 1);
-    EXPECT_TRUE(app.Font.GetTextCalls().empty());
-}
-
-TEST(EffectsPanelDrawing, NothingDrawnWithoutPanelRendererOrFrame)
+TEST(EffectsPanelDrawing, TextComesAfterTheClosedFrameAndNothingWithoutPanelRendererOrFrame)
 {
     // clang-format off
-    struct Case { const char* Name; bool bPanelVisible, bCore, bRend, bDrawingAllowed; int BeginFrames; } cases[] = {
-        {"panel hidden", false, true, true, true, 0},
-        {"no core", true, false, true, true, 0},
-        {"no renderer", true, true, false, true, 0},
-        {"beginFrame fails", true, true, true, false, 0},
+    struct Case { const char* Name; bool bPanelVisible, bCore, bRend, bDrawingAllowed, bFont; std::size_t Shapes, Rows; } cases[] = {
+        {"drawn", true, true, true, true, true, 10, 7}, {"no font: shapes only", true, true, true, true, false, 10, 0},
+        {"panel hidden", false, true, true, true, true, 0, 0}, {"no core", true, false, true, true, true, 0, 0},
+        {"no renderer", true, true, false, true, true, 0, 0}, {"beginFrame fails", true, true, true, false, true, 0, 0},
     };
     // clang-format on
     for (const Case& c : cases)
@@ -395,73 +259,22 @@ TEST(EffectsPanelDrawing, NothingDrawnWithoutPanelRendererOrFrame)
         EffectsApp app;
         app.View.bJetEffectsPanelVisible = c.bPanelVisible;
         app.Renderer.bDrawingAllowed = c.bDrawingAllowed;
-        if (!c.bRend)
-            app.CoreServices.pRend = nullptr;
-        if (!c.bCore)
-            p = nullptr;
+        app.Renderer.pTTF = c.bFont ? &app.Font : nullptr;
+        app.CoreServices.pRend = c.bRend ? &app.Renderer : nullptr;
+        p = c.bCore ? &app.CoreServices : nullptr;
         app.View.RenderJetEffectsOverlay();
         p = &app.CoreServices;
-        EXPECT_EQ(app.Renderer.GetBeginFrameCount(), c.BeginFrames) << c.Name;
-        EXPECT_EQ(app.Renderer.GetEndFrameCount(), 0) << c.Name;
-        EXPECT_TRUE(app.Renderer.GetPrimitives().empty()) << c.Name;
-        EXPECT_TRUE(app.Font.GetTextCalls().empty()) << c.Name;
+        EXPECT_EQ(app.Renderer.GetEndFrameCount(), c.Shapes ? 1 : 0) << c.Name;
+        EXPECT_EQ(app.Renderer.GetBeginFrameCount(), c.Shapes ? 1 : 0) << c.Name;
+        EXPECT_EQ(app.Shapes().size(), c.Shapes) << c.Name;
+        EXPECT_EQ(app.Font.GetTextCalls().size(), c.Rows) << c.Name;
+        for (const MomentTTF::Moment& moment : app.Font.Moments) // rows come after the closed frame
+            EXPECT_TRUE(!moment.bRendInFrame && moment.EndFrameCount == 1 && moment.PrimitiveCount == 10u)
+                << c.Name;
     }
 }
 
 // --- Presses ---
-
-TEST(EffectsPanelPress, WorkedExamplePresses)
-{
-    struct Case
-    {
-        const char* Name;
-        double X, Y;
-        int Preset; // -1: swallowed
-    } cases[] = {
-        {"first button", 0.3, 0.88, 0},
-        {"gap between buttons 0 and 1", 0.455, 0.88, -1},
-        {"just below the buttons", 0.6, 0.86, -1},
-        {"second button", 0.578, 0.88, 1},
-        {"third button", 0.824, 0.88, 2},
-        {"title row", 0.3, 0.93, -1},
-        {"quality bar", 0.3, 0.86, -1},
-        {"right margin", 0.95, 0.88, -1},
-        {"panel's top-left corner", 0.2, 0.96, -1},
-        {"panel's bottom-right corner", 0.96, 0.28, -1},
-    };
-    const struct
-    {
-        JetExhaustQuality Quality;
-        float Scale;
-        const char* Label;
-    } presets[] = {{JetExhaustQuality::Low, 0.5f, "Low"},
-                   {JetExhaustQuality::Medium, 0.75f, "Medium"},
-                   {JetExhaustQuality::High, 1.0f, "High"}};
-    for (const Case& c : cases)
-    {
-        EffectsApp app;
-        app.View.JetExhaust.Debug().Quality = static_cast<JetExhaustQuality>(7);
-        app.View.bPanDrag = true; // a drag left over: only a press off the buttons ends it
-        app.PointAtGlobal(c.X, c.Y);
-        app.Frame(true);
-        EXPECT_TRUE(app.App.bChildWindowProcessed) << c.Name;
-        EXPECT_FALSE(app.View.bOrbitDrag) << c.Name;
-        if (c.Preset < 0)
-        {
-            EXPECT_TRUE(app.View.PresetCalls.empty()) << c.Name;
-            EXPECT_FALSE(app.View.bPanDrag) << c.Name;
-            EXPECT_EQ(static_cast<int>(app.View.JetExhaust.Debug().Quality), 7) << c.Name;
-            continue;
-        }
-        EXPECT_TRUE(app.View.bPanDrag) << c.Name;
-        ASSERT_EQ(app.View.PresetCalls.size(), 1u) << c.Name;
-        EXPECT_EQ(app.View.PresetCalls[0].Quality, presets[c.Preset].Quality) << c.Name;
-        EXPECT_EQ(app.View.PresetCalls[0].Scale, presets[c.Preset].Scale) << c.Name;
-        EXPECT_EQ(app.View.PresetCalls[0].Label, presets[c.Preset].Label) << c.Name;
-        EXPECT_EQ(app.View.JetExhaust.Debug().Quality, presets[c.Preset].Quality) << c.Name;
-        EXPECT_EQ(app.View.JetEffectsScale, presets[c.Preset].Scale) << c.Name;
-    }
-}
 
 TEST(EffectsPanelPress, HitLeavesRunningDragsAndPressActsOnce)
 {
@@ -472,16 +285,12 @@ TEST(EffectsPanelPress, HitLeavesRunningDragsAndPressActsOnce)
     app.PointAtGlobal(0.3, 0.88);
     app.Frame(true, true);
     EXPECT_TRUE(app.View.bPanDrag);
-    ASSERT_EQ(app.View.PresetCalls.size(), 1u);
     app.Frame(true, true); // held over the button: no second preset
     app.Frame(false, true);
     EXPECT_EQ(app.View.PresetCalls.size(), 1u);
-
-    // Pressing the active preset again applies it again.
-    app.Frame(true, true);
+    app.Frame(true, true); // pressing the active preset again applies it again
     ASSERT_EQ(app.View.PresetCalls.size(), 2u);
     EXPECT_EQ(app.View.PresetCalls[1].Quality, JetExhaustQuality::Low);
-
     // A press off the buttons ends the pan at once.
     app.PointAtGlobal(0.455, 0.88);
     app.Frame(false, true);
@@ -493,116 +302,33 @@ TEST(EffectsPanelPress, HitLeavesRunningDragsAndPressActsOnce)
 TEST(EffectsPanelPress, DrawnButtonEdgesAreHitAndOneFloatBeyondIsNot)
 {
     EffectsApp app;
-    const std::vector<RendPrimitive> buttons = app.DrawButtons();
-    ASSERT_EQ(buttons.size(), 3u);
+    app.Draw();
+    ASSERT_EQ(app.Shapes().size(), 10u);
+    const std::vector<RendPrimitive> buttons(app.Shapes().begin() + 7, app.Shapes().end());
     for (int b = 0; b < 3; ++b)
     {
         const RendPrimitive& r = buttons[b];
-        const float midX = (r.X1 + r.X2) * 0.5f;
-        const float midY = (r.Y1 + r.Y2) * 0.5f;
+        const float midX = (r.X1 + r.X2) * 0.5f, midY = (r.Y1 + r.Y2) * 0.5f;
+        const float left = std::nextafter(r.X1, -1.0f), right = std::nextafter(r.X2, 2.0f);
+        const float above = std::nextafter(r.Y1, 2.0f), below = std::nextafter(r.Y2, -1.0f);
         // clang-format off
         struct Probe { const char* Edge; float X, Y, OutX, OutY; } probes[] = {
-            {"left", r.X1, midY, std::nextafter(r.X1, -1.0f), midY},
-            {"right", r.X2, midY, std::nextafter(r.X2, 2.0f), midY},
-            {"top", midX, r.Y1, midX, std::nextafter(r.Y1, 2.0f)},
-            {"bottom", midX, r.Y2, midX, std::nextafter(r.Y2, -1.0f)},
-            {"top-left corner", r.X1, r.Y1, std::nextafter(r.X1, -1.0f), std::nextafter(r.Y1, 2.0f)},
-            {"bottom-right corner", r.X2, r.Y2, std::nextafter(r.X2, 2.0f), std::nextafter(r.Y2, -1.0f)},
+            {"left", r.X1, midY, left, midY}, {"right", r.X2, midY, right, midY},
+            {"top", midX, r.Y1, midX, above}, {"bottom", midX, r.Y2, midX, below},
+            {"top-left corner", r.X1, r.Y1, left, above}, {"bottom-right corner", r.X2, r.Y2, right, below},
         };
         // clang-format on
         for (const Probe& probe : probes)
         {
-            app.View.PresetCalls.clear();
-            EXPECT_TRUE(app.PressAtGlobal(probe.X, probe.Y)) << "button " << b << " " << probe.Edge;
-            ASSERT_EQ(app.View.PresetCalls.size(), 1u) << "button " << b << " " << probe.Edge;
-            EXPECT_EQ(static_cast<int>(app.View.PresetCalls[0].Quality), b)
+            const std::vector<TestViewport::PresetCall> presses = app.PressAtGlobal(probe.X, probe.Y);
+            EXPECT_TRUE(presses.size() == 1 && static_cast<int>(presses[0].Quality) == b)
                 << "button " << b << " " << probe.Edge;
-
-            app.View.PresetCalls.clear();
-            EXPECT_TRUE(app.PressAtGlobal(probe.OutX, probe.OutY))
+            EXPECT_TRUE(app.PressAtGlobal(probe.OutX, probe.OutY).empty())
                 << "button " << b << " beyond " << probe.Edge;
-            EXPECT_TRUE(app.View.PresetCalls.empty()) << "button " << b << " beyond " << probe.Edge;
         }
     }
 }
 
-TEST(EffectsPanelPress, NarrowPanelButtonsCannotBeHit)
-{
-    EffectsApp app;
-    app.View.WindowX1 = 0.9; // viewport 0.1 wide: the panel is 0.038 wide, narrower than its margins
-    const std::vector<RendPrimitive> buttons = app.DrawButtons();
-    ASSERT_EQ(buttons.size(), 3u);
-    EXPECT_LT(buttons[0].X2, buttons[0].X1) << "button width should be negative";
-
-    int presses = 0;
-    for (int i = 0; i <= 20; ++i)
-        for (int j = 0; j <= 20; ++j)
-        {
-            const double localX = 0.6 + 0.38 * (i + 0.5) / 21.0; // inset: rounding stays inside
-            const double localY = 0.02 + 0.34 * (j + 0.5) / 21.0;
-            app.PointAtLocal(localX, localY);
-            app.Frame(true);
-            EXPECT_TRUE(app.App.bChildWindowProcessed) << "local " << localX << ", " << localY;
-            EXPECT_FALSE(app.View.bOrbitDrag) << "local " << localX << ", " << localY;
-            app.Frame(false);
-            ++presses;
-        }
-    // Also exactly at the drawn button corners.
-    for (const RendPrimitive& r : buttons)
-        for (const float x : {r.X1, r.X2})
-            for (const float y : {r.Y1, r.Y2})
-            {
-                EXPECT_TRUE(app.PressAtGlobal(x, y)) << "corner " << x << ", " << y;
-                ++presses;
-            }
-    EXPECT_EQ(presses, 21 * 21 + 12);
-    EXPECT_TRUE(app.View.PresetCalls.empty());
-}
-
-TEST(EffectsPanelPress, HiddenPanelLetsThePressThrough)
-{
-    EffectsApp app;
-    app.View.bJetEffectsPanelVisible = false;
-    app.PointAtGlobal(0.3, 0.88); // where button 0 would be
-    app.Frame(true);
-    EXPECT_TRUE(app.View.bOrbitDrag);
-    EXPECT_TRUE(app.View.PresetCalls.empty());
-
-    // Shown again, the same press is the panel's and starts no orbit.
-    app.Frame(false);
-    app.View.bJetEffectsPanelVisible = true;
-    app.Frame(true);
-    EXPECT_FALSE(app.View.bOrbitDrag);
-    EXPECT_EQ(app.View.PresetCalls.size(), 1u);
-}
-
-TEST(EffectsPanelPress, MiddleAndRightPressesOnlyMarkThePointerAsOverThePanel)
-{
-    struct Case
-    {
-        const char* Name;
-        bool bMiddle, bRight;
-    } cases[] = {{"hover", false, false}, {"middle", true, false}, {"right", false, true}};
-    for (const Case& c : cases)
-    {
-        EffectsApp app;
-        app.PointAtGlobal(0.3, 0.88); // on button 0
-        app.Frame(false, c.bMiddle, c.bRight);
-        EXPECT_TRUE(app.View.PresetCalls.empty()) << c.Name;
-        EXPECT_FALSE(app.View.bPanDrag) << c.Name;
-        EXPECT_FALSE(app.View.bOrderDrag) << c.Name;
-        // Over a panel the frame counts as the viewport's even without a drag.
-        EXPECT_TRUE(app.App.bChildWindowProcessed) << c.Name;
-    }
-
-    // Away from the panel a hover leaves the input to the windows behind.
-    EffectsApp app;
-    app.PointAtGlobal(-0.5, 0.0);
-    app.Frame();
-    EXPECT_FALSE(app.App.bChildWindowProcessed);
-}
-
-// A viewport whose conversion of the pointer yields no number while the pointer counts as inside.
 // A viewport whose pointer conversion the test steers: a coordinate that is not a number, or a
 // pointer counted as outside the viewport while its local point lies on the panel.
 class SteeredPointerViewport : public TestViewport
@@ -613,10 +339,8 @@ class SteeredPointerViewport : public TestViewport
     bool GlobalToLocal01(double GlobalX, double GlobalY, double& LocalX01, double& LocalY01) const override
     {
         const bool bInside = TestViewport::GlobalToLocal01(GlobalX, GlobalY, LocalX01, LocalY01);
-        if (bNaNX)
-            LocalX01 = NaN;
-        if (bNaNY)
-            LocalY01 = NaN;
+        LocalX01 = bNaNX ? NaN : LocalX01;
+        LocalY01 = bNaNY ? NaN : LocalY01;
         return bInside;
     }
     bool GlobalToLocalPixels(double GlobalX, double GlobalY, int& LocalXPx, int& LocalYPx) const override
@@ -625,29 +349,59 @@ class SteeredPointerViewport : public TestViewport
     }
 };
 
-TEST(EffectsPanelPress, NaNOrOutsidePointerIsNotThePanels)
+TEST(EffectsPanelPress, WorkedExamplePressesAndWhoTakesThem)
 {
+    // Setup: L, M, R buttons down; p a pan drag left over; h panel hidden; x, y that local coordinate
+    // not a number; o the pointer counted as outside the viewport. Preset -1: none applied.
     // clang-format off
-    struct Case { const char* Name; bool bNaNX, bNaNY, bOutside; bool bOrbit, bMarked; } cases[] = {
-        {"x not a number", true, false, false, true, true},
-        {"y not a number", false, true, false, true, true},
-        {"both not a number", true, true, false, true, true},
-        {"outside the viewport", false, false, true, false, false},
+    struct Case { const char* Name; double X, Y; std::string Setup; int Preset; bool bOrbit, bMarked, bPan; } cases[] = {
+        {"first button", 0.3, 0.88, "Lp", 0, false, true, true}, {"second button", 0.578, 0.88, "Lp", 1, false, true, true},
+        {"third button", 0.824, 0.88, "Lp", 2, false, true, true},
+        // The rest of the panel swallows a left press and ends the drag under it.
+        {"gap between buttons 0 and 1", 0.455, 0.88, "Lp", -1, false, true, false},
+        {"just below the buttons", 0.6, 0.86, "Lp", -1, false, true, false}, {"title row", 0.3, 0.93, "Lp", -1, false, true, false},
+        {"right margin", 0.95, 0.88, "Lp", -1, false, true, false}, {"panel's top-left corner", 0.2, 0.96, "Lp", -1, false, true, false},
+        {"panel's bottom-right corner", 0.96, 0.28, "Lp", -1, false, true, false},
+        // Over the panel any frame is the viewport's; a press that is not the panel's goes on as usual.
+        {"panel hidden", 0.3, 0.88, "Lh", -1, true, true, false}, {"hover", 0.3, 0.88, "", -1, false, true, false},
+        {"middle", 0.3, 0.88, "M", -1, false, true, false}, {"right", 0.3, 0.88, "R", -1, false, true, false},
+        {"hover away from the panel", -0.5, 0.0, "", -1, false, false, false},
+        {"x not a number", 0.3, 0.88, "Lx", -1, true, true, false}, {"y not a number", 0.3, 0.88, "Ly", -1, true, true, false},
+        {"outside the viewport", 0.3, 0.88, "Lo", -1, false, false, false},
     };
     // clang-format on
+    const char* const labels[] = {"Low", "Medium", "High"};
+    const float scales[] = {0.5f, 0.75f, 1.0f};
     for (const Case& c : cases)
     {
+        const auto has = [&](char flag) { return c.Setup.find(flag) != std::string::npos; };
         TestApp app;
         SteeredPointerViewport view;
-        view.bNaNX = c.bNaNX;
-        view.bNaNY = c.bNaNY;
-        view.bOutside = c.bOutside;
-        app.PointAtGlobal(0.3, 0.88); // on button 0
-        app.MouseState.pButton[Mouse::Left] = true;
+        view.pParentWindow = &app.Window;
+        view.bHasFocus = true;
+        view.JetExhaust.Debug().Quality = static_cast<JetExhaustQuality>(7);
+        view.bPanDrag = has('p');
+        view.bJetEffectsPanelVisible = !has('h');
+        view.bNaNX = has('x');
+        view.bNaNY = has('y');
+        view.bOutside = has('o');
+        app.PointAtGlobal(c.X, c.Y);
+        app.MouseState.pButton[Mouse::Left] = has('L');
+        app.MouseState.pButton[Mouse::Middle] = has('M');
+        app.MouseState.pButton[Mouse::Right] = has('R');
         view.MouseProcessing();
-        EXPECT_TRUE(view.PresetCalls.empty()) << c.Name;
         EXPECT_EQ(view.bOrbitDrag, c.bOrbit) << c.Name;
+        EXPECT_EQ(view.bPanDrag, c.bPan) << c.Name;
+        EXPECT_FALSE(view.bOrderDrag) << c.Name;
         EXPECT_EQ(app.App.bChildWindowProcessed, c.bMarked) << c.Name;
+        EXPECT_EQ(static_cast<int>(view.JetExhaust.Debug().Quality), c.Preset < 0 ? 7 : c.Preset) << c.Name;
+        ASSERT_EQ(view.PresetCalls.size(), c.Preset < 0 ? 0u : 1u) << c.Name;
+        if (c.Preset >= 0)
+        {
+            EXPECT_TRUE(view.PresetCalls[0].Label == labels[c.Preset] &&
+                        view.JetEffectsScale == scales[c.Preset])
+                << c.Name;
+        }
     }
 }
 
@@ -658,19 +412,14 @@ TEST(EffectsPanelPress, PanelWinsOverANavigationButtonBelowIt)
     // its zoom-out button at u 0.70..0.96, v 0.04..0.20.
     app.View.NavWidgetSize = 0.48;
     app.View.NavWidgetMargin = 0.2;
-    const double localX = 0.32 + 0.48 * 0.83;
-    const double localY = 0.056 + 0.744 * 0.12;
     const double distance = app.View.CameraDistance;
-
-    app.PointAtLocal(localX, localY);
+    app.PointAtLocal(0.32 + 0.48 * 0.83, 0.056 + 0.744 * 0.12);
     app.Frame(true);
     EXPECT_EQ(app.View.HoverNavButton, 2) << "the point should be on the zoom-out button";
     EXPECT_TRUE(app.App.bChildWindowProcessed);
     EXPECT_EQ(app.View.ActiveNavButton, 0);
     EXPECT_EQ(app.View.CameraDistance, distance);
-    EXPECT_TRUE(app.View.PresetCalls.empty());
     app.Frame(false);
-
     // Without the panel the same press is the zoom-out button's.
     app.View.bJetEffectsPanelVisible = false;
     app.Frame(true);
