@@ -1,5 +1,7 @@
 #include "application.h"
 
+#include <algorithm>
+
 #include <SDL3/SDL.h>
 
 #include "cameraguard.h"
@@ -55,6 +57,13 @@ bool Application::Start(const AppOptions& Options, std::string& Error)
     ShowLoadedMap("F1: controls | ");
     if (Options.bWatch && !Watcher.Watch(MapPath, SDL_GetTicks(), Error))
         return false;
+    if (!Options.BrowseFolder.empty())
+        BrowseFolders.push_back(Options.BrowseFolder);
+    for (std::string& folder : GetUserMapFolders())
+        if (std::find(BrowseFolders.begin(), BrowseFolders.end(), folder) == BrowseFolders.end())
+            BrowseFolders.push_back(std::move(folder));
+    if (Options.bBrowse)
+        ShowMapBrowser(true);
     bFixedTimeStep = Options.FrameCount > 0;
     Keys.Camera.bEdgeScroll = (SDL_GetWindowFlags(CoreSdl.pWindow) & SDL_WINDOW_FULLSCREEN) != 0;
     LastFrameNs = SDL_GetTicksNS();
@@ -63,6 +72,8 @@ bool Application::Start(const AppOptions& Options, std::string& Error)
 
 void Application::HandleWindowEvent(const SDL_Event& Event)
 {
+    if (Browser.IsOpen() && RouteBrowserEvent(Event))
+        return;
     switch (Event.type)
     {
     case SDL_EVENT_QUIT:
@@ -141,6 +152,10 @@ void Application::ApplyKeyAction(AppAction Action, bool bRepeat)
         if (!bRepeat)
             ReloadMap();
         break;
+    case AppAction::ToggleMapBrowser:
+        if (!bRepeat)
+            ShowMapBrowser(!Browser.IsOpen());
+        break;
     case AppAction::OpenMapDialog:
         if (!bRepeat)
             ShowMapDialog();
@@ -154,7 +169,8 @@ void Application::UpdateWindowFlags()
 {
     const SDL_WindowFlags flags = SDL_GetWindowFlags(CoreSdl.pWindow);
     Renderer.bDrawingAllowed = (flags & SDL_WINDOW_MINIMIZED) == 0;
-    Viewport.bHasFocus = (flags & SDL_WINDOW_INPUT_FOCUS) != 0;
+    // The browser's filter takes the typing: the viewport must not read its letters as keys.
+    Viewport.bHasFocus = (flags & SDL_WINDOW_INPUT_FOCUS) != 0 && !Browser.IsOpen();
 }
 
 void Application::RouteMouseFrame()
@@ -168,6 +184,16 @@ void Application::RouteMouseFrame()
         globalClicks.push_back(MouseClickToGlobal(click, CoreSdl.Width, CoreSdl.Height));
     MiniMap.ProcessMouse(MouseState, Input.IsPointerInWindow(), Viewport, Window, CoreSdl.Width,
                          CoreSdl.Height);
+    if (Browser.IsOpen())
+    {
+        // The panel covers the view: the pointer is its alone while it is open.
+        Viewport.bMouseInteraction = false;
+        std::string chosen;
+        if (Browser.HandleMouse(MouseState, CoreSdl.Width, CoreSdl.Height - GLWindow::StatusBarHeightPx,
+                                chosen) &&
+            OpenMap(chosen))
+            ShowMapBrowser(false);
+    }
     Windows.ProcessFrame(MouseState, App, globalClicks, Input.IsPointerInWindow());
     Rotation.Sync(Viewport);
     Tooltip.Update(Viewport, SDL_GetTicks());
@@ -269,6 +295,8 @@ void Application::RecordAppOverlays()
     Stats.Render(canvas, GLWindow::StatusBarHeightPx);
     BatchRecorded();
     Help.Render(canvas, Metrics, CoreSdl.Height - GLWindow::StatusBarHeightPx);
+    BatchRecorded();
+    Browser.Render(canvas, Metrics, CoreSdl.Height - GLWindow::StatusBarHeightPx);
     BatchRecorded();
     Tooltip.Render(canvas, Metrics, Viewport);
     BatchRecorded();

@@ -15,6 +15,7 @@
 #include "glwindow.h"
 #include "helpoverlay.h"
 #include "jeteffectswitch.h"
+#include "mapbrowser.h"
 #include "mapwatcher.h"
 #include "minimap.h"
 #include "mouse.h"
@@ -62,6 +63,7 @@ class Application
     HelpOverlay& GetHelp() { return Help; }
     Minimap& GetMinimap() { return MiniMap; }
     NavTooltip& GetTooltip() { return Tooltip; }
+    MapBrowser& GetMapBrowser() { return Browser; }
     FrameStats& GetFrameStats() { return Stats; }
     // The map loader's warnings, one "<file>: <problem>" line each.
     const std::vector<std::string>& GetMapWarnings() const { return MapWarnings; }
@@ -92,6 +94,9 @@ class Application
     // Units, minimap, title and status for a map just loaded.
     void ShowLoadedMap(const std::string& Intro);
     void ShowMapDialog();
+    void ShowMapBrowser(bool bShow);
+    // The browser's share of an event while it is open; true when it took the event.
+    bool RouteBrowserEvent(const SDL_Event& Event);
     // Opens what a file dialog chose and reloads a watched map whose files have settled.
     void PollMapSources();
     void UpdateWindowFlags();
@@ -141,5 +146,7 @@ class Application
     int MapReloads = 0;
     int VehicleCount = 0, AircraftCount = 0;
     MapWatcher Watcher;
-    std::shared_ptr<DialogAnswer> pDialog; // while a dialog is open
+    MapBrowser Browser;
+    std::vector<std::string> BrowseFolders; // --browse's folder, then the user's map folders
+    std::shared_ptr<DialogAnswer> pDialog;  // while a dialog is open
 };

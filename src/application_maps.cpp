@@ -4,8 +4,8 @@
 
 #include <SDL3/SDL.h>
 
-#include "application.h"
 #include "airsim.h"
+#include "application.h"
 #include "mapsetup.h"
 #include "vehicleunit.h"
 
@@ -126,4 +126,30 @@ void Application::PollMapSources()
     }
     if (Watcher.IsReloadDue(SDL_GetTicks()))
         ReloadMap();
+}
+
+void Application::ShowMapBrowser(bool bShow)
+{
+    if (bShow)
+    {
+        Browser.Open(BrowseFolders);
+        SDL_StartTextInput(CoreSdl.pWindow);
+    }
+    else
+    {
+        Browser.Close();
+        SDL_StopTextInput(CoreSdl.pWindow);
+    }
+}
+
+bool Application::RouteBrowserEvent(const SDL_Event& Event)
+{
+    std::string chosen;
+    if (!Browser.HandleEvent(Event, chosen))
+        return false;
+    if (!chosen.empty() && OpenMap(chosen))
+        ShowMapBrowser(false);
+    else if (!Browser.IsOpen())
+        SDL_StopTextInput(CoreSdl.pWindow);
+    return true;
 }

@@ -64,6 +64,8 @@ const OptionHelp Options[] = {
                                   "Default: shown when the window is wide enough for its text."},
     {"--watch", nullptr, "Reload the map whenever its files change (an exporter's new .smf or .smt, an edited\n"
                          "mapinfo.lua), keeping the camera; needs --map. F5 reloads by hand."},
+    {"--browse", "[FOLDER]", "Open the map browser (Tab) at start, listing the maps in FOLDER first, then those in\n"
+                             "the usual Spring map folders."},
     {"--info", "MAP", "Print the map's facts (name, size, heights, tile files, features, water) and every\n"
                       "warning without opening a window, then exit. Also --info --map FILE."},
     {"--json", nullptr, "With --info: print the same as JSON."},
@@ -184,6 +186,7 @@ ParseOutcome ParseCommandLine(int Argc, const char* const* Argv, AppOptions& Opt
     app.add_option("--state-out", parsed.StateOutPath);
     app.add_option("--effects-panel", panel);
     app.add_flag("--watch", parsed.bWatch);
+    CLI::Option* browse = app.add_option("--browse", parsed.BrowseFolder)->expected(0, 1);
     CLI::Option* info = app.add_flag("--info", parsed.bInfo);
     app.add_flag("--json", parsed.bJson)->needs(info);
     app.add_option("MAP", parsed.MapPath)->needs(info);
@@ -212,6 +215,9 @@ ParseOutcome ParseCommandLine(int Argc, const char* const* Argv, AppOptions& Opt
     struct stat mapInfo = {};
     if (!parsed.MapPath.empty() && ::stat(parsed.MapPath.c_str(), &mapInfo) != 0)
         error = "quindle: --map: " + parsed.MapPath + ": " + std::strerror(errno);
+    parsed.bBrowse = browse->count() > 0;
+    if (!parsed.BrowseFolder.empty() && !std::filesystem::is_directory(parsed.BrowseFolder) && !error)
+        error = "quindle: --browse: " + parsed.BrowseFolder + ": not a folder";
     if (parsed.bWatch && parsed.MapPath.empty() && !error)
         error = "quindle: --watch: needs --map (the built-in map never changes)";
     if (!vehicles.empty() && !error)

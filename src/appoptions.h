@@ -21,9 +21,11 @@ struct AppOptions
     std::string ScreenshotPath; // PNG of the last frame
     std::string StateOutPath;   // JSON written at exit
     Panel EffectsPanel = Panel::Auto;
-    bool bInfo = false;         // print the map's facts and warnings instead of opening a window
-    bool bJson = false;         // with bInfo: as JSON
-    bool bWatch = false;        // reload the map whenever its files change
+    bool bInfo = false;       // print the map's facts and warnings instead of opening a window
+    bool bJson = false;       // with bInfo: as JSON
+    bool bWatch = false;      // reload the map whenever its files change
+    bool bBrowse = false;     // open the map browser at start
+    std::string BrowseFolder; // with bBrowse: listed before the user's map folders
 };
 
 enum class ParseOutcome

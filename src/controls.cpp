@@ -41,6 +41,8 @@ const Control Controls[] = {
     {"Ctrl+Shift+R", "reload the jet-exhaust shaders", AppAction::ReloadJetShaders, {{{SDLK_R, CtrlShift}}}},
     {"F5", "reload the map from its files (--watch reloads whenever they change)", AppAction::ReloadMap,
      {{{SDLK_F5}}}},
+    {"Tab", "open or close the map browser: type to filter, Up/Down and Enter or a click open a map",
+     AppAction::ToggleMapBrowser, {{{SDLK_TAB}}}},
     {"Ctrl+O", "open a map with the desktop's file dialog", AppAction::OpenMapDialog, {{{SDLK_O, Ctrl}}}},
     {"Dropping a map on the window", "open it: an .smf, .sd7 or .sdz file or an .sdd folder"},
     {"Ctrl+Q, or closing the window", "quit", AppAction::Quit, {{{SDLK_Q, Ctrl}}}},

@@ -36,6 +36,7 @@ enum class AppAction
     StopUnits,
     ReloadMap,
     OpenMapDialog,
+    ToggleMapBrowser,
 };
 
 // A key with the modifiers it needs. Ctrl, Shift and Alt count on either side and must match

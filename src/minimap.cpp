@@ -16,10 +16,8 @@
 
 namespace
 {
-// The 64x64 level of the map's minimap: the fifth of its mip chain from 1024x1024.
+// The map's minimap picture is DXT1 1024x1024 with its mip chain.
 constexpr int MinimapBaseTexels = 1024;
-constexpr int PictureLevel = 4;
-static_assert(MinimapBaseTexels >> PictureLevel == Minimap::CellCount);
 
 // Heights from low to high as grass, earth and rock, for maps without a minimap picture.
 std::array<std::uint8_t, 3> RampColour(double t01)
@@ -76,24 +74,28 @@ bool PickCorner(const GLViewport& View, double X01, double StartY01, double Step
 }
 } // namespace
 
+bool DecodeMinimapRgb(const std::vector<std::uint8_t>& Blocks, int Cells, std::vector<std::uint8_t>& Rgb)
+{
+    std::uint64_t offset = 0;
+    int texels = MinimapBaseTexels;
+    for (; texels > Cells && texels >= 4; texels >>= 1)
+        offset += SpringMapDxt1::LevelBytes(texels, texels);
+    if (texels != Cells || Blocks.size() < offset + SpringMapDxt1::LevelBytes(Cells, Cells))
+        return false;
+    std::vector<std::uint8_t> rgba(static_cast<std::size_t>(Cells) * Cells * 4);
+    SpringMapDxt1::DecodeImage(Blocks.data() + offset, Cells, Cells, rgba.data());
+    Rgb.resize(static_cast<std::size_t>(Cells) * Cells * 3);
+    for (std::size_t i = 0; i < static_cast<std::size_t>(Cells) * Cells; ++i)
+        std::copy_n(&rgba[i * 4], 3, &Rgb[i * 3]);
+    return true;
+}
+
 void Minimap::BuildPicture(const SpringMapRenderer& Map)
 {
     Picture.clear();
-    if (!Map.IsLoaded())
+    if (!Map.IsLoaded() || DecodeMinimapRgb(Map.GetMinimap(), CellCount, Picture))
         return;
     Picture.resize(static_cast<std::size_t>(CellCount) * CellCount * 3);
-    const std::vector<std::uint8_t>& blocks = Map.GetMinimap();
-    std::uint64_t offset = 0;
-    for (int level = 0; level < PictureLevel; ++level)
-        offset += SpringMapDxt1::LevelBytes(MinimapBaseTexels >> level, MinimapBaseTexels >> level);
-    if (blocks.size() >= offset + SpringMapDxt1::LevelBytes(CellCount, CellCount))
-    {
-        std::vector<std::uint8_t> rgba(static_cast<std::size_t>(CellCount) * CellCount * 4);
-        SpringMapDxt1::DecodeImage(blocks.data() + offset, CellCount, CellCount, rgba.data());
-        for (std::size_t i = 0; i < static_cast<std::size_t>(CellCount) * CellCount; ++i)
-            std::copy_n(&rgba[i * 4], 3, &Picture[i * 3]);
-        return;
-    }
     const double range = std::max(Map.GetHighestHeight() - Map.GetLowestHeight(), 1e-3f);
     for (int row = 0; row < CellCount; ++row)
         for (int column = 0; column < CellCount; ++column)

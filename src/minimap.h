@@ -11,6 +11,10 @@ class Mouse;
 class PixelCanvas;
 class SpringMapRenderer;
 
+// A map's minimap picture (DXT1, 1024x1024 and its mips) at Cells x Cells, a power of two from 4 to
+// 1024, as RGB rows; false when its blocks are too short for that level.
+bool DecodeMinimapRgb(const std::vector<std::uint8_t>& Blocks, int Cells, std::vector<std::uint8_t>& Rgb);
+
 // The minimap (M) in the window's top-left corner, the one no panel uses: the map's own minimap
 // picture (or its heights where it has none), the vehicles and aircraft as dots with the selected
 // ones lit, and the camera's footprint on the ground. A left click or drag moves the view's orbit

@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include "application.h"
+#include "mapcatalog.h"
 #include "mapwatcher.h"
 #include "sdl_seam.h"
 #include "statejson.h"
@@ -195,5 +196,115 @@ TEST_F(AppMaps, NoFileDialogIsSaidInTheStatusBar)
     }
     EXPECT_EQ(Status().rfind("No file dialog available (", 0), 0u) << Status();
     EXPECT_NE(Status().find("drop a map file or folder on the window instead"), std::string::npos);
+}
+TEST(MapCatalog, FindsAndReadsTheMapsOfAFolder)
+{
+    std::vector<MapListing> maps = ListMapsInFolder(Maps.string());
+    // clang-format off
+    const struct { const char* File; const char* Packing; const char* Name; int Squares; } expected[] = {
+        {"Blank16.sdd", "sdd", "Blank16", 1024},
+        {"Map_Blueprint_V1.sdd", "sdd", "MAP_BLUEPRINT_V1", 128},
+        {"bridge.sdd", "sdd", "The Bridge", 640},
+        {"map_blueprint_v1.sd7", "sd7", "MAP_BLUEPRINT_V1", 128},
+        {"map_blueprint_v1.sdz", "sdz", "MAP_BLUEPRINT_V1", 128},
+    };
+    // clang-format on
+    ASSERT_EQ(maps.size(), std::size(expected)) << "README.md is no map";
+    for (std::size_t i = 0; i < maps.size(); ++i)
+    {
+        EXPECT_EQ(maps[i].Path, (Maps / expected[i].File).string());
+        EXPECT_EQ(maps[i].Packing, expected[i].Packing);
+        EXPECT_FALSE(maps[i].bRead);
+        ReadMapListing(maps[i]);
+        EXPECT_EQ(maps[i].Error, "") << maps[i].Path;
+        EXPECT_EQ(maps[i].Name, expected[i].Name);
+        EXPECT_EQ(maps[i].WidthSquares, expected[i].Squares);
+        EXPECT_EQ(maps[i].HeightSquares, expected[i].Squares);
+        EXPECT_EQ(maps[i].Thumbnail.size(), 16u * 16u * 3u);
+    }
+    MapListing broken;
+    broken.Path = "/no/such.sd7";
+    ReadMapListing(broken);
+    EXPECT_TRUE(broken.bRead);
+    EXPECT_NE(broken.Error.find("/no/such.sd7"), std::string::npos) << broken.Error;
+}
+
+TEST(MapCatalog, UserFoldersFromTheEnvironmentAndTheHomeFolder)
+{
+    const fs::path home = fs::temp_directory_path() / ("quindle-home-" + std::to_string(getpid()));
+    for (const char* folder : {"data/maps", "write/maps", ".spring/maps", ".local/state/Game One/maps",
+                               ".local/share/Other/maps", ".local/share/NoMaps"})
+        fs::create_directories(home / folder);
+    const std::string oldHome = std::getenv("HOME") ? std::getenv("HOME") : "";
+    setenv("HOME", home.c_str(), 1);
+    setenv("SPRING_DATADIR", (home.string() + "/data:/no/such:" + home.string() + "/data").c_str(), 1);
+    setenv("SPRING_WRITEDIR", (home / "write").c_str(), 1);
+    const std::vector<std::string> expected = {
+        (home / "data/maps").string(), (home / "write/maps").string(), (home / ".spring/maps").string(),
+        (home / ".local/state/Game One/maps").string(), (home / ".local/share/Other/maps").string()};
+    EXPECT_EQ(GetUserMapFolders(), expected);
+    setenv("HOME", oldHome.c_str(), 1);
+    unsetenv("SPRING_DATADIR");
+    unsetenv("SPRING_WRITEDIR");
+    fs::remove_all(home);
+}
+
+TEST_F(AppMaps, BrowserFiltersAsYouTypeAndOpensTheChoice)
+{
+    SDL_SetHint(SDL_HINT_VIDEO_DRIVER, "offscreen");
+    sdlseam::Reset();
+    App = std::make_unique<Application>();
+    AppOptions options;
+    options.bBrowse = true;
+    options.BrowseFolder = Maps.string();
+    options.VehicleCount = 1;
+    options.AircraftCount = 0;
+    options.FrameCount = 1;
+    std::string error;
+    ASSERT_TRUE(App->Start(options, error)) << error;
+    MapBrowser& browser = App->GetMapBrowser();
+    for (int i = 0; i < 1000 && !browser.IsScanDone(); ++i)
+        SDL_Delay(10);
+    ASSERT_TRUE(browser.IsScanDone());
+    Frame();
+    EXPECT_FALSE(App->GetViewport().bHasFocus) << "typing goes to the filter, not the view's keys";
+    const Uint32 window = SDL_GetWindowID(App->GetCoreSDL().pWindow);
+    const auto key = [&](SDL_Keycode Code)
+    {
+        SDL_Event event{};
+        event.type = SDL_EVENT_KEY_DOWN;
+        event.key.windowID = window;
+        event.key.key = Code;
+        event.key.down = true;
+        ASSERT_TRUE(SDL_PushEvent(&event));
+        Frame();
+    };
+    const auto type = [&](const char* Text)
+    {
+        SDL_Event event{};
+        event.type = SDL_EVENT_TEXT_INPUT;
+        event.text.windowID = window;
+        event.text.text = Text;
+        ASSERT_TRUE(SDL_PushEvent(&event));
+        Frame();
+    };
+    type("BLUE");
+    EXPECT_EQ(browser.GetShown().size(), 3u) << "the filter ignores case";
+    type("x");
+    EXPECT_EQ(browser.GetShown().size(), 0u);
+    key(SDLK_BACKSPACE);
+    key(SDLK_DOWN);
+    key(SDLK_DOWN);
+    key(SDLK_DOWN);
+    EXPECT_EQ(browser.GetChoice(), 2) << "the choice stops at the last map shown";
+    key(SDLK_RETURN);
+    EXPECT_FALSE(browser.IsOpen());
+    EXPECT_EQ(App->GetMapPath(), (Maps / "map_blueprint_v1.sdz").string());
+    EXPECT_EQ(App->GetMapName(), "MAP_BLUEPRINT_V1");
+    key(SDLK_TAB);
+    EXPECT_TRUE(browser.IsOpen());
+    EXPECT_EQ(browser.GetFilter(), "BLUE") << "the filter stays for the next look";
+    key(SDLK_ESCAPE);
+    EXPECT_FALSE(browser.IsOpen());
 }
 } // namespace
