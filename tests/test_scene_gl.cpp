@@ -175,11 +175,14 @@ TEST_F(SceneGLTest, OrderLinesRunFromEachUnitThroughItsGoals)
     const Vec3D patrolEnd = air.Flight.Navigator.GetPath()[1];
 
     App->View.VehicleSelectionMask = {true, false};
+    sdlseam::SetMods(SDL_KMOD_LSHIFT); // every unit's orders, not only the selection's
     const std::vector<std::uint8_t> image = RenderAndRead();
+    sdlseam::SetMods(SDL_KMOD_NONE);
+    const std::vector<std::uint8_t> selectedOnly = RenderAndRead();
     // Left for a person to look at: the selected vehicle's ring, its orders and the patrol.
     std::string error;
     EXPECT_TRUE(WritePngRgb(std::string(SCENE_SCREENSHOT_DIR) + "/scene_orders.png", WidthPx, HeightPx,
-                             image.data(), error))
+                            image.data(), error))
         << error;
     const auto midpoint = [](const Vec3D& a, const Vec3D& b)
     { return Vec3D((a.X + b.X) * 0.5, (a.Y + b.Y) * 0.5, (a.Z + b.Z) * 0.5); };
@@ -198,6 +201,10 @@ TEST_F(SceneGLTest, OrderLinesRunFromEachUnitThroughItsGoals)
         {"aircraft to its patrol point", midpoint(air.Aircraft.Position, patrolStart),
          SceneGL::AircraftOrderColour, 1},
         {"patrol leg", midpoint(patrolStart, patrolEnd), SceneGL::AircraftOrderColour, 1},
+        {"ring on the ground under a patrol point", Vec3D(patrolEnd.X + 12.0, 2.0, patrolEnd.Z),
+         SceneGL::AircraftOrderColour, 1},
+        {"line down from a patrol point", Vec3D(patrolEnd.X, patrolEnd.Y * 0.5, patrolEnd.Z),
+         SceneGL::AircraftOrderColour, 1},
         {"idle vehicle", App->View.Vehicles[1]->Position, SceneGL::VehicleOrderColour, 0},
         // Between the two vehicles nothing was ordered.
         {"ground between the vehicles", Vec3D(Centre, 0.0, Centre + 40.0), SceneGL::VehicleOrderColour, 0},
@@ -210,6 +217,24 @@ TEST_F(SceneGLTest, OrderLinesRunFromEachUnitThroughItsGoals)
         else
             EXPECT_EQ(found, 0) << c.What;
     }
+    // Without Shift only the selected vehicle's orders show.
+    EXPECT_GE(CountColourNear(selectedOnly, Project(midpoint(first, second)), 2, SceneGL::VehicleOrderColour),
+              1);
+    EXPECT_EQ(CountColourNear(selectedOnly, Project(midpoint(patrolStart, patrolEnd)), 2,
+                              SceneGL::AircraftOrderColour),
+              0);
+}
+
+TEST_F(SceneGLTest, FarUnitsKeepTheirLeastSizeOnScreen)
+{
+    AddVehicle(512.0, 512.0);
+    App->View.VehicleSelectionMask = {true};
+    // True size: 16 units at 6000 are under a pixel; drawn as an arrow icon at least 10 across.
+    App->View.CameraDistance = 6000.0;
+    const std::vector<std::uint8_t> image = RenderAndRead();
+    const std::array<double, 2> at = Project(App->View.Vehicles[0]->Position);
+    EXPECT_GE(CountColourNear(image, at, 8, {0.6f, 1.0f, 0.65f}), 10) << "the icon";
+    EXPECT_GE(CountColourNear(image, at, 12, SceneGL::SelectionRingColour), 20) << "its ring";
 }
 
 TEST_F(SceneGLTest, JetEffectFiguresFollowTheScale)
