@@ -122,16 +122,20 @@ def right_drag_formation(s):
 
 
 def shift_queues(s):
-    """With Shift, a right click and a right drag queue behind the current orders."""
+    """S stops the selected vehicles; with Shift, a right click and a right drag then give each a goal
+    and a second one queued behind it."""
     cx, cy = group_centre(s)
-    queued, messages = {i: len(s.state["vehicles"][i]["queued"]) for i in s.group}, len(s.messages())
+    messages = len(s.messages())
+    s.xdo("key", "s")
     s.xdo("keydown", "shift")
     s.click(cx + 120, cy - 80, button=3)
     state = s.drag(3, [(cx + 120, cy - 120), (cx + 200, cy - 130), (cx + 300, cy - 140)])
     s.xdo("keyup", "shift")
-    s.check_messages(messages, ["Waypoint queued for selected units.", "Formation waypoint queued."], "Shift orders")
-    pending = {i: len(state["vehicles"][i]["queued"]) + (state["vehicles"][i]["target"] is not None) for i in s.group}
-    s.check(all(pending[i] >= queued[i] + 2 for i in s.group), "goals pending", "two more than %s" % queued, pending)
+    s.check_messages(messages, ["Stopped %d vehicles" % len(s.group), "Waypoint queued for selected units.",
+                                "Formation waypoint queued."], "S, Shift orders")
+    pending = [len(state["vehicles"][i]["queued"]) + (state["vehicles"][i]["target"] is not None) for i in s.group]
+    # A vehicle near its first goal may have reached it already; most have both still ahead.
+    s.check(min(pending) >= 1 and 2 * pending.count(2) >= len(pending), "goals pending", "two for most", pending)
 
 
 def leave_and_bare_ground(s):
