@@ -7,6 +7,7 @@
 #include <cmath>
 #include <cstdio>
 
+#include <SDL3/SDL_keyboard.h>
 #include <SDL3/SDL_timer.h>
 
 #include "airsim.h"
@@ -192,7 +193,9 @@ Mat4 GLViewport::GetSceneViewProjection() const
         SpringMap.IsLoaded() ? std::max(SpringMap.GetWorldWidth(), SpringMap.GetWorldDepth()) : 0.0;
     const double distance = std::max(std::fabs(camera.Distance), 1.0);
     const double farZ = distance + std::hypot(camera.PanX, camera.PanY) + extent * 2.0 + 1000.0;
-    const double nearZ = std::max(farZ * 1e-4, 0.5);
+    // The eye keeps CameraGuard's clearance from the ground around it, so a near plane inside that
+    // clips no terrain at any allowed distance.
+    const double nearZ = std::min(std::max(farZ * 1e-4, 0.5), CameraGuard::ClearanceWorld * 0.5);
     return BuildPerspectiveMatrix(camera.FovDeg, camera.Aspect, nearZ, farZ) * BuildOrbitViewMatrix(camera);
 }
 
@@ -234,10 +237,18 @@ void GLViewport::Render()
     if (bSpringMapView)
     {
         const std::array<float, 16> viewProjection = GetSceneViewProjection().ToFloat();
+        if (pScene)
+            pScene->DrawSky(CameraPitchDeg, CameraFovDeg);
         SpringMap.Render(viewProjection.data());
         if (pScene)
-            pScene->Draw({SpringMap, Vehicles, AirUnits, VehicleSelectionMask, bAirUnitsSelected},
-                         viewProjection);
+        {
+            SceneContent content{SpringMap, Vehicles, AirUnits, VehicleSelectionMask, bAirUnitsSelected};
+            CameraGuard::GetEyePosition(*this, CameraDistance, content.Eye.X, content.Eye.Y, content.Eye.Z);
+            content.WorldPerPxPerDistance =
+                2.0 * std::tan(std::clamp(CameraFovDeg, 1.0, 170.0) * M_PI / 360.0) / viewportHeightPx;
+            content.bShowAllOrders = (SDL_GetModState() & SDL_KMOD_SHIFT) != 0;
+            pScene->Draw(content, viewProjection);
+        }
         RenderJetEffects(*this, viewProjection, leftPx, bottomPx, viewportWidthPx, viewportHeightPx);
     }
     // The 2D overlays draw in global coordinates across the whole window.

@@ -37,7 +37,8 @@ constexpr int FloatsPerVertex = 7;
 constexpr int RingSegments = 24;
 constexpr double VehicleRingRadii = 1.6;
 constexpr double AircraftRingWorld = 26.0;
-constexpr double MarkerLiftWorld = 2.0; // keeps rings and lines off the terrain they follow
+constexpr double AirGoalRingWorld = 12.0; // the ground mark under an aircraft's goal
+constexpr double MarkerLiftWorld = 2.0;   // keeps rings and lines off the terrain they follow
 constexpr float GoalDotSizePx = 6.0f;
 
 // Aircraft shape: a delta wing SceneGL::AircraftLengthWorld long, this wide at the tail.
@@ -124,12 +125,39 @@ void AppendRing(std::vector<float>& out, const Vec3D& centre, double radius, con
     }
 }
 
-void DrawVehicle(std::vector<float>& solid, const VehicleUnit& vehicle, bool bSelected)
+// How much larger than life a unit of SizeWorld at At is drawn, so it keeps MinUnitPx on screen.
+double GetDrawScale(const SceneContent& Content, const Vec3D& At, double SizeWorld)
+{
+    if (!(Content.WorldPerPxPerDistance > 0.0) || !(SizeWorld > 0.0))
+        return 1.0;
+    const double distance = std::hypot(At.X - Content.Eye.X, At.Y - Content.Eye.Y, At.Z - Content.Eye.Z);
+    const double scale = SceneGL::MinUnitPx * distance * Content.WorldPerPxPerDistance / SizeWorld;
+    return std::isfinite(scale) ? std::max(1.0, scale) : 1.0;
+}
+
+// A flat arrow along the heading, lying just above the vehicle's ground: the icon of a far vehicle.
+void AppendArrowIcon(std::vector<float>& out, const HeadingFrame& frame, const Vec3D& base, double r,
+                     Rgb colour)
+{
+    const Vec3D nose = frame.At(base, r * 1.2, 0.0, r * 0.3);
+    const Vec3D notch = frame.At(base, -r * 0.4, 0.0, r * 0.3);
+    for (const Vec3D& v : {nose, frame.At(base, -r, -r * 0.9, r * 0.3), notch})
+        AppendVertex(out, v, colour);
+    for (const Vec3D& v : {nose, notch, frame.At(base, -r, r * 0.9, r * 0.3)})
+        AppendVertex(out, v, colour, 0.8f);
+}
+
+void DrawVehicle(std::vector<float>& solid, const VehicleUnit& vehicle, bool bSelected, double Scale)
 {
     const HeadingFrame frame(vehicle.HeadingDeg);
-    const double r = std::max(vehicle.Radius, 1.0f);
+    const double r = std::max(vehicle.Radius, 1.0f) * Scale;
     const Rgb hull = bSelected ? Rgb{0.35f, 0.9f, 0.45f} : Rgb{0.25f, 0.5f, 0.9f};
     const Rgb turret = bSelected ? Rgb{0.6f, 1.0f, 0.65f} : Rgb{0.55f, 0.75f, 1.0f};
+    if (Scale > SceneGL::IconScale)
+    {
+        AppendArrowIcon(solid, frame, vehicle.Position, r, turret);
+        return;
+    }
     AppendBox(solid, frame, vehicle.Position, r, r * 0.7, r * 0.6, hull);
     // Turret behind the middle, barrel reaching past the front: the heading reads from any side.
     AppendBox(solid, frame, frame.At(vehicle.Position, -r * 0.15, 0.0, r * 0.6), r * 0.45, r * 0.4, r * 0.4,
@@ -138,12 +166,13 @@ void DrawVehicle(std::vector<float>& solid, const VehicleUnit& vehicle, bool bSe
               turret);
 }
 
-void DrawAircraft(std::vector<float>& solid, const AirUnit& air, const SpringMapRenderer& map, bool bSelected)
+void DrawAircraft(std::vector<float>& solid, const AirUnit& air, const SpringMapRenderer& map, bool bSelected,
+                  double Scale)
 {
     const HeadingFrame frame(air.Flight.HeadingDeg);
     const Vec3D& at = air.Aircraft.Position;
     const Rgb wing = bSelected ? Rgb{1.0f, 0.95f, 0.35f} : Rgb{0.95f, 0.55f, 0.2f};
-    const double half = SceneGL::AircraftLengthWorld * 0.5, span = AircraftSpanWorld * 0.5;
+    const double half = SceneGL::AircraftLengthWorld * 0.5 * Scale, span = AircraftSpanWorld * 0.5 * Scale;
     const Vec3D nose = frame.At(at, half, 0.0, 0.0);
     const Vec3D notch = frame.At(at, -half * 0.55, 0.0, 0.0);
     const Vec3D leftTip = frame.At(at, -half, -span, 0.0);
@@ -158,8 +187,8 @@ void DrawAircraft(std::vector<float>& solid, const AirUnit& air, const SpringMap
     // A thin post down to the ground shows where the aircraft is over the map.
     const double ground = map.GetTerrainHeight(static_cast<float>(at.X), static_cast<float>(at.Z));
     if (at.Y > ground)
-        AppendBox(solid, HeadingFrame(0.0), Vec3D(at.X, ground, at.Z), 1.5, 1.5, at.Y - ground,
-                  Rgb{0.6f, 0.6f, 0.6f});
+        AppendBox(solid, HeadingFrame(0.0), Vec3D(at.X, ground, at.Z), 1.5 * Scale, 1.5 * Scale,
+                  at.Y - ground, Rgb{0.6f, 0.6f, 0.6f});
 }
 
 // A line from the unit through each goal in order, with a dot at every goal; a looping route closes.
@@ -177,6 +206,22 @@ void DrawOrders(std::vector<float>& lines, std::vector<float>& points, const Vec
     }
     if (bLoop && goals.size() > 1)
         AppendLine(lines, goals.back(), goals.front(), colour);
+}
+
+// An aircraft's goals at its flying height, each with a ring on the ground under it and a line
+// down to that ring, so a person sees where on the map the click landed.
+void DrawAirGoalMarks(std::vector<float>& lines, const std::vector<Vec3D>& goals,
+                      const SpringMapRenderer* pMap, double RingRadius)
+{
+    for (const Vec3D& goal : goals)
+    {
+        const double ground =
+            pMap ? pMap->GetTerrainHeight(static_cast<float>(goal.X), static_cast<float>(goal.Z)) : 0.0;
+        AppendRing(lines, Vec3D(goal.X, ground, goal.Z), RingRadius, pMap,
+                   ToRgb(SceneGL::AircraftOrderColour));
+        AppendLine(lines, Vec3D(goal.X, ground + MarkerLiftWorld, goal.Z), goal,
+                   ToRgb(SceneGL::AircraftOrderColour));
+    }
 }
 
 std::vector<Vec3D> VehicleGoals(const VehicleUnit& vehicle)
@@ -234,6 +279,8 @@ SceneGL::~SceneGL()
 
 bool SceneGL::Create(std::string& Error)
 {
+    if (!Sky.Create(Error))
+        return false;
     Program = CreateGLProgram(VertexShader, FragmentShader, Error);
     if (Program == 0)
         return false;
@@ -258,23 +305,31 @@ void SceneGL::BuildGeometry(const SceneContent& Content)
         const std::size_t maskIndex = controllableIndex++;
         const bool bSelected =
             maskIndex < Content.VehicleSelectionMask.size() && Content.VehicleSelectionMask[maskIndex];
-        DrawVehicle(SolidVertices, *vehicle, bSelected);
+        const double radius = std::max(vehicle->Radius, 1.0f);
+        const double scale = GetDrawScale(Content, vehicle->Position, radius * 2.0);
+        DrawVehicle(SolidVertices, *vehicle, bSelected, scale);
         if (bSelected)
-            AppendRing(LineVertices, vehicle->Position, std::max(vehicle->Radius, 1.0f) * VehicleRingRadii,
-                       pMap, ToRgb(SelectionRingColour));
-        DrawOrders(LineVertices, PointVertices, vehicle->Position, VehicleGoals(*vehicle), false,
-                   ToRgb(VehicleOrderColour));
+            AppendRing(LineVertices, vehicle->Position, radius * VehicleRingRadii * scale, pMap,
+                       ToRgb(SelectionRingColour));
+        if (bSelected || Content.bShowAllOrders)
+            DrawOrders(LineVertices, PointVertices, vehicle->Position, VehicleGoals(*vehicle), false,
+                       ToRgb(VehicleOrderColour));
     }
     for (const auto& air : Content.AirUnits)
     {
         if (!air)
             continue;
-        DrawAircraft(SolidVertices, *air, Content.Map, Content.bAirUnitsSelected);
+        const double scale = GetDrawScale(Content, air->Aircraft.Position, AircraftLengthWorld);
+        DrawAircraft(SolidVertices, *air, Content.Map, Content.bAirUnitsSelected, scale);
         if (Content.bAirUnitsSelected)
-            AppendRing(LineVertices, air->Aircraft.Position, AircraftRingWorld, nullptr,
+            AppendRing(LineVertices, air->Aircraft.Position, AircraftRingWorld * scale, nullptr,
                        ToRgb(SelectionRingColour));
-        DrawOrders(LineVertices, PointVertices, air->Aircraft.Position, AircraftGoals(*air),
+        if (!Content.bAirUnitsSelected && !Content.bShowAllOrders)
+            continue;
+        const std::vector<Vec3D> goals = AircraftGoals(*air);
+        DrawOrders(LineVertices, PointVertices, air->Aircraft.Position, goals,
                    air->Flight.Navigator.IsLooping(), ToRgb(AircraftOrderColour));
+        DrawAirGoalMarks(LineVertices, goals, pMap, AirGoalRingWorld * scale);
     }
 }
 

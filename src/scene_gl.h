@@ -7,6 +7,9 @@
 
 #include <epoxy/gl.h>
 
+#include "sky_gl.h"
+#include "vec3d.h"
+
 class SpringMapRenderer;
 class VehicleUnit;
 struct AirUnit;
@@ -19,13 +22,27 @@ struct SceneContent
     const std::vector<std::unique_ptr<AirUnit>>& AirUnits;
     const std::vector<bool>& VehicleSelectionMask; // index-aligned with the non-empty vehicles
     bool bAirUnitsSelected = false;
+    // Units far from Eye are drawn larger, at least MinUnitPx across (beyond a distance as a flat
+    // icon), with WorldPerPxPerDistance world units per pixel at one unit from the eye; 0 draws
+    // every unit at its true size.
+    Vec3D Eye;
+    double WorldPerPxPerDistance = 0.0;
+    // Orders of unselected units too; the application shows them only while Shift is held, so a
+    // crowd's lines don't bury the selection's.
+    bool bShowAllOrders = true;
 };
 
 // Draws the viewport's units over the map renderer's terrain: vehicles as a hull with a turret and
 // barrel along their heading, aircraft as a delta wing pointing where they fly with a thin post down
 // to the terrain, a ring under every selected unit, and each unit's orders as a line from the unit
-// through its goals with a dot at every goal. Units are depth-tested; rings, lines and dots are
-// drawn over everything so an order is never hidden behind a hill. Three draw calls per frame.
+// through its goals with a dot at every goal; an aircraft's goals (at its flying height) each with a
+// ring on the ground below and a line down to it. Units are depth-tested; rings, lines and dots are
+// drawn over everything so an order is never hidden behind a hill. Three draw calls per frame, after
+// the sky behind everything (DrawSky).
+//
+//          goal o - - - - o goal      flying height
+//               |         |
+//               O         O           rings on the ground
 class SceneGL
 {
   public:
@@ -35,6 +52,10 @@ class SceneGL
     static constexpr std::array<float, 3> AircraftOrderColour{0.35f, 0.75f, 1.0f};
     // An aircraft is drawn this long from nose to tail; its exhaust leaves at the tail.
     static constexpr double AircraftLengthWorld = 32.0;
+    // The least width of a unit on screen, and the enlargement beyond which a vehicle is drawn as
+    // a flat arrow: its turret and barrel would only blur at that size.
+    static constexpr double MinUnitPx = 10.0;
+    static constexpr double IconScale = 2.5;
 
     SceneGL() = default;
     SceneGL(const SceneGL&) = delete;
@@ -44,10 +65,13 @@ class SceneGL
     bool Create(std::string& Error);
     // ViewProjection: column-major, world to clip space.
     void Draw(const SceneContent& Content, const std::array<float, 16>& ViewProjection);
+    // The sky gradient for a camera looking down by PitchDeg; drawn before the terrain.
+    void DrawSky(double PitchDeg, double FovDeg) const { Sky.Draw(PitchDeg, FovDeg); }
 
   private:
     void BuildGeometry(const SceneContent& Content);
 
+    SkyGL Sky;
     GLuint Program = 0;
     GLint ViewProjectionLocation = -1;
     GLuint UnitArray = 0, UnitBuffer = 0;

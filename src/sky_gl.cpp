@@ -28,7 +28,7 @@ void main()
 {
     const vec3 haze = vec3(0.72, 0.80, 0.88);
     const vec3 zenith = vec3(0.20, 0.38, 0.66);
-    const vec3 ground = vec3(0.30, 0.32, 0.34);
+    const vec3 ground = vec3(0.12, 0.14, 0.17);
     float above = NdcY - HorizonNdcY;
     vec3 colour = above >= 0.0 ? mix(haze, zenith, clamp(above * 0.9, 0.0, 1.0))
                                : mix(haze, ground, clamp(-above * 2.0, 0.0, 1.0));

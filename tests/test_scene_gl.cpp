@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <memory>
+#include <numeric>
 #include <string>
 #include <vector>
 
@@ -91,32 +92,21 @@ class SceneGLTest : public OffscreenGLTest
     std::unique_ptr<TestApp> App;
 };
 
-bool IsColour(const std::vector<std::uint8_t>& image, int x, int y, const std::array<float, 3>& colour)
-{
-    if (x < 0 || y < 0 || x >= WidthPx || y >= HeightPx)
-        return false;
-    const std::uint8_t* px = &image[(static_cast<std::size_t>(y) * WidthPx + x) * 4];
-    for (int c = 0; c < 3; ++c)
-        if (std::abs(static_cast<int>(px[c]) - static_cast<int>(std::lround(colour[c] * 255.0f))) > 12)
-            return false;
-    return true;
-}
-
-// Pixels of the colour within RadiusPx of a point.
+// Pixels of the colour (within 12 of 255 per channel) within RadiusPx of a point.
 int CountColourNear(const std::vector<std::uint8_t>& image, std::array<double, 2> at, int radiusPx,
                     const std::array<float, 3>& colour)
 {
     int count = 0;
-    const int cx = static_cast<int>(std::lround(at[0])), cy = static_cast<int>(std::lround(at[1]));
-    for (int y = cy - radiusPx; y <= cy + radiusPx; ++y)
-        for (int x = cx - radiusPx; x <= cx + radiusPx; ++x)
-            count += IsColour(image, x, y, colour) ? 1 : 0;
+    const int cx = int(std::lround(at[0])), cy = int(std::lround(at[1]));
+    for (int y = std::max(cy - radiusPx, 0); y <= std::min(cy + radiusPx, HeightPx - 1); ++y)
+        for (int x = std::max(cx - radiusPx, 0); x <= std::min(cx + radiusPx, WidthPx - 1); ++x)
+        {
+            const std::uint8_t* px = &image[(std::size_t(y) * WidthPx + x) * 4];
+            count +=
+                std::ranges::all_of(std::array{0, 1, 2}, [&](int c)
+                                    { return std::abs(px[c] - int(std::lround(colour[c] * 255.0f))) <= 12; });
+        }
     return count;
-}
-
-int CountColour(const std::vector<std::uint8_t>& image, const std::array<float, 3>& colour)
-{
-    return CountColourNear(image, {WidthPx / 2.0, HeightPx / 2.0}, std::max(WidthPx, HeightPx), colour);
 }
 
 TEST_F(SceneGLTest, SelectionRingsSurroundSelectedUnitsOnly)
@@ -126,35 +116,28 @@ TEST_F(SceneGLTest, SelectionRingsSurroundSelectedUnitsOnly)
     AddVehicle(Centre + 100.0, Centre + 30.0);
     AirUnit& air = AddAircraft(Centre, 40.0, Centre - 70.0);
     air.Aircraft.TargetAltitude = 40.0f;
-    struct Case
+    const Vec3D units[] = {App->View.Vehicles[0]->Position, App->View.Vehicles[1]->Position,
+                           air.Aircraft.Position};
+    // Which of the two vehicles and the aircraft are selected.
+    for (const std::array<bool, 3> selected :
+         {std::array{false, false, false}, std::array{true, false, false}, std::array{false, true, true},
+          std::array{true, true, false}})
     {
-        bool bFirst, bSecond, bAir;
-    };
-    for (const Case c : {Case{false, false, false}, Case{true, false, false}, Case{false, true, true},
-                         Case{true, true, false}})
-    {
-        App->View.VehicleSelectionMask = {c.bFirst, c.bSecond};
-        App->View.bAirUnitsSelected = c.bAir;
+        App->View.VehicleSelectionMask = {selected[0], selected[1]};
+        App->View.bAirUnitsSelected = selected[2];
         const std::vector<std::uint8_t> image = RenderAndRead();
-        const int total = CountColour(image, SceneGL::SelectionRingColour);
+        const std::string what =
+            std::to_string(selected[0]) + std::to_string(selected[1]) + std::to_string(selected[2]);
         int near = 0;
-        const std::vector<std::pair<Vec3D, bool>> units = {{App->View.Vehicles[0]->Position, c.bFirst},
-                                                           {App->View.Vehicles[1]->Position, c.bSecond},
-                                                           {air.Aircraft.Position, c.bAir}};
-        for (std::size_t u = 0; u < units.size(); ++u)
+        for (std::size_t u = 0; u < 3; ++u)
         {
             // A ring's pixels lie on a circle a little wider than the unit, centred on it.
-            const int around =
-                CountColourNear(image, Project(units[u].first), 35, SceneGL::SelectionRingColour);
+            const int around = CountColourNear(image, Project(units[u]), 35, SceneGL::SelectionRingColour);
             near += around;
-            if (units[u].second)
-                EXPECT_GT(around, 20) << "selected unit " << u << " case " << c.bFirst << c.bSecond << c.bAir;
-            else
-                EXPECT_EQ(around, 0) << "unselected unit " << u << " case " << c.bFirst << c.bSecond
-                                     << c.bAir;
+            EXPECT_TRUE(selected[u] ? around > 20 : around == 0) << "unit " << u << " case " << what;
         }
-        EXPECT_EQ(total, near) << "ring pixels away from every unit, case " << c.bFirst << c.bSecond
-                               << c.bAir;
+        EXPECT_EQ(CountColourNear(image, {0, 0}, WidthPx * 2, SceneGL::SelectionRingColour), near)
+            << "ring pixels away from every unit, case " << what;
     }
 }
 
@@ -167,92 +150,96 @@ TEST_F(SceneGLTest, OrderLinesRunFromEachUnitThroughItsGoals)
     ordered.SetWaypoint(first);
     ordered.QueueWaypoint(second);
     AirUnit& air = AddAircraft(Centre + 80.0, 30.0, Centre - 60.0);
-    const Vec3D patrolA(Centre + 80.0, 30.0, Centre + 60.0), patrolB(Centre + 40.0, 30.0, Centre + 60.0);
-    ASSERT_TRUE(SubmitAirPatrolCommand(air, patrolA, false, 1.0f));
-    ASSERT_TRUE(SubmitAirPatrolCommand(air, patrolB, true, 1.0f));
+    ASSERT_TRUE(SubmitAirPatrolCommand(air, Vec3D(Centre + 80.0, 30.0, Centre + 60.0), false, 1.0f));
+    ASSERT_TRUE(SubmitAirPatrolCommand(air, Vec3D(Centre + 40.0, 30.0, Centre + 60.0), true, 1.0f));
     ASSERT_EQ(air.Flight.Navigator.GetPath().size(), 2u);
-    const Vec3D patrolStart = air.Flight.Navigator.GetPath()[0];
-    const Vec3D patrolEnd = air.Flight.Navigator.GetPath()[1];
+    const Vec3D patrolStart = air.Flight.Navigator.GetPath()[0],
+                patrolEnd = air.Flight.Navigator.GetPath()[1];
 
     App->View.VehicleSelectionMask = {true, false};
-    const std::vector<std::uint8_t> image = RenderAndRead();
+    sdlseam::SetMods(SDL_KMOD_LSHIFT); // every unit's orders, not only the selection's
+    const std::vector<std::uint8_t> withShift = RenderAndRead();
+    sdlseam::SetMods(SDL_KMOD_NONE);
+    const std::vector<std::uint8_t> selectedOnly = RenderAndRead();
     // Left for a person to look at: the selected vehicle's ring, its orders and the patrol.
     std::string error;
     EXPECT_TRUE(WritePngRgb(std::string(SCENE_SCREENSHOT_DIR) + "/scene_orders.png", WidthPx, HeightPx,
-                             image.data(), error))
+                            withShift.data(), error))
         << error;
     const auto midpoint = [](const Vec3D& a, const Vec3D& b)
     { return Vec3D((a.X + b.X) * 0.5, (a.Y + b.Y) * 0.5, (a.Z + b.Z) * 0.5); };
-    struct Case
-    {
-        const char* What;
-        Vec3D At;
-        std::array<float, 3> Colour;
-        int MinPixels; // in the 5x5 pixels around the point; 0: none at all
-    };
+    constexpr std::array<float, 3> Vehicle = SceneGL::VehicleOrderColour, Air = SceneGL::AircraftOrderColour;
+    // clang-format off
+    // Least pixels of the colour in the 5x5 around the point with Shift held and without; 0: none at all.
+    struct Case { const char* What; Vec3D At; std::array<float, 3> Colour; int WithShift, Without; };
     const Case cases[] = {
-        {"vehicle to its target", midpoint(ordered.Position, first), SceneGL::VehicleOrderColour, 1},
-        {"target to queued goal", midpoint(first, second), SceneGL::VehicleOrderColour, 1},
-        // A line ending there covers a few of the 25 pixels; the dot covers them all.
-        {"dot at the queued goal", second, SceneGL::VehicleOrderColour, 20},
-        {"aircraft to its patrol point", midpoint(air.Aircraft.Position, patrolStart),
-         SceneGL::AircraftOrderColour, 1},
-        {"patrol leg", midpoint(patrolStart, patrolEnd), SceneGL::AircraftOrderColour, 1},
-        {"idle vehicle", App->View.Vehicles[1]->Position, SceneGL::VehicleOrderColour, 0},
-        // Between the two vehicles nothing was ordered.
-        {"ground between the vehicles", Vec3D(Centre, 0.0, Centre + 40.0), SceneGL::VehicleOrderColour, 0},
+        {"vehicle to its target", midpoint(ordered.Position, first), Vehicle, 1, 1},
+        {"target to queued goal", midpoint(first, second), Vehicle, 1, 1},
+        {"dot at the queued goal", second, Vehicle, 20, 20}, // a line ending there covers only a few
+        {"aircraft to its patrol point", midpoint(air.Aircraft.Position, patrolStart), Air, 1, 0},
+        {"patrol leg", midpoint(patrolStart, patrolEnd), Air, 1, 0},
+        {"ring on the ground under a patrol point", Vec3D(patrolEnd.X + 12.0, 2.0, patrolEnd.Z), Air, 1, 0},
+        {"line down from a patrol point", Vec3D(patrolEnd.X, patrolEnd.Y * 0.5, patrolEnd.Z), Air, 1, 0},
+        {"idle vehicle", App->View.Vehicles[1]->Position, Vehicle, 0, 0},
+        {"ground between the vehicles", Vec3D(Centre, 0.0, Centre + 40.0), Vehicle, 0, 0},
     };
+    // clang-format on
     for (const Case& c : cases)
-    {
-        const int found = CountColourNear(image, Project(c.At), 2, c.Colour);
-        if (c.MinPixels > 0)
-            EXPECT_GE(found, c.MinPixels) << c.What;
-        else
-            EXPECT_EQ(found, 0) << c.What;
-    }
+        for (const bool bShift : {true, false})
+        {
+            const int least = bShift ? c.WithShift : c.Without;
+            const int found = CountColourNear(bShift ? withShift : selectedOnly, Project(c.At), 2, c.Colour);
+            EXPECT_TRUE(least > 0 ? found >= least : found == 0)
+                << c.What << (bShift ? " with Shift" : "") << ": " << found;
+        }
+}
+
+TEST_F(SceneGLTest, FarUnitsKeepTheirLeastSizeOnScreen)
+{
+    AddVehicle(512.0, 512.0);
+    App->View.VehicleSelectionMask = {true};
+    // True size: 16 units at 6000 are under a pixel; drawn as an arrow icon at least 10 across.
+    App->View.CameraDistance = 6000.0;
+    const std::vector<std::uint8_t> image = RenderAndRead();
+    const std::array<double, 2> at = Project(App->View.Vehicles[0]->Position);
+    EXPECT_GE(CountColourNear(image, at, 8, {0.6f, 1.0f, 0.65f}), 10) << "the icon";
+    EXPECT_GE(CountColourNear(image, at, 12, SceneGL::SelectionRingColour), 20) << "its ring";
 }
 
 TEST_F(SceneGLTest, JetEffectFiguresFollowTheScale)
 {
-    constexpr double Centre = 512.0;
     for (int i = 0; i < 3; ++i)
-        AddAircraft(Centre - 40.0 + 40.0 * i, 60.0, Centre);
+        AddAircraft(472.0 + 40.0 * i, 60.0, 512.0);
+    GLViewport& view = App->View;
     for (const float scale : {1.0f, 0.5f, 0.25f})
     {
-        App->View.JetEffectsScale = scale;
+        view.JetEffectsScale = scale;
         // Timer queries finish a frame or more later; a few frames let the GPU figures arrive.
         for (int frame = 0; frame < 4; ++frame)
         {
             sdlseam::SetTicks(1000 + 16 * frame);
             RenderAndRead();
         }
-        EXPECT_EQ(App->View.JetEffectsTargetWidth, static_cast<int>(std::lround(WidthPx * scale))) << scale;
-        EXPECT_EQ(App->View.JetEffectsTargetHeight, static_cast<int>(std::lround(HeightPx * scale))) << scale;
-        EXPECT_GT(App->View.JetEffectsMemoryMiB, 0.0) << scale;
-        EXPECT_EQ(App->View.JetEffectsStatusText, "Jet effects ready") << scale;
-        double gpuTotalMs = 0.0;
-        for (int pass = 0; pass < JetExhaustPassCount; ++pass)
-        {
-            EXPECT_TRUE(std::isfinite(App->View.JetEffectsCpuMs[pass]) &&
-                        App->View.JetEffectsCpuMs[pass] >= 0.0)
-                << "pass " << pass << " scale " << scale;
-            EXPECT_TRUE(std::isfinite(App->View.JetEffectsGpuMs[pass]) &&
-                        App->View.JetEffectsGpuMs[pass] >= 0.0)
-                << "pass " << pass << " scale " << scale;
-            gpuTotalMs += App->View.JetEffectsGpuMs[pass];
-        }
-        EXPECT_GT(gpuTotalMs, 0.0) << "measured GPU time at scale " << scale;
+        EXPECT_EQ(view.JetEffectsTargetWidth, int(std::lround(WidthPx * scale))) << scale;
+        EXPECT_EQ(view.JetEffectsTargetHeight, int(std::lround(HeightPx * scale))) << scale;
+        EXPECT_GT(view.JetEffectsMemoryMiB, 0.0) << scale;
+        EXPECT_EQ(view.JetEffectsStatusText, "Jet effects ready") << scale;
+        const auto isTime = [](double Ms) { return std::isfinite(Ms) && Ms >= 0.0; };
+        EXPECT_TRUE(std::ranges::all_of(view.JetEffectsCpuMs, isTime) &&
+                    std::ranges::all_of(view.JetEffectsGpuMs, isTime))
+            << scale;
+        EXPECT_GT(std::accumulate(std::begin(view.JetEffectsGpuMs), std::end(view.JetEffectsGpuMs), 0.0), 0.0)
+            << "measured GPU time at scale " << scale;
     }
-
     // Switched off, the effect frees its targets and the panel says so; on again, they come back.
-    App->View.JetExhaust.ToggleEnabled();
+    view.JetExhaust.ToggleEnabled();
     RenderAndRead();
-    EXPECT_EQ(App->View.JetEffectsStatusText, "Jet effects off");
-    EXPECT_EQ(App->View.JetEffectsMemoryMiB, 0.0);
-    EXPECT_EQ(App->View.JetEffectsGpuMs[static_cast<int>(JetExhaustPass::Composite)], 0.0);
-    App->View.JetExhaust.ToggleEnabled();
+    EXPECT_EQ(view.JetEffectsStatusText, "Jet effects off");
+    EXPECT_EQ(view.JetEffectsMemoryMiB, 0.0);
+    EXPECT_EQ(view.JetEffectsGpuMs[static_cast<int>(JetExhaustPass::Composite)], 0.0);
+    view.JetExhaust.ToggleEnabled();
     RenderAndRead();
-    EXPECT_GT(App->View.JetEffectsMemoryMiB, 0.0);
+    EXPECT_GT(view.JetEffectsMemoryMiB, 0.0);
 }
 
 } // namespace

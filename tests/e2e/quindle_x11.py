@@ -1,13 +1,8 @@
 """Drives a real Quindle window on a private Xvfb server with xdotool, the way a person would.
 
-A Session starts the X server and the application, sends real pointer and key events, and reads the
-application's state file and screenshot back. SIGUSR1 makes the application write both after its
-current frame (SIGUSR2: the screenshot too); two such snapshots in a row guarantee that every event sent before them has been
-through a whole frame, so the tests pace their input by frames, not by guessed sleeps.
-
-Failures are collected, not raised: each one prints what was expected, what the state file said
-and where the state file and screenshot of that moment were kept.
-"""
+SIGUSR1 makes the application write its state file after the current frame (SIGUSR2: the screenshot
+too); after two such snapshots in a row every event sent before has been through a whole frame, so
+scenarios pace their input by frames, not by guessed sleeps. A failed check keeps that moment's files."""
 
 import json
 import math
@@ -20,365 +15,236 @@ import sys
 import time
 import zlib
 
-SKIP = 77  # CTest's SKIP_RETURN_CODE for a machine without Xvfb or xdotool
-SCREEN = (1600, 1000)  # larger than the window, so the pointer can leave it on every side
+W, H = 1280, 720  # the window; the screen is larger, so the pointer can leave it on every side
 TIMEOUT_S = 30.0
-
-
-def have_tools():
-    return all(shutil.which(tool) for tool in ("Xvfb", "xdotool"))
+SELECTED = "%d unit(s) selected. Right click to move."
 
 
 class Session:
-    """One X server and one application window for a group of scenarios."""
-
-    def __init__(self, binary, work_dir, size=(1280, 720), args=()):
-        self.binary = binary
-        self.work = work_dir
-        self.width, self.height = size
-        self.args = list(args)
-        self.state_path = os.path.join(work_dir, "state.json")
-        self.shot_path = os.path.join(work_dir, "shot.png")
-        self.state = None
-        self.frames = -1
-        self.failures = []
-        self.saved = 0
-        self.xvfb = None
-        self.app = None
-        self.window = None
-        shutil.rmtree(work_dir, ignore_errors=True)
-        os.makedirs(work_dir)
-
-    # ---- lifetime -------------------------------------------------------------------------------
-
-    def __enter__(self):
-        self.start_x_server()
-        self.start_app()
-        return self
-
-    def __exit__(self, *exc):
-        for proc in (self.app, self.xvfb):
-            if proc and proc.poll() is None:
-                proc.kill()
-                proc.wait()
-        return False
-
-    def start_x_server(self):
+    def __init__(self, binary, work, args):
+        self.work, self.frames, self.failures = work, -1, []
+        self.state_path, self.shot_path = os.path.join(work, "state.json"), os.path.join(work, "shot.png")
+        shutil.rmtree(work, ignore_errors=True)
+        os.makedirs(work)
         read_fd, write_fd = os.pipe()
-        screen = "%dx%dx24" % SCREEN
-        self.xvfb = subprocess.Popen(
-            ["Xvfb", "-displayfd", str(write_fd), "-screen", "0", screen, "-nolisten", "tcp"],
-            pass_fds=(write_fd,), stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        self.xvfb = subprocess.Popen(["Xvfb", "-displayfd", str(write_fd), "-screen", "0", "1600x1000x24",
+                                      "-nolisten", "tcp"], pass_fds=(write_fd,), stderr=subprocess.DEVNULL)
         os.close(write_fd)
         number = b""
-        deadline = time.monotonic() + TIMEOUT_S
-        while not number.endswith(b"\n") and time.monotonic() < deadline:
-            ready, _, _ = select.select([read_fd], [], [], 1.0)
-            if ready:
-                chunk = os.read(read_fd, 16)
-                if not chunk:
-                    break
-                number += chunk
+        while not number.endswith(b"\n") and select.select([read_fd], [], [], TIMEOUT_S)[0]:
+            number += os.read(read_fd, 16) or b"\n"
         os.close(read_fd)
-        if not number.strip():
-            raise RuntimeError("Xvfb did not report a display")
-        # In a sanitizer build, the GL driver unloaded at exit looks like a leak to LeakSanitizer; the
-        # soak test checks for leaks with the driver kept loaded, so these runs leave that to it.
+        # LeakSanitizer would take the GL driver unloaded at exit for a leak; the soak test checks leaks.
         self.env = dict(os.environ, DISPLAY=":" + number.decode().strip(), SDL_VIDEO_DRIVER="x11",
                         LSAN_OPTIONS="detect_leaks=0")
+        self.app = subprocess.Popen([binary, "--size", "%dx%d" % (W, H), "--state-out", self.state_path,
+                                     "--screenshot", self.shot_path] + list(args), env=self.env,
+                                    stdout=subprocess.DEVNULL)
+        self.window = self.run("search", "--sync", "--name", "^Quindle - ").split()[0]
+        self.run("windowfocus", "--sync", self.window)
+        self.initial = self.sync()
 
-    def start_app(self):
-        command = [self.binary, "--size", "%dx%d" % (self.width, self.height), "--state-out",
-                   self.state_path, "--screenshot", self.shot_path] + self.args
-        self.app = subprocess.Popen(command, env=self.env, stdout=subprocess.DEVNULL)
-        found = subprocess.run(["xdotool", "search", "--sync", "--name", "^Quindle - "], env=self.env,
-                               capture_output=True, text=True, timeout=TIMEOUT_S)
-        self.window = found.stdout.split()[0]
-        self.xdo("windowfocus", "--sync", self.window)
-        self.sync()
+    def run(self, *args):
+        return subprocess.run(["xdotool"] + [str(a) for a in args], env=self.env, check=True, timeout=TIMEOUT_S,
+                              capture_output=True, text=True).stdout
 
-    def finish(self):
-        """Ends the application as a window manager would (SIGTERM becomes SDL's quit event) and
-        reads the files it writes at exit."""
-        self.app.send_signal(signal.SIGTERM)
-        code = self.app.wait(timeout=TIMEOUT_S)
-        self.check(code == 0, "exit status", 0, code)
-        self.state = self.read_state()
-        return self.state
-
-    # ---- input ----------------------------------------------------------------------------------
-
+    # Input: each call returns the state once a whole frame has seen it.
     def xdo(self, *args):
-        subprocess.run(["xdotool"] + [str(a) for a in args], env=self.env, check=True, timeout=TIMEOUT_S)
+        self.run(*args)
+        return self.sync()
 
     def move(self, x, y):
-        """Moves the pointer to window pixel (x, y) and lets the application see it."""
-        self.xdo("mousemove", "--window", self.window, int(round(x)), int(round(y)))
-        return self.sync()
-
-    def press(self, button):
-        self.xdo("mousedown", button)
-        return self.sync()
-
-    def release(self, button):
-        self.xdo("mouseup", button)
-        return self.sync()
+        return self.xdo("mousemove", "--window", self.window, round(x), round(y))
 
     def click(self, x, y, button=1, repeat=1):
-        """A press carries its own position, so moving and clicking may share a frame."""
-        self.xdo("mousemove", "--window", self.window, int(round(x)), int(round(y)), "click", "--repeat", repeat,
-                 "--delay", 1, button)
-        return self.sync()
+        """Moving and clicking may share a frame: a press carries its own position."""
+        return self.xdo("mousemove", "--window", self.window, round(x), round(y), "click", "--repeat", repeat,
+                        "--delay", 1, button)
 
-    def key_down(self, key):
-        self.xdo("keydown", key)
-        return self.sync()
-
-    def key_up(self, key):
-        self.xdo("keyup", key)
-        return self.sync()
-
-    def tap(self, key):
-        self.key_down(key)
-        return self.key_up(key)
-
-    def drag(self, button, points):
-        """Presses at the first point, moves through the others frame by frame, releases."""
+    def drag(self, button, points, keys=()):
+        """Holds the keys, presses at the first point, moves through the others frame by frame, releases."""
+        for key in keys:
+            self.xdo("keydown", key)
         self.move(*points[0])
-        self.press(button)
+        self.xdo("mousedown", button)
         for point in points[1:]:
             self.move(*point)
-        return self.release(button)
+        self.xdo("mouseup", button)
+        for key in keys:
+            self.xdo("keyup", key)
+        return self.state
 
-    # ---- reading the application back ----------------------------------------------------------
-
-    def read_state(self):
-        with open(self.state_path) as f:
-            return json.load(f)
+    def hold(self, key, seconds):
+        """Holds a key for about this long, at least a frame; returns the seconds it was down at most."""
+        started = time.monotonic()
+        self.xdo("keydown", key)
+        time.sleep(max(0.0, seconds - (time.monotonic() - started)))
+        self.xdo("keyup", key)
+        return time.monotonic() - started
 
     def snapshot(self, screenshot=False):
         """Asks for the state file (and screenshot) and waits until a newer frame wrote them."""
         self.app.send_signal(signal.SIGUSR2 if screenshot else signal.SIGUSR1)
         deadline = time.monotonic() + TIMEOUT_S
-        while time.monotonic() < deadline:
-            if self.app.poll() is not None:
-                raise RuntimeError("quindle exited with status %d" % self.app.returncode)
+        while time.monotonic() < deadline and self.app.poll() is None:
             try:
-                state = self.read_state()
+                with open(self.state_path) as f:
+                    state = json.load(f)
                 if state["frames"] > self.frames:
                     self.state, self.frames = state, state["frames"]
                     return state
             except (OSError, ValueError, KeyError):
                 pass  # not written yet, or caught half written
             time.sleep(0.005)
-        raise RuntimeError("no snapshot within %.0f s" % TIMEOUT_S)
+        raise RuntimeError("no snapshot (quindle status %s)" % self.app.poll())
 
     def sync(self):
-        """The second snapshot's frame started after the first one was written, so it has seen
-        every event sent before this call."""
+        """The second snapshot's frame started after the first was written, so it saw every event before."""
         self.snapshot()
         return self.snapshot()
 
     def wait_until(self, predicate, timeout_s):
         deadline = time.monotonic() + timeout_s
-        while time.monotonic() < deadline:
-            if predicate(self.snapshot()):
-                return True
-            time.sleep(0.1)
-        return False
+        while time.monotonic() < deadline and not predicate(self.snapshot()):
+            pass
+        return predicate(self.state)
 
     def image(self):
-        """A screenshot of the next frame; self.state is that frame's."""
-        self.snapshot(screenshot=True)
-        return Image.read(self.shot_path)
-
-    def keep(self, label):
-        """Copies the latest state file and screenshot under a name, for the failure report."""
-        self.saved += 1
-        base = os.path.join(self.work, "%02d-%s" % (self.saved, label))
-        shutil.copyfile(self.state_path, base + ".json")
-        if os.path.exists(self.shot_path):
-            shutil.copyfile(self.shot_path, base + ".png")
-        return base
+        return self.snapshot(screenshot=True) and Image(self.shot_path)  # self.state is the same frame's
 
     def camera(self):
-        return Camera(self.state["camera"], self.width, self.height)
+        return Camera(self.state["camera"])
+
+    def vehicle_pixels(self):
+        return [self.camera().to_screen(v["position"]) for v in self.state["vehicles"]]
 
     def messages(self):
         return self.state["statusMessages"]
 
-    # ---- checks ---------------------------------------------------------------------------------
-
     def check(self, ok, what, expected, got):
-        if ok:
-            return True
-        base = self.keep("failure")
-        self.failures.append("%s: expected %s, the state file says %s\n    state file: %s.json\n"
-                             "    screenshot: %s.png" % (what, expected, got, base, base))
-        print("FAIL " + self.failures[-1], flush=True)
-        return False
+        if not ok:
+            base = os.path.join(self.work, "%02d-failure" % (len(self.failures) + 1))
+            for path, ext in ((self.state_path, ".json"), (self.shot_path, ".png")):
+                if os.path.exists(path):
+                    shutil.copyfile(path, base + ext)
+            self.failures.append("%s: expected %s, got %s\n    files: %s.json/.png" % (what, expected, got, base))
+            print("FAIL " + self.failures[-1], flush=True)
+        return ok
 
     def check_near(self, got, expected, tolerance, what):
         return self.check(got is not None and abs(got - expected) <= tolerance, what,
                           "%.6g (within %g)" % (expected, tolerance), got)
 
-    def check_new_messages(self, before, expected, what):
-        """The messages shown since `before` (a count of messages) are exactly `expected`."""
+    def check_messages(self, before, expected, what):
+        """The status messages shown since there were `before` of them are exactly `expected`."""
         got = self.messages()[before:]
         return self.check(got == list(expected), what + ": status messages", expected, got)
 
-    def report(self, name):
-        if self.failures:
-            print("%s: %d check(s) failed; files in %s" % (name, len(self.failures), self.work))
-            return 1
-        print("%s: all checks passed" % name)
-        return 0
+    def check_pixels(self, image, points, test, what):
+        got = [image.pixel(x, y) for x, y in points]
+        self.check(all(map(test, got)), "screenshot: " + what, test.__name__, got)
 
 
-def run(name, scenarios, args=(), size=(1280, 720)):
-    """Runs the scenario functions in order on one window: argv[1] is the binary, argv[2] the
-    folder for the files kept."""
-    if not have_tools():
+def run(name, scenarios, args=()):
+    """Runs the scenarios in order on one window: argv[1] is the binary, argv[2] the folder for files.
+    Exits 77 (CTest's skip) where Xvfb or xdotool is missing."""
+    if not all(shutil.which(tool) for tool in ("Xvfb", "xdotool")):
         print("Xvfb or xdotool missing: skipped")
-        return SKIP
-    binary, work = sys.argv[1], os.path.join(sys.argv[2], name)
-    with Session(binary, work, size, args) as session:
+        return 77
+    s = Session(sys.argv[1], os.path.join(sys.argv[2], name), args)
+    try:
         for scenario in scenarios:
             print("-- " + scenario.__name__, flush=True)
             try:
-                scenario(session)
-            except Exception as error:  # noqa: BLE001 - reported as a failed scenario, the rest still runs
-                session.check(False, scenario.__name__, "to run to its end", "an error: %s" % error)
-        session.finish()
-    return session.report(name)
+                scenario(s)
+            except Exception as error:  # noqa: BLE001 - a failed scenario; the rest still run
+                s.check(False, scenario.__name__, "to run to its end", "an error: %r" % error)
+        # SIGTERM is the window manager's close: SDL's quit event, a clean exit.
+        s.app.send_signal(signal.SIGTERM)
+        s.check(s.app.wait(timeout=TIMEOUT_S) == 0, "exit status", 0, s.app.returncode)
+    finally:
+        for proc in (s.app, s.xvfb):
+            proc.kill()
+            proc.wait()
+    print("%s: %s" % (name, "%d check(s) failed" % len(s.failures) if s.failures else "all passed"))
+    return 1 if s.failures else 0
 
 
-# ---- the orbit camera, as the renderer builds it ----------------------------------------------
+def wrap_deg(a):
+    r = math.fmod(a, 360.0)
+    return r - 360.0 if r > 180.0 else r + 360.0 if r <= -180.0 else r
 
 
 class Camera:
-    """World to window pixels: translate by (-WorldOffsetX, 0, -WorldOffsetZ), turn about Y by the
-    yaw, about X by the pitch, translate by (PanX, PanY, -Distance), then a perspective of the
-    vertical field of view over the whole window. Auto-rotation must be off."""
+    """World to window pixels as the renderer builds it (auto-rotation off): translate by minus the
+    orbit centre, turn about Y by the yaw and about X by the pitch, translate by (PanX, PanY,
+    -Distance), then a perspective of the vertical field of view over the whole window."""
 
-    def __init__(self, fields, width, height):
-        self.f = fields
-        self.width, self.height = width, height
-        self.tan_half_fov = math.tan(math.radians(min(max(fields["fovDeg"], 1.0), 170.0)) / 2.0)
-
-    def to_camera(self, x, y, z):
-        f = self.f
-        x, z = x - f["worldOffsetX"], z - f["worldOffsetZ"]
-        yaw, pitch = math.radians(f["yawDeg"]), math.radians(f["pitchDeg"])
-        x, z = x * math.cos(yaw) + z * math.sin(yaw), -x * math.sin(yaw) + z * math.cos(yaw)
-        y, z = y * math.cos(pitch) - z * math.sin(pitch), y * math.sin(pitch) + z * math.cos(pitch)
-        return x + f["panX"], y + f["panY"], z - f["distance"]
+    def __init__(self, f):
+        self.f, self.tan_half_fov = f, math.tan(math.radians(min(max(f["fovDeg"], 1.0), 170.0)) / 2.0)
+        self.cy, self.sy = math.cos(math.radians(f["yawDeg"])), math.sin(math.radians(f["yawDeg"]))
+        self.cp, self.sp = math.cos(math.radians(f["pitchDeg"])), math.sin(math.radians(f["pitchDeg"]))
 
     def to_screen(self, point):
         """Window pixels of a world point, or None behind the eye."""
-        x, y, z = self.to_camera(*point)
+        f = self.f
+        x, y, z = point[0] - f["worldOffsetX"], point[1], point[2] - f["worldOffsetZ"]
+        x, z = x * self.cy + z * self.sy, -x * self.sy + z * self.cy
+        y, z = y * self.cp - z * self.sp + f["panY"], y * self.sp + z * self.cp - f["distance"]
         if z >= -1e-6:
             return None
-        aspect = self.width / self.height
-        ndc_x = x / (-z) / (aspect * self.tan_half_fov)
-        ndc_y = y / (-z) / self.tan_half_fov
-        return (ndc_x + 1.0) * 0.5 * self.width, (1.0 - ndc_y) * 0.5 * self.height
+        return (((x + f["panX"]) / -z / (W / H * self.tan_half_fov) + 1.0) * 0.5 * W,
+                (1.0 - y / -z / self.tan_half_fov) * 0.5 * H)
 
-    def ray(self, px, py):
-        """Eye and (unnormalised) direction in the world of the ray under a window pixel."""
+    def from_camera(self, x, y, z):
+        y, z = y * self.cp + z * self.sp, -y * self.sp + z * self.cp
+        return x * self.cy - z * self.sy, y, x * self.sy + z * self.cy
+
+    def ground_point(self, px, py, level):
+        """Where the ray under a window pixel crosses the height `level`."""
         f = self.f
-        aspect = self.width / self.height
-        rx = (2.0 * px / self.width - 1.0) * aspect * self.tan_half_fov
-        ry = (1.0 - 2.0 * py / self.height) * self.tan_half_fov
-        eye_cam = (-f["panX"], -f["panY"], f["distance"])
-        return self.from_camera(*eye_cam, offset=True), self.from_camera(rx, ry, -1.0, offset=False)
+        eye = self.from_camera(-f["panX"], -f["panY"], f["distance"])
+        d = self.from_camera((2.0 * px / W - 1.0) * W / H * self.tan_half_fov, (1.0 - 2.0 * py / H) * self.tan_half_fov,
+                             -1.0)
+        t = (min(level, eye[1]) - eye[1]) / d[1]
+        return eye[0] + d[0] * t + f["worldOffsetX"], eye[1] + d[1] * t, eye[2] + d[2] * t + f["worldOffsetZ"]
 
-    def from_camera(self, x, y, z, offset):
-        f = self.f
-        pitch, yaw = -math.radians(f["pitchDeg"]), -math.radians(f["yawDeg"])
-        y, z = y * math.cos(pitch) - z * math.sin(pitch), y * math.sin(pitch) + z * math.cos(pitch)
-        x, z = x * math.cos(yaw) + z * math.sin(yaw), -x * math.sin(yaw) + z * math.cos(yaw)
-        if offset:
-            x, z = x + f["worldOffsetX"], z + f["worldOffsetZ"]
-        return x, y, z
-
-    def ground_track_distance(self, px, py, point, max_height=2000.0):
-        """How far a map point (X, Z) lies from the part of the pixel's ray between heights 0 and
-        max_height, on the ground plane: a terrain pick under the pixel lies on that segment."""
-        eye, d = self.ray(px, py)
-        if d[1] >= 0.0:
-            return float("inf")
-        t0, t1 = (max_height - eye[1]) / d[1], (0.0 - eye[1]) / d[1]
-        ax, az = eye[0] + d[0] * max(t0, 0.0), eye[2] + d[2] * max(t0, 0.0)
-        bx, bz = eye[0] + d[0] * t1, eye[2] + d[2] * t1
-        return distance_to_segment(point[0], point[2], ax, az, bx, bz)
-
-
-def distance_to_segment(x, z, ax, az, bx, bz):
-    dx, dz = bx - ax, bz - az
-    length2 = dx * dx + dz * dz
-    t = 0.0 if length2 == 0.0 else min(max(((x - ax) * dx + (z - az) * dz) / length2, 0.0), 1.0)
-    return math.hypot(x - ax - t * dx, z - az - t * dz)
-
-
-# ---- screenshots --------------------------------------------------------------------------------
+    def ground_track_distance(self, px, py, point):
+        """How far a map point lies, on the ground plane, from the pixel's ray between heights 0 and
+        2000 (or the eye): a terrain pick under the pixel lies on that stretch."""
+        (ax, _, az), (bx, _, bz) = self.ground_point(px, py, 2000.0), self.ground_point(px, py, 0.0)
+        dx, dz = bx - ax, bz - az
+        t = min(max(((point[0] - ax) * dx + (point[2] - az) * dz) / (dx * dx + dz * dz or 1.0), 0.0), 1.0)
+        return math.hypot(point[0] - ax - t * dx, point[2] - az - t * dz)
 
 
 class Image:
-    """An 8-bit RGB or RGBA PNG, decoded with zlib alone."""
+    """An 8-bit RGB PNG as the application writes it, decoded with zlib alone."""
 
-    def __init__(self, width, height, channels, rows):
-        self.width, self.height, self.channels, self.rows = width, height, channels, rows
-
-    @staticmethod
-    def read(path):
+    def __init__(self, path):
         with open(path, "rb") as f:
             data = f.read()
-        if data[:8] != b"\x89PNG\r\n\x1a\n":
-            raise ValueError("%s is not a PNG" % path)
-        pos, idat = 8, []
+        pos, idat = 8, b""
         while pos < len(data):
-            length = int.from_bytes(data[pos:pos + 4], "big")
-            kind, body = data[pos + 4:pos + 8], data[pos + 8:pos + 8 + length]
-            if kind == b"IHDR":
-                width, height = int.from_bytes(body[0:4], "big"), int.from_bytes(body[4:8], "big")
-                depth, colour, interlace = body[8], body[9], body[12]
-                if depth != 8 or colour not in (2, 6) or interlace:
-                    raise ValueError("%s: only 8-bit RGB(A), not interlaced" % path)
-                channels = 4 if colour == 6 else 3
-            elif kind == b"IDAT":
-                idat.append(body)
+            length, kind, body = int.from_bytes(data[pos:pos + 4], "big"), data[pos + 4:pos + 8], data[pos + 8:]
+            if kind == b"IHDR" and (body[8:10] != b"\x08\x02" or body[12]):
+                raise ValueError("%s: not 8-bit RGB, not interlaced" % path)
+            self.width = int.from_bytes(body[0:4], "big") if kind == b"IHDR" else self.width
+            idat += body[:length] if kind == b"IDAT" else b""
             pos += 12 + length
-        raw = zlib.decompress(b"".join(idat))
-        return Image(width, height, channels, unfilter(raw, width * channels, height, channels))
+        raw, stride, up, self.rows = zlib.decompress(idat), self.width * 3, bytearray(self.width * 3), []
+        for start in range(0, len(raw), stride + 1):
+            kind, line = raw[start], bytearray(raw[start + 1:start + 1 + stride])
+            if kind == 2:
+                line = bytearray((x + u) & 255 for x, u in zip(line, up))
+            elif kind:
+                for i in range(stride):
+                    a, b, c = (line[i - 3] if i >= 3 else 0), up[i], (up[i - 3] if i >= 3 else 0)
+                    pa, pb, pc = abs(b - c), abs(a - c), abs(a + b - 2 * c)
+                    line[i] = (line[i] + (a if kind == 1 else (a + b) >> 1 if kind == 3 else
+                                          a if pa <= pb and pa <= pc else b if pb <= pc else c)) & 255
+            self.rows.append(line)
+            up = line
 
     def pixel(self, x, y):
-        x, y = int(x), int(y)
-        row, at = self.rows[y], x * self.channels
-        return row[at], row[at + 1], row[at + 2]
-
-
-def unfilter(raw, stride, height, bpp):
-    rows, previous = [], bytearray(stride)
-    for y in range(height):
-        start = y * (stride + 1)
-        kind, line = raw[start], bytearray(raw[start + 1:start + 1 + stride])
-        if kind == 1:
-            for i in range(bpp, stride):
-                line[i] = (line[i] + line[i - bpp]) & 255
-        elif kind == 2:
-            line = bytearray((a + b) & 255 for a, b in zip(line, previous))
-        elif kind == 3:
-            for i in range(stride):
-                left = line[i - bpp] if i >= bpp else 0
-                line[i] = (line[i] + ((left + previous[i]) >> 1)) & 255
-        elif kind == 4:
-            for i in range(stride):
-                a = line[i - bpp] if i >= bpp else 0
-                b, c = previous[i], previous[i - bpp] if i >= bpp else 0
-                p = a + b - c
-                pa, pb, pc = abs(p - a), abs(p - b), abs(p - c)
-                line[i] = (line[i] + (a if pa <= pb and pa <= pc else b if pb <= pc else c)) & 255
-        rows.append(line)
-        previous = line
-    return rows
+        return tuple(self.rows[int(y)][int(x) * 3:int(x) * 3 + 3])
