@@ -242,11 +242,17 @@ void GLViewport::Render()
         SpringMap.Render(viewProjection.data());
         if (pScene)
         {
-            SceneContent content{SpringMap, Vehicles, AirUnits, VehicleSelectionMask, bAirUnitsSelected};
-            CameraGuard::GetEyePosition(*this, CameraDistance, content.Eye.X, content.Eye.Y, content.Eye.Z);
-            content.WorldPerPxPerDistance =
-                2.0 * std::tan(std::clamp(CameraFovDeg, 1.0, 170.0) * M_PI / 360.0) / viewportHeightPx;
-            content.bShowAllOrders = (SDL_GetModState() & SDL_KMOD_SHIFT) != 0;
+            Vec3D eye;
+            CameraGuard::GetEyePosition(*this, CameraDistance, eye.X, eye.Y, eye.Z);
+            const SceneContent content{SpringMap,
+                                       Vehicles,
+                                       AirUnits,
+                                       VehicleSelectionMask,
+                                       bAirUnitsSelected,
+                                       eye,
+                                       2.0 * std::tan(std::clamp(CameraFovDeg, 1.0, 170.0) * M_PI / 360.0) /
+                                           viewportHeightPx,
+                                       (SDL_GetModState() & SDL_KMOD_SHIFT) != 0};
             pScene->Draw(content, viewProjection);
         }
         RenderJetEffects(*this, viewProjection, leftPx, bottomPx, viewportWidthPx, viewportHeightPx);
