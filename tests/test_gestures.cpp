@@ -401,6 +401,25 @@ TEST(OrderGesture, FailedPicksFallBackToTheLastPickedPoint)
     EXPECT_NEAR(app.View.RoutePlans.back().Goals[0].Z, top.Z, 1e-9);
 }
 
+// A drag released while interaction was off keeps its flags; a click pressed on the frame
+// interaction comes back is a fresh gesture: a move order, not a formation.
+TEST(OrderGesture, ANewPressStartsUnmoved)
+{
+    GestureApp app;
+    SelectVehicles(app, {0, 1});
+    app.PointAtLocal(0.3, 0.5);
+    app.Frame(false, false, true);
+    app.PointAtLocal(0.5, 0.5);
+    app.Frame(false, false, true);
+    ASSERT_TRUE(app.View.bOrderDragMoved);
+    app.View.bMouseInteraction = false;
+    app.Frame();
+    app.View.bMouseInteraction = true;
+    app.Frame(false, false, true);
+    app.Frame();
+    EXPECT_EQ(app.Messages().back(), "Selected units ordered to waypoint.");
+}
+
 TEST(OrderGesture, NeedsASelectionUnitControlAndTheMapButNotAWindow)
 {
     // clang-format off
@@ -470,6 +489,7 @@ void ReadPreview(const Rend& rend, std::size_t pathSegments, std::vector<Cross>&
         EXPECT_FLOAT_EQ(h.R, 0.24f) << "cross " << i;
         EXPECT_FLOAT_EQ(h.A, 0.9f) << "cross " << i;
         EXPECT_FLOAT_EQ(h.WidthPx, 1.5f) << "cross " << i;
+        EXPECT_FLOAT_EQ(v.WidthPx, 1.5f) << "cross " << i;
         EXPECT_FLOAT_EQ(h.Y1, h.Y2) << "horizontal stroke first, cross " << i;
         EXPECT_FLOAT_EQ(v.X1, v.X2) << "vertical stroke second, cross " << i;
         EXPECT_NEAR(h.X2 - h.X1, 0.016f, 1e-6f) << "cross " << i;

@@ -16,7 +16,7 @@ TEST(WrapAngleDeg, WrapsIntoHalfOpenRange)
     struct Case { double In, Out; } cases[] = {
         {181.0, -179.0}, {179.0 + 2.0, -179.0}, {-180.0, 180.0}, {180.0, 180.0},
         {540.0, 180.0},  {-540.0, 180.0},       {360.0, 0.0},    {-181.0, 179.0},
-        {0.0, 0.0},      {-179.5, -179.5},      {719.0, -1.0},
+        {0.0, 0.0},      {-179.5, -179.5},      {719.0, -1.0},   {180.05, -179.95},
     };
     // clang-format on
     for (const Case& c : cases)
@@ -168,6 +168,29 @@ TEST(MouseProcessingPan, StepDependsOnDistanceFovAndViewportHeight)
     EXPECT_NEAR(panAfterDrag(100.0, 500.0, -1.0).first, 10 * 200.0 * std::tan(85.0 * M_PI / 180.0) / 720.0,
                 1e-9);
     EXPECT_NEAR(panAfterDrag(0.0, 90.0, -1.0).first, 10 * 0.002 / 720.0, 1e-15);
+    EXPECT_NEAR(panAfterDrag(100.0, 0.5, -1.0).first, 10 * 200.0 * std::tan(0.5 * M_PI / 180.0) / 720.0,
+                1e-12);
+}
+
+TEST(MouseProcessingPan, OnlyAHeldMiddleButtonOfAPanDragPans)
+{
+    TestApp app;
+    app.View.CameraDistance = 360.0;
+    app.View.CameraFovDeg = 90.0;
+    app.PointAtGlobal(0.0, 0.0);
+    app.Frame(false, true);
+    // The release frame's pointer move does not pan.
+    app.MouseState.X += 7;
+    app.Frame();
+    EXPECT_EQ(app.View.PanX, 0.0);
+    // Nor does a middle drag that started on the widget panel.
+    app.View.NavWidgetSize = 0.3;
+    app.PointAtLocal(0.9, 0.9);
+    app.Frame(false, true);
+    app.MouseState.X += 7;
+    app.Frame(false, true);
+    EXPECT_FALSE(app.View.bPanDrag);
+    EXPECT_EQ(app.View.PanX, 0.0);
 }
 
 TEST(MouseProcessingPan, PointerMovingLeftAndUpPansNegativeXPositiveY)

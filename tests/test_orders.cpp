@@ -107,6 +107,22 @@ TEST(MoveOrder, CentroidOnTheWaypointFacesPlusZAndOrdersByX)
                 "largest X: slot 2");
 }
 
+// A group exactly 1e-5 from the waypoint still counts as on it: it faces +Z and orders by X.
+TEST(MoveOrder, TravelOfExactlyTheMinimumLengthHasNoDirection)
+{
+    TestApp app;
+    app.LoadFlatMap();
+    AddVehicle(app, -30.0, 1.0, 5.0f);
+    AddVehicle(app, 30.0, -1.0, 5.0f);
+    SelectVehicles(app, {0, 1});
+    app.View.SubmitSelectedVehicleRoute(Vec3D(1e-5, 0.0, 0.0), false);
+    ASSERT_EQ(app.View.RoutePlans.size(), 1u);
+    const auto& goals = app.View.RoutePlans[0].Goals;
+    ExpectPoint(goals[0], 1e-5, 0.0, 0.0, "smallest X: centre");
+    ExpectPoint(goals[1], 1e-5 + 14.4 * std::cos(GoldenAngleRad), 0.0, 14.4 * std::sin(GoldenAngleRad),
+                "slot 1");
+}
+
 TEST(MoveOrder, DegenerateSelectionsStillCallThePlannerExactlyOnce)
 {
     // clang-format off
@@ -196,6 +212,20 @@ TEST(FormationOrder, ThreeVehiclesOnAnLPathStandOnItsCornersInAxisOrder)
     ASSERT_EQ(app.View.DriveableRequests.size(), 3u);
     for (const Vec3D& request : app.View.DriveableRequests)
         EXPECT_EQ(request.Y, 0.0);
+}
+
+// Along a slanted axis the order follows the projection on the unit axis, not on either coordinate.
+TEST(FormationOrder, SlantedAxisOrdersByProjection)
+{
+    TestApp app;
+    app.LoadFlatMap();
+    AddVehicle(app, 0.0, 100.0); // projection 44.7 on (0.894, 0.447)
+    AddVehicle(app, 30.0, 0.0);  // projection 26.8: the start
+    SelectVehicles(app, {0, 1});
+    app.View.SubmitSelectedVehicleFormationRoute({Vec3D(0.0, 0.0, 0.0), Vec3D(100.0, 0.0, 50.0)}, false);
+    ASSERT_EQ(app.View.RoutePlans.size(), 1u);
+    ExpectPoint(app.View.RoutePlans[0].Goals[1], 0.0, 0.0, 0.0, "start");
+    ExpectPoint(app.View.RoutePlans[0].Goals[0], 100.0, 0.0, 50.0, "end");
 }
 
 TEST(FormationOrder, DegeneratePathsAndSelectionsFallBackOrSubmitNothing)

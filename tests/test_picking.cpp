@@ -139,7 +139,7 @@ TEST(Picking, AutoRotationAddsTheClockPhaseWithoutChangingTheYawField)
     EXPECT_EQ(later.X, reference.X);
 }
 
-// Random cameras and points, outside 0..1 too: a plane pick projects back through the scene's
+// Random cameras, window sizes and points (outside 0..1 too): a plane pick projects back through the scene's
 // camera onto the point it was picked under, and a point that fails looks above the horizon.
 TEST(Picking, PlanePicksProjectBackUnderThePointerForRandomCameras)
 {
@@ -160,6 +160,8 @@ TEST(Picking, PlanePicksProjectBackUnderThePointerForRandomCameras)
         app.View.PanY = unit(rng) * 400.0 - 200.0;
         app.View.WorldOffsetX = unit(rng) * 1000.0;
         app.View.WorldOffsetZ = unit(rng) * 1000.0;
+        app.CoreSdl.Width = 1 + static_cast<int>(unit(rng) * 2000.0);
+        app.CoreSdl.Height = 1 + static_cast<int>(unit(rng) * 2000.0);
         const double x01 = unit(rng) * 1.4 - 0.2, y01 = unit(rng) * 1.4 - 0.2;
         const double height = unit(rng) * 200.0 - 100.0;
         Vec3D world;

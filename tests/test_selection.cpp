@@ -89,6 +89,13 @@ TEST(Selection, ClickPickRadiusIsRadiusTimes1Point45WithAFloorOf28)
             << "radius " << c.Radius << " distance " << c.Distance;
         EXPECT_EQ(app.View.LastSelectedVehicleIndex, c.bExpected ? 0 : -1) << "radius " << c.Radius;
     }
+    // Almost along X: the quick squared test must not reject what the exact distance accepts.
+    TestApp app;
+    LookStraightDown(app);
+    const Vec3D point = GroundUnder(app, 0.5, 0.5);
+    AddVehicle(app, point.X + 27.99, point.Z + 0.1, 10.0f);
+    app.View.SelectVehiclesInScreenRect(0.5, 0.5, 0.5, 0.5, false);
+    EXPECT_TRUE(app.View.VehicleSelectionMask[0]);
 }
 
 TEST(Selection, ClickTakesTheNearestUnitWithTiesToTheEarlierVehicle)
@@ -102,6 +109,7 @@ TEST(Selection, ClickTakesTheNearestUnitWithTiesToTheEarlierVehicle)
         bool bExpectAir;
     } cases[] = {
         {"nearer of two", {20.0, 12.0}, -1.0, {false, true}, false},
+        {"nearer first", {12.0, 20.0}, -1.0, {true, false}, false},
         {"tie: earlier wins", {10.0, -10.0}, -1.0, {true, false}, false},
         {"tie reversed: earlier wins", {-10.0, 10.0}, -1.0, {true, false}, false},
         {"vehicle 20 beats aircraft 30", {20.0}, 30.0, {true}, false},
