@@ -12,18 +12,17 @@ namespace
 {
 using ordertest::ProjectToLocal;
 
-TEST(Picking, ViewportCentrePicksTheOrbitCentreAtAnyYawPitchAndDistance)
+TEST(Picking, WorkedPicksStraightDownAndAtTheViewportCentre)
 {
     TestApp app;
     app.LoadFlatMap();
     app.View.WorldOffsetX = 300.0;
     app.View.WorldOffsetZ = 700.0;
-    for (double yaw : {-179.0, -90.0, 0.0, 45.0, 180.0})
-        for (double pitch : {8.0, 30.0, 60.0, 84.0, 90.0})
+    for (double yaw : {-179.0, 0.0, 45.0, 180.0})
+        for (double pitch : {8.0, 60.0, 90.0})
             for (double distance : {10.0, 1000.0})
             {
-                app.View.CameraYawDeg = yaw;
-                app.View.CameraPitchDeg = pitch;
+                app.View.CameraYawDeg = yaw, app.View.CameraPitchDeg = pitch,
                 app.View.CameraDistance = distance;
                 Vec3D world(-1, -1, -1);
                 ASSERT_TRUE(app.View.ScreenToSpringMapWorld(0.5, 0.5, world)) << yaw << " " << pitch;
@@ -31,12 +30,8 @@ TEST(Picking, ViewportCentrePicksTheOrbitCentreAtAnyYawPitchAndDistance)
                 EXPECT_NEAR(world.Z, 700.0, 1e-9 * distance) << yaw << " " << pitch << " " << distance;
                 EXPECT_EQ(world.Y, 0.0);
             }
-}
-
-TEST(Picking, StraightDownTopEdgeLiesDistanceTimesTanFovAlongScreenUp)
-{
-    TestApp app;
-    app.LoadFlatMap();
+    // Straight down, the top edge lies distance x tan(fov / 2) away along the screen's up.
+    app.View.WorldOffsetX = app.View.WorldOffsetZ = 0.0;
     app.View.CameraPitchDeg = 90.0;
     app.View.CameraDistance = 400.0;
     app.View.CameraFovDeg = 60.0;
@@ -67,8 +62,7 @@ TEST(Picking, RaysAboveOrAlongTheHorizonAndMissingMapsFailLeavingTheOutputAlone)
     app.View.CameraPitchDeg = 0.0;
     EXPECT_FALSE(app.View.ScreenToSpringMapWorld(0.5, 0.5, world)) << "level ray";
     EXPECT_FALSE(app.View.ScreenToSpringMapWorldAtHeight(0.3, 0.5, 5.0, world)) << "level ray";
-    // A plane above the eye lies behind a ray that looks down.
-    app.View.CameraPitchDeg = 45.0;
+    app.View.CameraPitchDeg = 45.0; // a plane above the eye lies behind a ray that looks down
     EXPECT_FALSE(app.View.ScreenToSpringMapWorldAtHeight(0.5, 0.5, 1e6, world));
     app.View.SpringMap.Unload();
     EXPECT_FALSE(app.View.ScreenToSpringMapWorld(0.5, 0.5, world));
@@ -76,16 +70,13 @@ TEST(Picking, RaysAboveOrAlongTheHorizonAndMissingMapsFailLeavingTheOutputAlone)
     app.LoadFlatMap();
     app.View.SpringMap.IndexCount = 0;
     EXPECT_FALSE(app.View.ScreenToSpringMapWorld(0.5, 0.5, world)) << "no mesh";
-    EXPECT_EQ(world.X, sentinel.X);
-    EXPECT_EQ(world.Y, sentinel.Y);
-    EXPECT_EQ(world.Z, sentinel.Z);
+    EXPECT_TRUE(world.X == sentinel.X && world.Y == sentinel.Y && world.Z == sentinel.Z);
 }
 
-TEST(Picking, TerrainPickIsExactOnRaisedFlatGroundAndReportsYZero)
+TEST(Picking, RaisedFlatGroundFieldOfViewClampAndTheAutoRotationPhase)
 {
     TestApp app;
     app.LoadFlatMap(128, 75.0f);
-    app.View.WorldOffsetX = app.View.WorldOffsetZ = 512.0;
     app.View.CameraYawDeg = 30.0;
     app.View.CameraPitchDeg = 40.0;
     app.View.CameraDistance = 600.0;
@@ -94,37 +85,29 @@ TEST(Picking, TerrainPickIsExactOnRaisedFlatGroundAndReportsYZero)
     ASSERT_TRUE(app.View.ScreenToSpringMapWorldAtHeight(0.3, 0.6, 75.0, plane));
     EXPECT_NEAR(terrain.X, plane.X, 1e-9);
     EXPECT_NEAR(terrain.Z, plane.Z, 1e-9);
-    EXPECT_EQ(terrain.Y, 0.0);
+    EXPECT_EQ(terrain.Y, 0.0) << "the terrain pick reports Y 0";
     EXPECT_EQ(plane.Y, 75.0);
-}
 
-TEST(Picking, FieldOfViewClampsToOneAndHundredSeventy)
-{
-    TestApp app;
-    app.LoadFlatMap();
-    app.View.CameraPitchDeg = 89.0;
-    const auto pickWithFov = [&](double fov)
+    const auto pick = [&](double fov)
     {
         app.View.CameraFovDeg = fov;
         Vec3D world;
         EXPECT_TRUE(app.View.ScreenToSpringMapWorldAtHeight(0.9, 0.7, 0.0, world)) << fov;
         return world;
     };
-    EXPECT_EQ(pickWithFov(0.0).X, pickWithFov(1.0).X);
-    EXPECT_EQ(pickWithFov(-20.0).Z, pickWithFov(1.0).Z);
-    EXPECT_EQ(pickWithFov(200.0).X, pickWithFov(170.0).X);
-}
+    app.View.CameraPitchDeg = 89.0;
+    EXPECT_EQ(pick(0.0).X, pick(1.0).X);
+    EXPECT_EQ(pick(-20.0).Z, pick(1.0).Z);
+    EXPECT_EQ(pick(200.0).X, pick(170.0).X);
 
-TEST(Picking, AutoRotationAddsTheClockPhaseWithoutChangingTheYawField)
-{
-    TestApp app;
-    app.LoadFlatMap();
+    // Auto-rotation adds 9 deg/s x 10 s = 90 degrees without changing the yaw field.
+    app.View.CameraFovDeg = 45.0;
     app.View.CameraPitchDeg = 45.0;
     app.View.CameraYawDeg = 10.0;
     app.View.AutoRotateDegPerSec = 9.0;
-    Vec3D rotated, reference;
     app.View.bAutoRotate = true;
-    sdlseam::SetTicks(10000); // 10 s at 9 deg/s = 90 degrees
+    sdlseam::SetTicks(10000);
+    Vec3D rotated, reference, later;
     ASSERT_TRUE(app.View.ScreenToSpringMapWorldAtHeight(0.2, 0.8, 0.0, rotated));
     EXPECT_EQ(app.View.CameraYawDeg, 10.0);
     app.View.bAutoRotate = false;
@@ -132,9 +115,7 @@ TEST(Picking, AutoRotationAddsTheClockPhaseWithoutChangingTheYawField)
     ASSERT_TRUE(app.View.ScreenToSpringMapWorldAtHeight(0.2, 0.8, 0.0, reference));
     EXPECT_NEAR(rotated.X, reference.X, 1e-9);
     EXPECT_NEAR(rotated.Z, reference.Z, 1e-9);
-    // Off, the clock plays no part.
-    sdlseam::SetTicks(99999);
-    Vec3D later;
+    sdlseam::SetTicks(99999); // off, the clock plays no part
     ASSERT_TRUE(app.View.ScreenToSpringMapWorldAtHeight(0.2, 0.8, 0.0, later));
     EXPECT_EQ(later.X, reference.X);
 }
