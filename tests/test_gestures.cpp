@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <cstdio>
-#include <random>
 #include <string>
 #include <vector>
 
@@ -398,28 +396,20 @@ struct Cross
     float X, Y;
 };
 
-// The preview's path segments and cross centres, checking each cross's shape on the way.
+// The preview's path segments (colour 1, 0.9, width 2) and cross centres, checking each cross's shape:
+// a horizontal then a vertical stroke, 0.016 long, colour 0.24 red at alpha 0.9, width 1.5.
 void ReadPreview(const Rend& rend, std::size_t pathSegments, std::vector<Cross>& crosses)
 {
     const auto& lines = rend.GetPrimitives();
     ASSERT_GE(lines.size(), pathSegments);
-    for (std::size_t i = 0; i < pathSegments; ++i)
-    {
-        EXPECT_FLOAT_EQ(lines[i].R, 1.0f) << "segment " << i;
-        EXPECT_FLOAT_EQ(lines[i].G, 0.9f) << "segment " << i;
-        EXPECT_FLOAT_EQ(lines[i].WidthPx, 2.0f) << "segment " << i;
-    }
     ASSERT_EQ((lines.size() - pathSegments) % 2, 0u);
+    for (std::size_t i = 0; i < pathSegments; ++i)
+        EXPECT_TRUE(lines[i].R == 1.0f && lines[i].G == 0.9f && lines[i].WidthPx == 2.0f) << "segment " << i;
     for (std::size_t i = pathSegments; i < lines.size(); i += 2)
     {
-        const RendPrimitive& h = lines[i];
-        const RendPrimitive& v = lines[i + 1];
-        EXPECT_FLOAT_EQ(h.R, 0.24f) << "cross " << i;
-        EXPECT_FLOAT_EQ(h.A, 0.9f) << "cross " << i;
-        EXPECT_FLOAT_EQ(h.WidthPx, 1.5f) << "cross " << i;
-        EXPECT_FLOAT_EQ(v.WidthPx, 1.5f) << "cross " << i;
-        EXPECT_FLOAT_EQ(h.Y1, h.Y2) << "horizontal stroke first, cross " << i;
-        EXPECT_FLOAT_EQ(v.X1, v.X2) << "vertical stroke second, cross " << i;
+        const RendPrimitive &h = lines[i], &v = lines[i + 1];
+        EXPECT_TRUE(h.R == 0.24f && h.A == 0.9f && h.WidthPx == 1.5f && v.WidthPx == 1.5f) << "cross " << i;
+        EXPECT_TRUE(h.Y1 == h.Y2 && v.X1 == v.X2) << "cross " << i;
         EXPECT_NEAR(h.X2 - h.X1, 0.016f, 1e-6f) << "cross " << i;
         EXPECT_NEAR(v.Y2 - v.Y1, 0.016f, 1e-6f) << "cross " << i;
         crosses.push_back({v.X1, h.Y1});
@@ -497,60 +487,6 @@ TEST(FormationPreview, DrawsNothingWithoutControlGestureOrRenderer)
         app.View.RenderFormationOrderOverlay();
         EXPECT_TRUE(app.Renderer.GetPrimitives().empty()) << c.Name;
         EXPECT_EQ(app.Renderer.GetEndFrameCount(), 0) << c.Name;
-    }
-}
-
-// The obvious preview placement: each cross walks the screen path from its first sample again.
-Cross PreviewByRestartWalk(const std::vector<double>& xs, const std::vector<double>& ys, float t)
-{
-    std::vector<double> cumulative(xs.size(), 0.0);
-    for (std::size_t k = 1; k < xs.size(); ++k)
-        cumulative[k] = cumulative[k - 1] + std::hypot(xs[k] - xs[k - 1], ys[k] - ys[k - 1]);
-    const double targetDistance = t * cumulative.back();
-    std::size_t node = 1;
-    while (targetDistance > cumulative[node] && node + 1 < xs.size())
-        ++node;
-    const double span = std::max(cumulative[node] - cumulative[node - 1], 1e-9);
-    const double u = std::clamp((targetDistance - cumulative[node - 1]) / span, 0.0, 1.0);
-    const double lx = xs[node - 1] + (xs[node] - xs[node - 1]) * u;
-    const double ly = ys[node - 1] + (ys[node] - ys[node - 1]) * u;
-    return {static_cast<float>(-1.0 + 2.0 * lx), static_cast<float>(1.0 - 2.0 * ly)};
-}
-
-TEST(FormationPreview, ResumingWalkMatchesTheRestartWalkOnRandomScreenPaths)
-{
-    const unsigned seed = 777u;
-    std::printf("FormationPreview random paths: seed %u\n", seed);
-    std::mt19937 rng(seed);
-    std::uniform_real_distribution<double> local(0.0, 1.0);
-    std::uniform_int_distribution<int> sampleCount(2, 60);
-    std::uniform_int_distribution<int> selectedCount(2, 40);
-    std::bernoulli_distribution repeat(0.25);
-    for (int trial = 0; trial < 200; ++trial)
-    {
-        TestApp app;
-        app.View.bOrderDrag = true;
-        const int samples = sampleCount(rng);
-        for (int k = 0; k < samples; ++k)
-        {
-            const bool bRepeat = k > 0 && repeat(rng);
-            app.View.FormationScreenX.push_back(bRepeat ? app.View.FormationScreenX.back() : local(rng));
-            app.View.FormationScreenY.push_back(bRepeat ? app.View.FormationScreenY.back() : local(rng));
-        }
-        const int selected = selectedCount(rng);
-        app.View.VehicleSelectionMask.assign(static_cast<std::size_t>(selected), true);
-        app.View.RenderFormationOrderOverlay();
-        std::vector<Cross> crosses;
-        ReadPreview(app.Renderer, static_cast<std::size_t>(samples - 1), crosses);
-        ASSERT_EQ(crosses.size(), static_cast<std::size_t>(selected)) << "trial " << trial;
-        for (int i = 0; i < selected; ++i)
-        {
-            const float t = static_cast<float>(i) / static_cast<float>(selected - 1);
-            const Cross expected =
-                PreviewByRestartWalk(app.View.FormationScreenX, app.View.FormationScreenY, t);
-            ASSERT_EQ(crosses[i].X, expected.X) << "seed " << seed << " trial " << trial << " cross " << i;
-            ASSERT_EQ(crosses[i].Y, expected.Y) << "seed " << seed << " trial " << trial << " cross " << i;
-        }
     }
 }
 

@@ -304,44 +304,34 @@ TEST(AirOrders, EachAircraftFliesThePointsAtItsOwnAltitudeSkippingEmptyEntries)
 TEST(AirOrders, PatrolFlagsAreClearedOnlyByASelectedReplacingNonEmptyRoute)
 {
     // clang-format off
-    struct Case { const char* Name; bool bSelected; std::vector<Vec3D> Path; bool bAppend; bool bExpectFlags; } cases[] = {
-        {"replacing route", true, {Vec3D(1, 0, 1)}, false, false},
-        {"appending route", true, {Vec3D(1, 0, 1)}, true, true},
-        {"not selected", false, {Vec3D(1, 0, 1)}, false, true},
-        {"empty path", true, {}, false, true},
+    struct Case { bool bSelected, bAircraft; std::vector<Vec3D> Path; bool bAppend, bFlags; } cases[] = {
+        {true, true, {Vec3D(1, 0, 1)}, false, false}, {true, false, {Vec3D(1, 0, 1)}, false, false},
+        {true, true, {Vec3D(1, 0, 1)}, true, true},   {false, true, {Vec3D(1, 0, 1)}, false, true},
+        {true, true, {}, false, true},                {true, false, {}, false, true},
     };
     // clang-format on
     for (const Case& c : cases)
     {
-        for (bool bWithAircraft : {false, true})
-        {
-            TestApp app;
-            if (bWithAircraft)
-                AddAircraft(app, 0, 0, 0);
-            app.View.bAirUnitsSelected = c.bSelected;
-            app.View.bAirPatrolPlacement = true;
-            app.View.bAirPatrolRouteActive = true;
-            app.View.SubmitSelectedAirRoute(c.Path, c.bAppend);
-            EXPECT_EQ(app.View.bAirPatrolPlacement, c.bExpectFlags)
-                << c.Name << " aircraft " << bWithAircraft;
-            EXPECT_EQ(app.View.bAirPatrolRouteActive, c.bExpectFlags)
-                << c.Name << " aircraft " << bWithAircraft;
-            if (bWithAircraft)
-            {
-                EXPECT_EQ(app.View.AirUnits[0]->bHasActiveOrder, c.bSelected && !c.Path.empty()) << c.Name;
-            }
-        }
+        TestApp app;
+        if (c.bAircraft)
+            AddAircraft(app, 0, 0, 0);
+        app.View.bAirUnitsSelected = c.bSelected;
+        app.View.bAirPatrolPlacement = app.View.bAirPatrolRouteActive = true;
+        app.View.SubmitSelectedAirRoute(c.Path, c.bAppend);
+        EXPECT_EQ(app.View.bAirPatrolPlacement, c.bFlags) << &c - cases;
+        EXPECT_EQ(app.View.bAirPatrolRouteActive, c.bFlags) << &c - cases;
+        EXPECT_TRUE(!c.bAircraft ||
+                    app.View.AirUnits[0]->bHasActiveOrder == (c.bSelected && !c.Path.empty()));
     }
-
+    // The patrol order needs the selection and leaves the placement flags alone.
     TestApp app;
     AirUnit& aircraft = AddAircraft(app, 0, 0, 0);
     app.View.bAirPatrolPlacement = true;
     app.View.SubmitSelectedAirPatrol(Vec3D(1, 0, 1), false);
-    EXPECT_FALSE(aircraft.bHasActiveOrder) << "patrol without selection";
+    EXPECT_FALSE(aircraft.bHasActiveOrder);
     app.View.bAirUnitsSelected = true;
     app.View.SubmitSelectedAirPatrol(Vec3D(1, 0, 1), false);
-    EXPECT_TRUE(aircraft.bHasActiveOrder);
-    EXPECT_TRUE(app.View.bAirPatrolPlacement) << "the patrol order leaves the placement flags alone";
+    EXPECT_TRUE(aircraft.bHasActiveOrder && app.View.bAirPatrolPlacement);
 }
 
 // --- Waypoint from screen ---
