@@ -127,24 +127,20 @@ TEST(Picking, PlanePicksProjectBackUnderThePointerForRandomCameras)
     const unsigned seed = 20261122u;
     std::printf("picking seed %u\n", seed);
     std::mt19937 rng(seed);
-    std::uniform_real_distribution<double> unit(0.0, 1.0);
+    const auto R = [&rng](double lo, double hi)
+    { return std::uniform_real_distribution<double>(lo, hi)(rng); };
     TestApp app;
     app.LoadFlatMap();
     int hits = 0;
     for (int i = 0; i < 2000; ++i)
     {
-        app.View.CameraYawDeg = unit(rng) * 360.0 - 180.0;
-        app.View.CameraPitchDeg = unit(rng) * 180.0 - 90.0;
-        app.View.CameraDistance = 1.0 + unit(rng) * 3000.0;
-        app.View.CameraFovDeg = 5.0 + unit(rng) * 150.0;
-        app.View.PanX = unit(rng) * 400.0 - 200.0;
-        app.View.PanY = unit(rng) * 400.0 - 200.0;
-        app.View.WorldOffsetX = unit(rng) * 1000.0;
-        app.View.WorldOffsetZ = unit(rng) * 1000.0;
-        app.CoreSdl.Width = 1 + static_cast<int>(unit(rng) * 2000.0);
-        app.CoreSdl.Height = 1 + static_cast<int>(unit(rng) * 2000.0);
-        const double x01 = unit(rng) * 1.4 - 0.2, y01 = unit(rng) * 1.4 - 0.2;
-        const double height = unit(rng) * 200.0 - 100.0;
+        app.View.CameraYawDeg = R(-180, 180), app.View.CameraPitchDeg = R(-90, 90),
+        app.View.CameraFovDeg = R(5, 155);
+        app.View.CameraDistance = R(1, 3001), app.View.PanX = R(-200, 200), app.View.PanY = R(-200, 200);
+        app.View.WorldOffsetX = R(0, 1000), app.View.WorldOffsetZ = R(0, 1000);
+        app.CoreSdl.Width = 1 + static_cast<int>(R(0, 2000)),
+        app.CoreSdl.Height = 1 + static_cast<int>(R(0, 2000));
+        const double x01 = R(-0.2, 1.2), y01 = R(-0.2, 1.2), height = R(-100, 100);
         Vec3D world;
         if (!app.View.ScreenToSpringMapWorldAtHeight(x01, y01, height, world))
             continue;
@@ -167,22 +163,20 @@ TEST(Picking, TerrainPickFollowsGentleSlopesLikeADenseRayMarch)
     const unsigned seed = 7u;
     std::printf("slope picking seed %u\n", seed);
     std::mt19937 rng(seed);
-    std::uniform_real_distribution<double> unit(0.0, 1.0);
+    const auto R = [&rng](double lo, double hi)
+    { return std::uniform_real_distribution<double>(lo, hi)(rng); };
     TestApp app;
     const int n = 129;
     std::vector<float> heights(n * n);
-    for (int z = 0; z < n; ++z)
-        for (int x = 0; x < n; ++x)
-            heights[z * n + x] = 0.1f * 8.0f * z;
+    for (int i = 0; i < n * n; ++i)
+        heights[i] = 0.8f * static_cast<float>(i / n); // 0.1 per world unit along Z
     app.View.SpringMap.LoadHeightGrid(n, n, 8.0f, heights);
     for (int i = 0; i < 50; ++i)
     {
-        app.View.WorldOffsetX = 300.0 + unit(rng) * 400.0;
-        app.View.WorldOffsetZ = 300.0 + unit(rng) * 400.0;
-        app.View.CameraYawDeg = unit(rng) * 360.0 - 180.0;
-        app.View.CameraPitchDeg = 40.0 + unit(rng) * 50.0;
-        app.View.CameraDistance = 300.0 + unit(rng) * 400.0;
-        const double x01 = 0.3 + unit(rng) * 0.4, y01 = 0.3 + unit(rng) * 0.4;
+        app.View.WorldOffsetX = R(300, 700), app.View.WorldOffsetZ = R(300, 700),
+        app.View.CameraYawDeg = R(-180, 180);
+        app.View.CameraPitchDeg = R(40, 90), app.View.CameraDistance = R(300, 700);
+        const double x01 = R(0.3, 0.7), y01 = R(0.3, 0.7);
         Vec3D picked, onRay;
         ASSERT_TRUE(app.View.ScreenToSpringMapWorld(x01, y01, picked)) << "case " << i;
         // Above 110 the ray is over the highest ground (102.4).
