@@ -1,7 +1,6 @@
 // The scene's camera: the auto-rotation phase, worked view numbers and a collapsed window. (Random
 // cameras and window sizes are checked against picking in test_picking.)
 #include <cmath>
-#include <cstdio>
 
 #include <gtest/gtest.h>
 

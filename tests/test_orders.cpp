@@ -167,26 +167,16 @@ TEST(FormationOrder, WorkedPlacesAlongThePath)
 
 TEST(FormationOrder, DegeneratePathsAndSelectionsFallBackOrSubmitNothing)
 {
-    struct Case
-    {
-        const char* Name;
-        std::vector<Vec3D> Path;
-        std::vector<bool> Mask;
-        std::size_t ExpectedPlans;
-        std::size_t ExpectedAirRoutes; // route orders received by the selected aircraft
-        std::size_t ExpectedAirPoints; // points of its command after them
-    } cases[] = {
-        {"empty path", {}, {true, true}, 0, 0, 0},
-        {"one point: a move order", {Vec3D(5, 0, 5)}, {true, true}, 1, 2, 2},
-        {"closed loop: a move order to the last point",
-         {Vec3D(0, 0, 0), Vec3D(50, 0, 0), Vec3D(0.00005, 0, 0.00005)},
-         {true, true},
-         1,
-         2,
-         4},
-        {"nothing selected", {Vec3D(0, 0, 0), Vec3D(50, 0, 0)}, {false, false}, 0, 1, 2},
-        {"stale mask", {Vec3D(0, 0, 0), Vec3D(50, 0, 0)}, {true}, 0, 1, 2},
+    // Queued orders stack up on the selected aircraft: its point count tells how many routes it got.
+    // clang-format off
+    struct Case { const char* Name; std::vector<Vec3D> Path; std::vector<bool> Mask; std::size_t Plans, AirPoints; } cases[] = {
+        {"empty path", {}, {true, true}, 0, 0},
+        {"one point: a move order", {Vec3D(5, 0, 5)}, {true, true}, 1, 2},
+        {"closed loop: a move order to the last point", {Vec3D(0, 0, 0), Vec3D(50, 0, 0), Vec3D(0.00005, 0, 0.00005)}, {true, true}, 1, 4},
+        {"nothing selected", {Vec3D(0, 0, 0), Vec3D(50, 0, 0)}, {false, false}, 0, 2},
+        {"stale mask", {Vec3D(0, 0, 0), Vec3D(50, 0, 0)}, {true}, 0, 2},
     };
+    // clang-format on
     for (const Case& c : cases)
     {
         TestApp app;
@@ -196,15 +186,13 @@ TEST(FormationOrder, DegeneratePathsAndSelectionsFallBackOrSubmitNothing)
         AirUnit& aircraft = AddAircraft(app, 0.0, 300.0, 0.0);
         app.View.bAirUnitsSelected = true;
         app.View.VehicleSelectionMask = c.Mask;
-        // Queued orders stack up on the aircraft, so its point count tells how many routes it got.
         app.View.SubmitSelectedVehicleFormationRoute(c.Path, true);
 
-        EXPECT_EQ(app.View.RoutePlans.size(), c.ExpectedPlans) << c.Name;
+        EXPECT_EQ(app.View.RoutePlans.size(), c.Plans) << c.Name;
         EXPECT_EQ(app.View.VehicleSelectionMask.size(), 2u) << c.Name;
-        EXPECT_EQ(aircraft.ActiveCommand.Points.size(), c.ExpectedAirPoints) << c.Name;
-        EXPECT_EQ(aircraft.bHasActiveOrder, c.ExpectedAirRoutes > 0) << c.Name;
-        // The move order's centre slot is the path's last point.
-        if (c.ExpectedPlans == 1)
+        EXPECT_EQ(aircraft.ActiveCommand.Points.size(), c.AirPoints) << c.Name;
+        EXPECT_EQ(aircraft.bHasActiveOrder, c.AirPoints > 0) << c.Name;
+        if (c.Plans == 1) // the move order's centre slot is the path's last point
         {
             ASSERT_FALSE(app.View.DriveableRequests.empty()) << c.Name;
             ExpectPoint(app.View.DriveableRequests[0], Vec3D(c.Path.back().X, 0.0, c.Path.back().Z), c.Name);

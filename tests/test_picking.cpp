@@ -1,8 +1,6 @@
 // Screen-to-map picking: worked cases, failures, the auto-rotation phase, agreement with the scene's
 // own projection over random cameras, and the terrain pick against a dense march along the ray.
 #include <cmath>
-#include <cstdio>
-#include <random>
 
 #include <gtest/gtest.h>
 
@@ -124,11 +122,7 @@ TEST(Picking, RaisedFlatGroundFieldOfViewClampAndTheAutoRotationPhase)
 // camera onto the point it was picked under, and a point that fails looks above the horizon.
 TEST(Picking, PlanePicksProjectBackUnderThePointerForRandomCameras)
 {
-    const unsigned seed = 20261122u;
-    std::printf("picking seed %u\n", seed);
-    std::mt19937 rng(seed);
-    const auto R = [&rng](double lo, double hi)
-    { return std::uniform_real_distribution<double>(lo, hi)(rng); };
+    ordertest::SeededRandom R(20261122u, "plane picks");
     TestApp app;
     app.LoadFlatMap();
     int hits = 0;
@@ -148,9 +142,9 @@ TEST(Picking, PlanePicksProjectBackUnderThePointerForRandomCameras)
         EXPECT_EQ(world.Y, height);
         double px = 0.0, py = 0.0;
         ASSERT_TRUE(ProjectToLocal(app.View, world.X, height, world.Z, px, py))
-            << "seed " << seed << " case " << i;
-        EXPECT_NEAR(px, x01, 1e-6) << "seed " << seed << " case " << i;
-        EXPECT_NEAR(py, y01, 1e-6) << "seed " << seed << " case " << i;
+            << "seed " << R.Seed << " case " << i;
+        EXPECT_NEAR(px, x01, 1e-6) << "seed " << R.Seed << " case " << i;
+        EXPECT_NEAR(py, y01, 1e-6) << "seed " << R.Seed << " case " << i;
     }
     EXPECT_GT(hits, 500) << "the random cameras should mostly see the plane";
 }
@@ -160,17 +154,9 @@ TEST(Picking, PlanePicksProjectBackUnderThePointerForRandomCameras)
 // cameras looking down.
 TEST(Picking, TerrainPickFollowsGentleSlopesLikeADenseRayMarch)
 {
-    const unsigned seed = 7u;
-    std::printf("slope picking seed %u\n", seed);
-    std::mt19937 rng(seed);
-    const auto R = [&rng](double lo, double hi)
-    { return std::uniform_real_distribution<double>(lo, hi)(rng); };
+    ordertest::SeededRandom R(7u, "terrain picks on a slope");
     TestApp app;
-    const int n = 129;
-    std::vector<float> heights(n * n);
-    for (int i = 0; i < n * n; ++i)
-        heights[i] = 0.8f * static_cast<float>(i / n); // 0.1 per world unit along Z
-    app.View.SpringMap.LoadHeightGrid(n, n, 8.0f, heights);
+    ordertest::LoadSlopedMap(app, 128);
     for (int i = 0; i < 50; ++i)
     {
         app.View.WorldOffsetX = R(300, 700), app.View.WorldOffsetZ = R(300, 700),
@@ -186,8 +172,8 @@ TEST(Picking, TerrainPickFollowsGentleSlopesLikeADenseRayMarch)
             if (app.View.SpringMap.GetTerrainHeight(float(onRay.X), float(onRay.Z)) >= h)
                 break;
         }
-        EXPECT_NEAR(picked.X, onRay.X, 2.0) << "seed " << seed << " case " << i;
-        EXPECT_NEAR(picked.Z, onRay.Z, 2.0) << "seed " << seed << " case " << i;
+        EXPECT_NEAR(picked.X, onRay.X, 2.0) << "seed " << R.Seed << " case " << i;
+        EXPECT_NEAR(picked.Z, onRay.Z, 2.0) << "seed " << R.Seed << " case " << i;
     }
 }
 

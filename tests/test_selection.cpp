@@ -3,8 +3,6 @@
 // rubber band.
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
-#include <random>
 #include <string>
 #include <vector>
 
@@ -193,18 +191,10 @@ TEST(Selection, CountsTheWholeSelectionWithTheAircraftAsOneUnit)
 // (corners in any order); vehicles within rounding of an edge may go either way.
 TEST(Selection, BandMatchesABruteForceProjectionOnSlopedGround)
 {
-    const unsigned seed = 4101u;
-    std::printf("Selection on sloped ground: seed %u\n", seed);
-    std::mt19937 rng(seed);
-    const auto uniform = [&rng](double lo, double hi)
-    { return std::uniform_real_distribution<double>(lo, hi)(rng); };
+    ordertest::SeededRandom uniform(4101u, "selection on sloped ground");
     TestApp app;
     LookStraightDown(app, 1024.0, 1024.0);
-    const int n = 257; // 2048 units a side, wider than any band so the ground stays one plane
-    std::vector<float> heights(n * n);
-    for (int i = 0; i < n * n; ++i)
-        heights[i] = 0.8f * static_cast<float>(i / n); // 0.1 per world unit along Z
-    app.View.SpringMap.LoadHeightGrid(n, n, 8.0f, heights);
+    ordertest::LoadSlopedMap(app, 256); // wider than any band, so the ground under it stays one plane
     for (int i = 0; i < 400; ++i)
     {
         const double x = uniform(600.0, 1448.0), z = uniform(600.0, 1448.0);
@@ -238,9 +228,10 @@ TEST(Selection, BandMatchesABruteForceProjectionOnSlopedGround)
             const double margin = std::min(
                 {sx - std::min(x1, x2), std::max(x1, x2) - sx, sy - std::min(y1, y2), std::max(y1, y2) - sy});
             EXPECT_TRUE(std::abs(margin) < 0.005 || bSelected == (margin > 0.0))
-                << "seed " << seed << " trial " << trial << " vehicle " << i;
+                << "seed " << uniform.Seed << " trial " << trial << " vehicle " << i;
         }
-        EXPECT_EQ(app.View.LastSelectedVehicleIndex, highest) << "seed " << seed << " trial " << trial;
+        EXPECT_EQ(app.View.LastSelectedVehicleIndex, highest)
+            << "seed " << uniform.Seed << " trial " << trial;
     }
     EXPECT_GT(selectedTotal, 2000) << "the bands should hold vehicles";
 }
