@@ -301,6 +301,19 @@ TEST(OrderGesture, PathSamplesNeedScreenOrGroundDistanceAndTheReleaseNeedsOneUni
     }
 }
 
+TEST(OrderGesture, ExactlyTheSampleStepFromTheLastSampleIsNoNewSample)
+{
+    GestureApp app;
+    app.View.WindowX1 = 0.0; // the right half of the window: local x is global x, exactly
+    SelectVehicles(app, {0});
+    for (double x : {0.0, 0.006, 0.0120001}) // 3.5 world units a step: the ground distance stays short
+    {
+        app.PointAtGlobal(x, 0.0);
+        app.Frame(false, false, true);
+    }
+    EXPECT_EQ(app.View.FormationScreenX, std::vector<double>({0.0, 0.0120001}));
+}
+
 TEST(OrderGesture, FailedPicksFallBackToTheLastPickedPoint)
 {
     GestureApp app;
