@@ -4,8 +4,11 @@
 // the scene's own projection (world to viewport-local) to check picks against.
 #include <cmath>
 #include <cstddef>
+#include <cstdio>
 #include <initializer_list>
 #include <memory>
+#include <random>
+#include <vector>
 
 #include "test_app.h"
 #include "vehicleunit.h"
@@ -74,6 +77,28 @@ inline void PointAtWorld(TestApp& app, double x, double z)
     double x01 = 0.0, y01 = 0.0;
     ProjectToLocal(app.View, x, 0.0, z, x01, y01);
     app.PointAtLocal(x01, y01);
+}
+
+// Uniform doubles from a seeded generator; the seed is printed so a failure can be replayed.
+struct SeededRandom
+{
+    SeededRandom(unsigned seed, const char* what) : Seed(seed), Rng(seed)
+    {
+        std::printf("%s: seed %u\n", what, seed);
+    }
+    double operator()(double lo, double hi) { return std::uniform_real_distribution<double>(lo, hi)(Rng); }
+    const unsigned Seed;
+    std::mt19937 Rng;
+};
+
+// Ground rising 0.1 per world unit along Z: one plane over Cells x Cells squares of 8 units.
+inline void LoadSlopedMap(TestApp& app, int cells)
+{
+    const int n = cells + 1;
+    std::vector<float> heights(static_cast<std::size_t>(n) * n);
+    for (std::size_t i = 0; i < heights.size(); ++i)
+        heights[i] = 0.8f * static_cast<float>(i / n);
+    app.View.SpringMap.LoadHeightGrid(n, n, 8.0f, std::move(heights));
 }
 
 } // namespace ordertest

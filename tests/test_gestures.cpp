@@ -1,9 +1,8 @@
 // Order gestures driven through MouseProcessing frames: patrol keys and clicks, box selection, the
 // right-button click and drag orders with their sampling, and the formation preview.
 #include <algorithm>
+#include <array>
 #include <cmath>
-#include <cstdio>
-#include <random>
 #include <string>
 #include <vector>
 
@@ -18,13 +17,14 @@ using ordertest::AddVehicle;
 using ordertest::LookStraightDown;
 using ordertest::SelectVehicles;
 using Messages = std::vector<std::string>;
+using Points = std::vector<std::pair<double, double>>;
 
 const std::string ArmedMessage =
     "Patrol: left click to place; Shift-click appends; Escape/right click cancels.";
 const std::string CancelledMessage = "Patrol placement cancelled.";
-const std::string DeselectedMessage = "Air unit deselected.";
-const std::string AppendedMessage = "Patrol point appended.";
 const std::string IssuedMessage = "Patrol route issued. Shift-click to append; Escape/right click cancels.";
+const std::string MovedMessage = "Selected units ordered to waypoint.";
+const std::string FormationMessage = "Formation move order issued.";
 
 // Straight down over (512, 512) from 800: one local unit is about 1178 world units across.
 struct GestureApp : TestApp
@@ -46,29 +46,27 @@ struct GestureApp : TestApp
         sdlseam::SetKey(code, bDown);
         Frame();
     }
-    void LeftClickAt(double x01, double y01, SDL_Keymod mods = SDL_KMOD_NONE)
+    // A press at the first point, held over the rest, released at the last (with the given modifiers).
+    void Gesture(const Points& points, bool bRight, SDL_Keymod releaseMods = SDL_KMOD_NONE)
     {
-        sdlseam::SetMods(mods);
-        PointAtLocal(x01, y01);
-        Frame(true);
-        Frame();
-        sdlseam::SetMods(SDL_KMOD_NONE);
-    }
-    // Presses the right button at the first point, holds it over the rest, and releases at the last.
-    void RightGesture(const std::vector<std::pair<double, double>>& points,
-                      SDL_Keymod releaseMods = SDL_KMOD_NONE)
-    {
-        PointAtLocal(points.front().first, points.front().second);
-        Frame(false, false, true);
-        for (std::size_t i = 1; i + 1 < points.size(); ++i)
+        for (std::size_t i = 0; i + 1 < points.size(); ++i)
         {
             PointAtLocal(points[i].first, points[i].second);
-            Frame(false, false, true);
+            Frame(!bRight, false, bRight);
         }
         PointAtLocal(points.back().first, points.back().second);
         sdlseam::SetMods(releaseMods);
         Frame();
         sdlseam::SetMods(SDL_KMOD_NONE);
+    }
+    void LeftClickAt(double x01, double y01, SDL_Keymod mods = SDL_KMOD_NONE)
+    {
+        sdlseam::SetMods(mods);
+        Gesture({{x01, y01}, {x01, y01}}, false, mods);
+    }
+    void RightGesture(const Points& points, SDL_Keymod releaseMods = SDL_KMOD_NONE)
+    {
+        Gesture(points, true, releaseMods);
     }
 };
 
@@ -79,39 +77,34 @@ TEST(PatrolKeys, OnlyPressEdgesWithFocusAndSelectedAircraftArmOrCancel)
     GestureApp app;
     AddAircraft(app, 0, 300, 0);
     app.View.bMouseInteraction = false; // the keys work without mouse interaction
-
-    app.KeyFrame(SDL_SCANCODE_P, true);
-    EXPECT_FALSE(app.View.bAirPatrolPlacement) << "no aircraft selected";
-    app.KeyFrame(SDL_SCANCODE_P, false);
-    app.View.bAirUnitsSelected = true;
-    app.KeyFrame(SDL_SCANCODE_P, true);
-    app.KeyFrame(SDL_SCANCODE_P, true); // held: no second edge
-    EXPECT_TRUE(app.View.bAirPatrolPlacement);
-    app.KeyFrame(SDL_SCANCODE_ESCAPE, true);
-    EXPECT_FALSE(app.View.bAirPatrolPlacement);
-    app.KeyFrame(SDL_SCANCODE_ESCAPE, false);
-    app.KeyFrame(SDL_SCANCODE_ESCAPE, true); // nothing armed: silent
-    app.KeyFrame(SDL_SCANCODE_ESCAPE, false);
-    app.KeyFrame(SDL_SCANCODE_P, false);
-    EXPECT_EQ(app.Messages(), Messages({ArmedMessage, CancelledMessage}));
-
-    // Without focus the keys do nothing and are remembered as up, so P held into focus is an edge.
-    app.View.bHasFocus = false;
-    app.KeyFrame(SDL_SCANCODE_P, true);
-    EXPECT_FALSE(app.View.bAirPatrolPlacement);
-    EXPECT_FALSE(app.View.bPrevPatrolKey);
-    app.View.bHasFocus = true;
-    app.Frame();
-    EXPECT_TRUE(app.View.bAirPatrolPlacement);
-    EXPECT_EQ(app.Messages().size(), 3u);
+    // clang-format off
+    struct Step { SDL_Scancode Key; bool bDown, bSelected, bFocus, bArmed; } steps[] = {
+        {SDL_SCANCODE_P, true, false, true, false},        {SDL_SCANCODE_P, false, true, true, false},
+        {SDL_SCANCODE_P, true, true, true, true},          {SDL_SCANCODE_P, true, true, true, true}, // held: no second edge
+        {SDL_SCANCODE_ESCAPE, true, true, true, false},    {SDL_SCANCODE_ESCAPE, false, true, true, false},
+        {SDL_SCANCODE_ESCAPE, true, true, true, false},    {SDL_SCANCODE_ESCAPE, false, true, true, false}, // nothing armed: silent
+        {SDL_SCANCODE_P, false, true, true, false},
+        {SDL_SCANCODE_P, true, true, false, false},        // without focus the key is remembered as up,
+        {SDL_SCANCODE_P, true, true, true, true},          // so P held into focus is an edge
+    };
+    // clang-format on
+    for (const Step& s : steps)
+    {
+        app.View.bAirUnitsSelected = s.bSelected;
+        app.View.bHasFocus = s.bFocus;
+        app.KeyFrame(s.Key, s.bDown);
+        EXPECT_EQ(app.View.bAirPatrolPlacement, s.bArmed) << &s - steps;
+    }
+    EXPECT_EQ(app.Messages(), Messages({ArmedMessage, CancelledMessage, ArmedMessage}));
 }
 
 TEST(PatrolClicks, ShiftClicksAppendAndAPlainClickAfterARouteDeselects)
 {
+    const std::string appended = "Patrol point appended.", deselected = "Air unit deselected.";
     // clang-format off
-    struct Case { const char* Name; std::vector<SDL_Keymod> Clicks; Messages ExpectedAfterArming; std::size_t ExpectedPatrolPoints; } cases[] = {
-        {"Shift, Shift, plain", {SDL_KMOD_LSHIFT, SDL_KMOD_RSHIFT, SDL_KMOD_NONE}, {AppendedMessage, AppendedMessage, DeselectedMessage}, 2},
-        {"plain, Shift, plain", {SDL_KMOD_NONE, SDL_KMOD_LSHIFT, SDL_KMOD_NONE}, {IssuedMessage, AppendedMessage, DeselectedMessage}, 2},
+    struct Case { std::vector<SDL_Keymod> Clicks; Messages Expected; } cases[] = {
+        {{SDL_KMOD_LSHIFT, SDL_KMOD_RSHIFT, SDL_KMOD_NONE}, {ArmedMessage, appended, appended, deselected}},
+        {{SDL_KMOD_NONE, SDL_KMOD_LSHIFT, SDL_KMOD_NONE}, {ArmedMessage, IssuedMessage, appended, deselected}},
     };
     // clang-format on
     for (const Case& c : cases)
@@ -120,38 +113,35 @@ TEST(PatrolClicks, ShiftClicksAppendAndAPlainClickAfterARouteDeselects)
         AirUnit& aircraft = AddAircraft(app, 0, 300, 0, 350.0f);
         app.View.bAirUnitsSelected = true;
         app.KeyFrame(SDL_SCANCODE_P, true);
-        const double xs[3] = {0.3, 0.4, 0.5};
         for (std::size_t i = 0; i < c.Clicks.size(); ++i)
         {
-            app.LeftClickAt(xs[i], 0.3, c.Clicks[i]);
-            EXPECT_FALSE(app.View.bSelectionDragActive) << c.Name << " click " << i;
-            EXPECT_FALSE(app.View.bOrbitDrag) << c.Name << " click " << i;
+            app.LeftClickAt(0.3 + 0.1 * i, 0.3, c.Clicks[i]);
+            EXPECT_FALSE(app.View.bSelectionDragActive || app.View.bOrbitDrag)
+                << c.Expected[1] << " click " << i;
         }
-        Messages expected = {ArmedMessage};
-        expected.insert(expected.end(), c.ExpectedAfterArming.begin(), c.ExpectedAfterArming.end());
-        EXPECT_EQ(app.Messages(), expected) << c.Name;
-        ASSERT_EQ(aircraft.ActiveCommand.Points.size(), c.ExpectedPatrolPoints) << c.Name;
-        EXPECT_EQ(aircraft.ActiveCommand.Type, AirCommandType::Patrol) << c.Name;
-        for (std::size_t i = 0; i < c.ExpectedPatrolPoints; ++i)
+        EXPECT_EQ(app.Messages(), c.Expected);
+        ASSERT_EQ(aircraft.ActiveCommand.Points.size(), 2u) << c.Expected[1];
+        EXPECT_EQ(aircraft.ActiveCommand.Type, AirCommandType::Patrol);
+        for (std::size_t i = 0; i < 2; ++i)
         {
-            const Vec3D ground = app.GroundUnder(xs[i], 0.3);
-            EXPECT_NEAR(aircraft.ActiveCommand.Points[i].X, ground.X, 1e-6) << c.Name << " point " << i;
-            EXPECT_NEAR(aircraft.ActiveCommand.Points[i].Z, ground.Z, 1e-6) << c.Name << " point " << i;
-            EXPECT_EQ(aircraft.ActiveCommand.Points[i].Y, 350.0) << c.Name << " point " << i;
+            const Vec3D ground = app.GroundUnder(0.3 + 0.1 * i, 0.3);
+            EXPECT_NEAR(aircraft.ActiveCommand.Points[i].X, ground.X, 1e-6)
+                << c.Expected[1] << " point " << i;
+            EXPECT_NEAR(aircraft.ActiveCommand.Points[i].Z, ground.Z, 1e-6)
+                << c.Expected[1] << " point " << i;
+            EXPECT_EQ(aircraft.ActiveCommand.Points[i].Y, 350.0) << c.Expected[1] << " point " << i;
         }
-        EXPECT_FALSE(app.View.bAirUnitsSelected) << c.Name;
-        EXPECT_FALSE(app.View.bAirPatrolPlacement) << c.Name;
-        EXPECT_FALSE(app.View.bAirPatrolRouteActive) << c.Name;
+        EXPECT_FALSE(app.View.bAirUnitsSelected || app.View.bAirPatrolPlacement ||
+                     app.View.bAirPatrolRouteActive);
     }
 }
 
-TEST(PatrolClicks, FailedPicksAndPanelPressesPlaceNothing)
+TEST(PatrolClicks, FailedPicksAndPanelPressesPlaceNothingAndARightPressCancelsAnywhere)
 {
     GestureApp app;
     AirUnit& aircraft = AddAircraft(app, 0, 300, 0);
     app.View.bAirUnitsSelected = true;
     app.KeyFrame(SDL_SCANCODE_P, true);
-
     // Looking almost level, the top of the viewport shows sky: the press is taken, nothing placed.
     app.View.CameraPitchDeg = 20.0;
     app.PointAtLocal(0.3, 0.0);
@@ -159,11 +149,6 @@ TEST(PatrolClicks, FailedPicksAndPanelPressesPlaceNothing)
     EXPECT_TRUE(app.App.bChildWindowProcessed);
     EXPECT_FALSE(app.View.bOrbitDrag);
     app.Frame();
-    EXPECT_TRUE(app.View.bAirPatrolPlacement);
-    EXPECT_FALSE(app.View.bAirPatrolRouteActive);
-    EXPECT_FALSE(aircraft.bHasActiveOrder);
-    EXPECT_EQ(app.Messages(), Messages({ArmedMessage}));
-
     // A press on the navigation panel (between its buttons) is not a patrol click.
     app.View.bNavWidgetVisible = true;
     double x1 = 0, y1 = 0, x2 = 0, y2 = 0;
@@ -171,27 +156,18 @@ TEST(PatrolClicks, FailedPicksAndPanelPressesPlaceNothing)
     app.LeftClickAt(x1 + (x2 - x1) * 0.01, y1 + (y2 - y1) * 0.5);
     EXPECT_EQ(app.View.HoverNavButton, 0);
     EXPECT_TRUE(app.View.bAirPatrolPlacement);
-    EXPECT_FALSE(aircraft.bHasActiveOrder);
-    EXPECT_EQ(app.Messages().size(), 1u);
-}
+    EXPECT_FALSE(app.View.bAirPatrolRouteActive || aircraft.bHasActiveOrder);
+    EXPECT_EQ(app.Messages(), Messages({ArmedMessage}));
 
-TEST(PatrolClicks, ARightPressCancelsPlacementAnywhereAndStartsNoOrder)
-{
-    for (double x01 : {0.4, 1.3})
-    {
-        GestureApp app;
-        AddAircraft(app, 0, 300, 0);
-        SelectVehicles(app, {0, 1});
-        app.View.bAirUnitsSelected = true;
-        app.KeyFrame(SDL_SCANCODE_P, true);
-        app.RightGesture({{x01, 0.4}, {x01, 0.4}});
-        EXPECT_FALSE(app.View.bAirPatrolPlacement) << "x " << x01;
-        EXPECT_TRUE(app.View.RoutePlans.empty()) << "x " << x01;
-        EXPECT_EQ(app.Messages(), Messages({ArmedMessage, CancelledMessage})) << "x " << x01;
-        // With placement gone, the next right click inside is an order.
-        app.RightGesture({{0.4, 0.4}, {0.4, 0.4}});
-        EXPECT_EQ(app.View.RoutePlans.size(), 1u) << "x " << x01;
-    }
+    // A right press cancels the placement, even outside the viewport, and starts no order; the next is one.
+    SelectVehicles(app, {0, 1});
+    app.View.CameraPitchDeg = 90.0;
+    app.RightGesture({{1.3, 0.4}, {1.3, 0.4}});
+    EXPECT_FALSE(app.View.bAirPatrolPlacement);
+    EXPECT_TRUE(app.View.RoutePlans.empty());
+    EXPECT_EQ(app.Messages(), Messages({ArmedMessage, CancelledMessage}));
+    app.RightGesture({{0.4, 0.4}, {0.4, 0.4}});
+    EXPECT_EQ(app.View.RoutePlans.size(), 1u);
 }
 
 TEST(PatrolClicks, EscapeEndsAnIssuedRouteSequence)
@@ -204,8 +180,7 @@ TEST(PatrolClicks, EscapeEndsAnIssuedRouteSequence)
     EXPECT_TRUE(app.View.bAirPatrolRouteActive);
     app.KeyFrame(SDL_SCANCODE_ESCAPE, true);
     EXPECT_FALSE(app.View.bAirPatrolRouteActive);
-    // A plain click now selects as usual instead of deselecting the aircraft.
-    app.LeftClickAt(0.3, 0.3);
+    app.LeftClickAt(0.3, 0.3); // a plain click now selects as usual instead of deselecting the aircraft
     EXPECT_EQ(app.Messages(),
               Messages({ArmedMessage, IssuedMessage, CancelledMessage, "No units selected."}));
 }
@@ -216,10 +191,10 @@ TEST(BoxSelectionGesture, DragSelectsAtTheReleaseAltOrbitsAndShiftAtTheReleaseAd
 {
     GestureApp app;
     AddVehicle(app, 700.0, 600.0);
-    double ax = 0, ay = 0, bx = 0, by = 0;
+    double ax = 0, ay = 0, bx = 0, by = 0, cx = 0, cy = 0;
     ordertest::ProjectToLocal(app.View, 380.0, 0.0, 380.0, ax, ay);
     ordertest::ProjectToLocal(app.View, 450.0, 0.0, 420.0, bx, by);
-
+    ordertest::ProjectToLocal(app.View, 700.0, 0.0, 600.0, cx, cy);
     app.PointAtLocal(bx, by); // dragged from the bottom right to the top left
     app.Frame(true);
     EXPECT_TRUE(app.View.bSelectionDragActive);
@@ -241,19 +216,10 @@ TEST(BoxSelectionGesture, DragSelectsAtTheReleaseAltOrbitsAndShiftAtTheReleaseAd
     EXPECT_TRUE(app.View.bOrbitDrag);
     app.Frame();
     sdlseam::SetMods(SDL_KMOD_NONE);
-
-    // Shift counts at the release, not at the press.
-    double cx = 0, cy = 0;
-    ordertest::ProjectToLocal(app.View, 700.0, 0.0, 600.0, cx, cy);
-    app.PointAtLocal(cx, cy);
-    app.Frame(true);
-    sdlseam::SetMods(SDL_KMOD_LSHIFT);
-    app.Frame();
-    sdlseam::SetMods(SDL_KMOD_NONE);
+    app.Gesture({{cx, cy}, {cx, cy}}, false, SDL_KMOD_LSHIFT); // Shift counts at the release
     EXPECT_EQ(app.View.VehicleSelectionMask, std::vector<bool>({true, true, true}));
     EXPECT_EQ(app.Messages().back(), "3 unit(s) selected. Right click to move.");
     EXPECT_EQ(app.View.LastSelectedVehicleIndex, 2);
-
     // Without unit control a left press orbits.
     app.View.bVehicleControl = false;
     app.Frame(true);
@@ -263,16 +229,24 @@ TEST(BoxSelectionGesture, DragSelectsAtTheReleaseAltOrbitsAndShiftAtTheReleaseAd
 
 // --- Right-button orders ---
 
+void ExpectXZ(const Vec3D& got, const Vec3D& want, const char* what, double tolerance = 1e-9)
+{
+    EXPECT_NEAR(got.X, want.X, tolerance) << what;
+    EXPECT_NEAR(got.Z, want.Z, tolerance) << what;
+}
+
 TEST(OrderGesture, ClicksAndDragsGiveTheirOrderAndMessageWithShiftReadAtTheRelease)
 {
     // clang-format off
-    struct Case { const char* Name; std::vector<std::pair<double, double>> Points; SDL_Keymod PressMods, ReleaseMods; const char* ExpectedMessage; bool bExpectAppend; } cases[] = {
-        {"click", {{0.5, 0.5}, {0.5, 0.5}}, SDL_KMOD_NONE, SDL_KMOD_NONE, "Selected units ordered to waypoint.", false},
+    struct Case { const char* Name; Points Path; SDL_Keymod PressMods, ReleaseMods; std::string ExpectedMessage; bool bExpectAppend; } cases[] = {
+        {"click", {{0.5, 0.5}, {0.5, 0.5}}, SDL_KMOD_NONE, SDL_KMOD_NONE, MovedMessage, false},
         {"Shift click", {{0.5, 0.5}, {0.5, 0.5}}, SDL_KMOD_NONE, SDL_KMOD_LSHIFT, "Waypoint queued for selected units.", true},
-        {"Shift only at the press", {{0.5, 0.5}, {0.5, 0.5}}, SDL_KMOD_RSHIFT, SDL_KMOD_NONE, "Selected units ordered to waypoint.", false},
-        {"wiggle within 0.006", {{0.5, 0.5}, {0.5045, 0.5}, {0.5, 0.504}, {0.503, 0.503}}, SDL_KMOD_NONE, SDL_KMOD_NONE, "Selected units ordered to waypoint.", false},
-        {"drag", {{0.3, 0.5}, {0.4, 0.5}, {0.5, 0.55}}, SDL_KMOD_NONE, SDL_KMOD_NONE, "Formation move order issued.", false},
+        {"Shift only at the press", {{0.5, 0.5}, {0.5, 0.5}}, SDL_KMOD_RSHIFT, SDL_KMOD_NONE, MovedMessage, false},
+        {"wiggle within 0.006", {{0.5, 0.5}, {0.5045, 0.5}, {0.5, 0.504}, {0.503, 0.503}}, SDL_KMOD_NONE, SDL_KMOD_NONE, MovedMessage, false},
+        {"drag", {{0.3, 0.5}, {0.4, 0.5}, {0.5, 0.55}}, SDL_KMOD_NONE, SDL_KMOD_NONE, FormationMessage, false},
         {"Shift drag", {{0.3, 0.5}, {0.4, 0.5}, {0.5, 0.55}}, SDL_KMOD_NONE, SDL_KMOD_RSHIFT, "Formation waypoint queued.", true},
+        {"drag back to the press point", {{0.5, 0.5}, {0.6, 0.5}, {0.5, 0.5}, {0.5, 0.5}}, SDL_KMOD_NONE, SDL_KMOD_NONE, FormationMessage, false},
+        {"drag released outside", {{0.5, 0.5}, {0.9, 0.5}, {1.2, 0.5}}, SDL_KMOD_NONE, SDL_KMOD_NONE, FormationMessage, false},
     };
     // clang-format on
     for (const Case& c : cases)
@@ -280,7 +254,7 @@ TEST(OrderGesture, ClicksAndDragsGiveTheirOrderAndMessageWithShiftReadAtTheRelea
         GestureApp app;
         SelectVehicles(app, {0, 1});
         sdlseam::SetMods(c.PressMods);
-        app.RightGesture(c.Points, c.ReleaseMods);
+        app.RightGesture(c.Path, c.ReleaseMods);
         EXPECT_EQ(app.Messages(), Messages({c.ExpectedMessage})) << c.Name;
         ASSERT_EQ(app.View.RoutePlans.size(), 1u) << c.Name;
         EXPECT_EQ(app.View.RoutePlans[0].bAppend, c.bExpectAppend) << c.Name;
@@ -288,70 +262,56 @@ TEST(OrderGesture, ClicksAndDragsGiveTheirOrderAndMessageWithShiftReadAtTheRelea
         EXPECT_FALSE(app.View.bOrderDrag) << c.Name;
         // A click goes to the release point (the centre slot of the move order); a drag lines up from
         // the press point to the release point.
-        const Vec3D release = app.GroundUnder(c.Points.back().first, c.Points.back().second);
-        const Vec3D press = app.GroundUnder(c.Points.front().first, c.Points.front().second);
-        const bool bDrag = std::string(c.ExpectedMessage).find("Formation") == 0;
-        const Vec3D& first = app.View.DriveableRequests.front();
-        const Vec3D& last = app.View.DriveableRequests.back();
-        EXPECT_NEAR(first.X, bDrag ? press.X : release.X, 1e-6) << c.Name;
-        EXPECT_NEAR(first.Z, bDrag ? press.Z : release.Z, 1e-6) << c.Name;
-        if (bDrag)
-        {
-            EXPECT_NEAR(last.X, release.X, 1e-6) << c.Name;
-            EXPECT_NEAR(last.Z, release.Z, 1e-6) << c.Name;
-        }
+        const Vec3D release = app.GroundUnder(c.Path.back().first, c.Path.back().second);
+        const Vec3D press = app.GroundUnder(c.Path.front().first, c.Path.front().second);
+        const bool bDrag = c.ExpectedMessage.find("Formation") == 0;
+        ExpectXZ(app.View.DriveableRequests.front(), bDrag ? press : release, c.Name, 1e-6);
+        if (bDrag && c.Path.front() != c.Path.back()) // a closed drag is a move order to its last point
+            ExpectXZ(app.View.DriveableRequests.back(), release, c.Name, 1e-6);
     }
-}
-
-TEST(OrderGesture, ADragThatReturnsToItsPressPointIsStillAFormation)
-{
-    GestureApp app;
-    SelectVehicles(app, {0, 1});
-    app.RightGesture({{0.5, 0.5}, {0.6, 0.5}, {0.5, 0.5}, {0.5, 0.5}});
-    EXPECT_EQ(app.Messages(), Messages({"Formation move order issued."}));
-    // The path closes on itself, so the formation becomes a move order to its last point.
-    ASSERT_EQ(app.View.FormationPath.size(), 3u);
-    const Vec3D press = app.GroundUnder(0.5, 0.5);
-    EXPECT_NEAR(app.View.DriveableRequests.front().X, press.X, 1e-6);
-    EXPECT_NEAR(app.View.DriveableRequests.front().Z, press.Z, 1e-6);
-    ASSERT_EQ(app.View.RoutePlans.size(), 1u);
 }
 
 TEST(OrderGesture, PathSamplesNeedScreenOrGroundDistanceAndTheReleaseNeedsOneUnit)
 {
-    struct Case
-    {
-        const char* Name;
-        double CameraDistance;
-        double Step;        // local x step of each held frame
-        double ReleaseStep; // local x offset of the release from the last held point
-        std::size_t ExpectedScreenSamples;
-        std::size_t ExpectedPathPoints;
-    } cases[] = {
-        // 800: 0.005 local is about 5.9 world; two held steps add one sample only every second frame.
-        {"small steps, near", 800.0, 0.005, 0.0, 3, 3},
-        {"0.0065 steps", 800.0, 0.0065, 0.0, 5, 5},
-        // 5000: 0.005 local is about 36.8 world, beyond 12.
-        {"small steps, far", 5000.0, 0.005, 0.0, 5, 5},
-        // The release 0.0005 local (0.6 world) from the last sample is dropped, 0.0015 (1.8) is kept.
-        {"release within one unit", 800.0, 0.005, 0.0005, 3, 3},
-        {"release beyond one unit", 800.0, 0.005, 0.0015, 3, 4},
+    // Four held steps along x and a release offset; at 800 0.005 local is about 5.9 world (two steps
+    // make one sample), at 5000 about 36.8, beyond 12. A release 0.0005 local (0.6 world) from the last
+    // sample is dropped, 0.0015 (1.8) is kept.
+    // clang-format off
+    struct Case { double Distance, Step, ReleaseStep; std::size_t Samples, PathPoints; } cases[] = {
+        {800.0, 0.005, 0.0, 3, 3}, {800.0, 0.0065, 0.0, 5, 5}, {5000.0, 0.005, 0.0, 5, 5},
+        {800.0, 0.005, 0.0005, 3, 3}, {800.0, 0.005, 0.0015, 3, 4},
     };
+    // clang-format on
     for (const Case& c : cases)
     {
         GestureApp app;
-        app.View.CameraDistance = c.CameraDistance;
+        app.View.CameraDistance = c.Distance;
         SelectVehicles(app, {0});
-        std::vector<std::pair<double, double>> points;
+        Points points;
         for (int i = 0; i <= 4; ++i)
             points.push_back({0.5 + c.Step * i, 0.5});
         points.push_back({0.5 + c.Step * 4 + c.ReleaseStep, 0.5});
         app.RightGesture(points);
-        EXPECT_EQ(app.View.FormationScreenX.size(), c.ExpectedScreenSamples) << c.Name;
-        EXPECT_EQ(app.View.FormationScreenY.size(), c.ExpectedScreenSamples) << c.Name;
-        EXPECT_EQ(app.View.FormationPath.size(), c.ExpectedPathPoints) << c.Name;
-        EXPECT_EQ(app.Messages(), Messages({"Formation move order issued."})) << c.Name;
+        const std::string name =
+            std::to_string(c.Distance) + " " + std::to_string(c.Step) + " " + std::to_string(c.ReleaseStep);
+        EXPECT_EQ(app.View.FormationScreenX.size(), c.Samples) << name;
+        EXPECT_EQ(app.View.FormationScreenY.size(), c.Samples) << name;
+        EXPECT_EQ(app.View.FormationPath.size(), c.PathPoints) << name;
+        EXPECT_EQ(app.Messages(), Messages({FormationMessage})) << name;
     }
+}
+
+TEST(OrderGesture, ExactlyTheSampleStepFromTheLastSampleIsNoNewSample)
+{
+    GestureApp app;
+    app.View.WindowX1 = 0.0; // the right half of the window: local x is global x, exactly
+    SelectVehicles(app, {0});
+    for (double x : {0.0, 0.006, 0.0120001}) // 3.5 world units a step: the ground distance stays short
+    {
+        app.PointAtGlobal(x, 0.0);
+        app.Frame(false, false, true);
+    }
+    EXPECT_EQ(app.View.FormationScreenX, std::vector<double>({0.0, 0.0120001}));
 }
 
 TEST(OrderGesture, FailedPicksFallBackToTheLastPickedPoint)
@@ -360,29 +320,22 @@ TEST(OrderGesture, FailedPicksFallBackToTheLastPickedPoint)
     SelectVehicles(app, {0});
     app.View.CameraPitchDeg = 20.0; // the top of the viewport shows sky
     app.RightGesture({{0.5, 0.6}, {0.5, 0.6}});
-    const Vec3D first = app.GroundUnder(0.5, 0.6);
-
     // A click whose press and release both miss goes to the previous gesture's point.
     app.RightGesture({{0.5, 0.0}, {0.5, 0.0}});
     EXPECT_TRUE(app.View.FormationPath.empty());
     EXPECT_EQ(app.View.FormationScreenX.size(), 1u);
     ASSERT_EQ(app.View.RoutePlans.size(), 2u);
-    EXPECT_NEAR(app.View.RoutePlans[1].Goals[0].X, first.X, 1e-9);
-    EXPECT_NEAR(app.View.RoutePlans[1].Goals[0].Z, first.Z, 1e-9);
-    EXPECT_NEAR(app.View.OrderPressWorld.X, first.X, 1e-9);
+    ExpectXZ(app.View.RoutePlans[1].Goals[0], app.GroundUnder(0.5, 0.6), "missed click");
+    ExpectXZ(app.View.OrderPressWorld, app.GroundUnder(0.5, 0.6), "press point kept");
 
     // A drag from the map into the sky: the only picked point is the press point, taken twice.
     app.RightGesture({{0.3, 0.7}, {0.3, 0.0}, {0.3, 0.0}});
-    const Vec3D press = app.GroundUnder(0.3, 0.7);
     ASSERT_EQ(app.View.FormationPath.size(), 2u);
     for (const Vec3D& point : app.View.FormationPath)
-    {
-        EXPECT_NEAR(point.X, press.X, 1e-9);
-        EXPECT_NEAR(point.Z, press.Z, 1e-9);
-    }
-    EXPECT_EQ(app.Messages().back(), "Formation move order issued.");
+        ExpectXZ(point, app.GroundUnder(0.3, 0.7), "path into the sky");
+    EXPECT_EQ(app.Messages().back(), FormationMessage);
     ASSERT_EQ(app.View.RoutePlans.size(), 3u);
-    EXPECT_NEAR(app.View.RoutePlans[2].Goals[0].X, press.X, 1e-9);
+    ExpectXZ(app.View.RoutePlans[2].Goals[0], app.GroundUnder(0.3, 0.7), "formation into the sky");
 
     // After a press off the map, the first picked point starts the path even at the press sample
     // (here the camera tilts down while the button is held).
@@ -395,20 +348,35 @@ TEST(OrderGesture, FailedPicksFallBackToTheLastPickedPoint)
     EXPECT_EQ(app.View.FormationScreenX.size(), 2u);
     app.Frame();
     EXPECT_EQ(app.View.FormationPath.size(), 1u) << "the release point is the same map point";
-    EXPECT_EQ(app.Messages().back(), "Selected units ordered to waypoint.");
-    const Vec3D top = app.GroundUnder(0.5, 0.0);
-    EXPECT_NEAR(app.View.RoutePlans.back().Goals[0].X, top.X, 1e-9);
-    EXPECT_NEAR(app.View.RoutePlans.back().Goals[0].Z, top.Z, 1e-9);
+    EXPECT_EQ(app.Messages().back(), MovedMessage);
+    ExpectXZ(app.View.RoutePlans.back().Goals[0], app.GroundUnder(0.5, 0.0), "tilted press");
+}
+
+// A drag released while interaction was off keeps its flags; a click pressed on the frame
+// interaction comes back is a fresh gesture: a move order, not a formation.
+TEST(OrderGesture, ANewPressStartsUnmoved)
+{
+    GestureApp app;
+    SelectVehicles(app, {0, 1});
+    for (double x : {0.3, 0.5})
+    {
+        app.PointAtLocal(x, 0.5);
+        app.Frame(false, false, true);
+    }
+    ASSERT_TRUE(app.View.bOrderDragMoved);
+    app.View.bMouseInteraction = false;
+    app.Frame();
+    app.View.bMouseInteraction = true;
+    app.RightGesture({{0.5, 0.5}, {0.5, 0.5}});
+    EXPECT_EQ(app.Messages().back(), MovedMessage);
 }
 
 TEST(OrderGesture, NeedsASelectionUnitControlAndTheMapButNotAWindow)
 {
     // clang-format off
-    struct Case { const char* Name; bool bVehicle, bAir, bControl, bMapView, bParent; bool bExpectOrder; } cases[] = {
-        {"nothing selected", false, false, true, true, true, false},
-        {"aircraft only", false, true, true, true, true, true},
-        {"control off", true, false, false, true, true, false},
-        {"map view off", true, false, true, false, true, false},
+    struct Case { const char* Name; bool bVehicle, bAir, bControl, bMapView, bParent, bOrder; } cases[] = {
+        {"nothing selected", false, false, true, true, true, false}, {"aircraft only", false, true, true, true, true, true},
+        {"control off", true, false, false, true, true, false},     {"map view off", true, false, true, false, true, false},
         {"no window", true, false, true, true, false, true},
     };
     // clang-format on
@@ -425,23 +393,13 @@ TEST(OrderGesture, NeedsASelectionUnitControlAndTheMapButNotAWindow)
             app.View.pParentWindow = nullptr;
         app.PointAtLocal(0.5, 0.5);
         app.Frame(false, false, true);
-        EXPECT_EQ(app.View.bOrderDrag, c.bExpectOrder) << c.Name;
+        EXPECT_EQ(app.View.bOrderDrag, c.bOrder) << c.Name;
         app.Frame();
-        EXPECT_EQ(app.View.RoutePlans.size(), c.bExpectOrder ? 1u : 0u) << c.Name;
-        EXPECT_EQ(aircraft.bHasActiveOrder, c.bExpectOrder && c.bAir) << c.Name;
-        EXPECT_EQ(app.View.Vehicles[1]->bHasTarget, c.bExpectOrder && c.bVehicle) << c.Name;
-        const bool bExpectMessage = c.bExpectOrder && c.bParent;
-        EXPECT_EQ(app.Messages().size(), bExpectMessage ? 1u : 0u) << c.Name;
+        EXPECT_EQ(app.View.RoutePlans.size(), c.bOrder ? 1u : 0u) << c.Name;
+        EXPECT_EQ(aircraft.bHasActiveOrder, c.bOrder && c.bAir) << c.Name;
+        EXPECT_EQ(app.View.Vehicles[1]->bHasTarget, c.bOrder && c.bVehicle) << c.Name;
+        EXPECT_EQ(app.Messages().size(), c.bOrder && c.bParent ? 1u : 0u) << c.Name;
     }
-}
-
-TEST(OrderGesture, ADragReleasedOutsideTheViewportStillOrders)
-{
-    GestureApp app;
-    SelectVehicles(app, {0, 1});
-    app.RightGesture({{0.5, 0.5}, {0.9, 0.5}, {1.2, 0.5}});
-    EXPECT_EQ(app.Messages(), Messages({"Formation move order issued."}));
-    EXPECT_EQ(app.View.RoutePlans.size(), 1u);
 }
 
 // --- Formation preview ---
@@ -451,105 +409,72 @@ struct Cross
     float X, Y;
 };
 
-// The preview's path segments and cross centres, checking each cross's shape on the way.
+// The preview's path segments (colour 1, 0.9, width 2) and cross centres, checking each cross's shape:
+// a horizontal then a vertical stroke, 0.016 long, colour 0.24 red at alpha 0.9, width 1.5.
 void ReadPreview(const Rend& rend, std::size_t pathSegments, std::vector<Cross>& crosses)
 {
     const auto& lines = rend.GetPrimitives();
     ASSERT_GE(lines.size(), pathSegments);
-    for (std::size_t i = 0; i < pathSegments; ++i)
-    {
-        EXPECT_FLOAT_EQ(lines[i].R, 1.0f) << "segment " << i;
-        EXPECT_FLOAT_EQ(lines[i].G, 0.9f) << "segment " << i;
-        EXPECT_FLOAT_EQ(lines[i].WidthPx, 2.0f) << "segment " << i;
-    }
     ASSERT_EQ((lines.size() - pathSegments) % 2, 0u);
+    for (std::size_t i = 0; i < pathSegments; ++i)
+        EXPECT_TRUE(lines[i].R == 1.0f && lines[i].G == 0.9f && lines[i].WidthPx == 2.0f) << "segment " << i;
     for (std::size_t i = pathSegments; i < lines.size(); i += 2)
     {
-        const RendPrimitive& h = lines[i];
-        const RendPrimitive& v = lines[i + 1];
-        EXPECT_FLOAT_EQ(h.R, 0.24f) << "cross " << i;
-        EXPECT_FLOAT_EQ(h.A, 0.9f) << "cross " << i;
-        EXPECT_FLOAT_EQ(h.WidthPx, 1.5f) << "cross " << i;
-        EXPECT_FLOAT_EQ(h.Y1, h.Y2) << "horizontal stroke first, cross " << i;
-        EXPECT_FLOAT_EQ(v.X1, v.X2) << "vertical stroke second, cross " << i;
+        const RendPrimitive &h = lines[i], &v = lines[i + 1];
+        EXPECT_TRUE(h.R == 0.24f && h.A == 0.9f && h.WidthPx == 1.5f && v.WidthPx == 1.5f) << "cross " << i;
+        EXPECT_TRUE(h.Y1 == h.Y2 && v.X1 == v.X2) << "cross " << i;
         EXPECT_NEAR(h.X2 - h.X1, 0.016f, 1e-6f) << "cross " << i;
         EXPECT_NEAR(v.Y2 - v.Y1, 0.016f, 1e-6f) << "cross " << i;
         crosses.push_back({v.X1, h.Y1});
     }
 }
 
-TEST(FormationPreview, CrossesAtEqualScreenLengthStepsAlongThePath)
+// Lines are local (x1, y1, x2, y2); crosses local (x, y). The press is at (0.1, 0.1), the pointer at (0.4,
+// 0.7).
+TEST(FormationPreview, CrossesAtEqualScreenLengthStepsAlongThePathOrThePressToPointerLine)
 {
-    struct Case
-    {
-        const char* Name;
-        int Selected;
-        std::vector<Cross> Expected; // local
-    } cases[] = {
-        // Path (0.2, 0.5) -> (0.5, 0.5) -> (0.5, 0.8): 0.6 long.
-        {"four vehicles", 4, {{0.2f, 0.5f}, {0.4f, 0.5f}, {0.5f, 0.6f}, {0.5f, 0.8f}}},
-        {"one vehicle: the middle", 1, {{0.5f, 0.5f}}},
-        {"aircraft only: one cross in the middle", 0, {{0.5f, 0.5f}}},
+    using Quad = std::array<double, 4>;
+    using Point = std::pair<double, double>;
+    // clang-format off
+    struct Case { const char* Name; std::vector<double> Xs, Ys; int Selected; std::vector<Quad> Lines; std::vector<Point> Crosses; } cases[] = {
+        {"four vehicles", {0.2, 0.5, 0.5}, {0.5, 0.5, 0.8}, 4, {{0.2, 0.5, 0.5, 0.5}, {0.5, 0.5, 0.5, 0.8}}, {{0.2, 0.5}, {0.4, 0.5}, {0.5, 0.6}, {0.5, 0.8}}},
+        {"one vehicle: the middle", {0.2, 0.5, 0.5}, {0.5, 0.5, 0.8}, 1, {{0.2, 0.5, 0.5, 0.5}, {0.5, 0.5, 0.5, 0.8}}, {{0.5, 0.5}}},
+        {"aircraft only: the middle", {0.2, 0.5, 0.5}, {0.5, 0.5, 0.8}, 0, {{0.2, 0.5, 0.5, 0.5}, {0.5, 0.5, 0.5, 0.8}}, {{0.5, 0.5}}},
+        {"no sample", {}, {}, 4, {{0.1, 0.1, 0.4, 0.7}}, {{0.1, 0.1}, {0.2, 0.3}, {0.3, 0.5}, {0.4, 0.7}}},
+        {"one sample", {0.3}, {0.3}, 4, {{0.1, 0.1, 0.4, 0.7}}, {{0.1, 0.1}, {0.2, 0.3}, {0.3, 0.5}, {0.4, 0.7}}},
+        {"mismatched lists", {0.3, 0.9, 0.2}, {0.3, 0.9}, 4, {{0.1, 0.1, 0.4, 0.7}}, {{0.1, 0.1}, {0.2, 0.3}, {0.3, 0.5}, {0.4, 0.7}}},
     };
+    // clang-format on
+    const auto gx = [](double x) { return -1.0 + 2.0 * x; };
+    const auto gy = [](double y) { return 1.0 - 2.0 * y; };
     for (const Case& c : cases)
     {
         TestApp app;
         app.View.bOrderDrag = true;
-        app.View.FormationScreenX = {0.2, 0.5, 0.5};
-        app.View.FormationScreenY = {0.5, 0.5, 0.8};
+        app.View.OrderPressX = app.View.OrderPressY = 0.1;
+        app.View.OrderCurrentX = 0.4, app.View.OrderCurrentY = 0.7;
+        app.View.FormationScreenX = c.Xs, app.View.FormationScreenY = c.Ys;
         app.View.VehicleSelectionMask.assign(6, false);
         std::fill_n(app.View.VehicleSelectionMask.begin(), c.Selected, true);
         app.View.RenderFormationOrderOverlay();
         std::vector<Cross> crosses;
-        ReadPreview(app.Renderer, 2, crosses);
-        const auto& lines = app.Renderer.GetPrimitives();
-        EXPECT_FLOAT_EQ(lines[0].X1, -0.6f) << c.Name;
-        EXPECT_FLOAT_EQ(lines[1].Y2, -0.6f) << c.Name;
-        ASSERT_EQ(crosses.size(), c.Expected.size()) << c.Name;
+        ReadPreview(app.Renderer, c.Lines.size(), crosses);
+        for (std::size_t i = 0; i < c.Lines.size(); ++i)
+        {
+            const RendPrimitive& l = app.Renderer.GetPrimitives()[i];
+            const double got[4] = {l.X1, l.Y1, l.X2, l.Y2};
+            const double want[4] = {gx(c.Lines[i][0]), gy(c.Lines[i][1]), gx(c.Lines[i][2]),
+                                    gy(c.Lines[i][3])};
+            for (int k = 0; k < 4; ++k)
+                EXPECT_NEAR(got[k], want[k], 1e-6) << c.Name << " line " << i << " value " << k;
+        }
+        ASSERT_EQ(crosses.size(), c.Crosses.size()) << c.Name;
         for (std::size_t i = 0; i < crosses.size(); ++i)
         {
-            EXPECT_NEAR(crosses[i].X, -1.0f + 2.0f * c.Expected[i].X, 1e-6f) << c.Name << " cross " << i;
-            EXPECT_NEAR(crosses[i].Y, 1.0f - 2.0f * c.Expected[i].Y, 1e-6f) << c.Name << " cross " << i;
+            EXPECT_NEAR(crosses[i].X, gx(c.Crosses[i].first), 1e-6) << c.Name << " cross " << i;
+            EXPECT_NEAR(crosses[i].Y, gy(c.Crosses[i].second), 1e-6) << c.Name << " cross " << i;
         }
         EXPECT_EQ(app.Renderer.GetEndFrameCount(), 1) << c.Name;
-    }
-}
-
-TEST(FormationPreview, WithoutAUsablePathTheCrossesLieOnThePressToPointerLine)
-{
-    // clang-format off
-    struct Case { const char* Name; std::vector<double> Xs, Ys; } cases[] = {
-        {"no sample", {}, {}},
-        {"one sample", {0.3}, {0.3}},
-        {"mismatched lists", {0.3, 0.9, 0.2}, {0.3, 0.9}},
-    };
-    // clang-format on
-    for (const Case& c : cases)
-    {
-        TestApp app;
-        app.View.bOrderDrag = true;
-        app.View.OrderPressX = 0.1;
-        app.View.OrderPressY = 0.1;
-        app.View.OrderCurrentX = 0.4;
-        app.View.OrderCurrentY = 0.7;
-        app.View.FormationScreenX = c.Xs;
-        app.View.FormationScreenY = c.Ys;
-        app.View.VehicleSelectionMask = {true, true, true, true};
-        app.View.RenderFormationOrderOverlay();
-        std::vector<Cross> crosses;
-        ReadPreview(app.Renderer, 1, crosses);
-        const RendPrimitive& line = app.Renderer.GetPrimitives()[0];
-        EXPECT_FLOAT_EQ(line.X1, -0.8f) << c.Name;
-        EXPECT_FLOAT_EQ(line.Y1, 0.8f) << c.Name;
-        EXPECT_FLOAT_EQ(line.X2, -0.2f) << c.Name;
-        EXPECT_FLOAT_EQ(line.Y2, -0.4f) << c.Name;
-        ASSERT_EQ(crosses.size(), 4u) << c.Name;
-        for (std::size_t i = 0; i < 4; ++i)
-        {
-            const double t = i / 3.0;
-            EXPECT_NEAR(crosses[i].X, -1.0 + 2.0 * (0.1 + 0.3 * t), 1e-6) << c.Name << " cross " << i;
-            EXPECT_NEAR(crosses[i].Y, 1.0 - 2.0 * (0.1 + 0.6 * t), 1e-6) << c.Name << " cross " << i;
-        }
     }
 }
 
@@ -575,60 +500,6 @@ TEST(FormationPreview, DrawsNothingWithoutControlGestureOrRenderer)
         app.View.RenderFormationOrderOverlay();
         EXPECT_TRUE(app.Renderer.GetPrimitives().empty()) << c.Name;
         EXPECT_EQ(app.Renderer.GetEndFrameCount(), 0) << c.Name;
-    }
-}
-
-// The obvious preview placement: each cross walks the screen path from its first sample again.
-Cross PreviewByRestartWalk(const std::vector<double>& xs, const std::vector<double>& ys, float t)
-{
-    std::vector<double> cumulative(xs.size(), 0.0);
-    for (std::size_t k = 1; k < xs.size(); ++k)
-        cumulative[k] = cumulative[k - 1] + std::hypot(xs[k] - xs[k - 1], ys[k] - ys[k - 1]);
-    const double targetDistance = t * cumulative.back();
-    std::size_t node = 1;
-    while (targetDistance > cumulative[node] && node + 1 < xs.size())
-        ++node;
-    const double span = std::max(cumulative[node] - cumulative[node - 1], 1e-9);
-    const double u = std::clamp((targetDistance - cumulative[node - 1]) / span, 0.0, 1.0);
-    const double lx = xs[node - 1] + (xs[node] - xs[node - 1]) * u;
-    const double ly = ys[node - 1] + (ys[node] - ys[node - 1]) * u;
-    return {static_cast<float>(-1.0 + 2.0 * lx), static_cast<float>(1.0 - 2.0 * ly)};
-}
-
-TEST(FormationPreview, ResumingWalkMatchesTheRestartWalkOnRandomScreenPaths)
-{
-    const unsigned seed = 777u;
-    std::printf("FormationPreview random paths: seed %u\n", seed);
-    std::mt19937 rng(seed);
-    std::uniform_real_distribution<double> local(0.0, 1.0);
-    std::uniform_int_distribution<int> sampleCount(2, 60);
-    std::uniform_int_distribution<int> selectedCount(2, 40);
-    std::bernoulli_distribution repeat(0.25);
-    for (int trial = 0; trial < 200; ++trial)
-    {
-        TestApp app;
-        app.View.bOrderDrag = true;
-        const int samples = sampleCount(rng);
-        for (int k = 0; k < samples; ++k)
-        {
-            const bool bRepeat = k > 0 && repeat(rng);
-            app.View.FormationScreenX.push_back(bRepeat ? app.View.FormationScreenX.back() : local(rng));
-            app.View.FormationScreenY.push_back(bRepeat ? app.View.FormationScreenY.back() : local(rng));
-        }
-        const int selected = selectedCount(rng);
-        app.View.VehicleSelectionMask.assign(static_cast<std::size_t>(selected), true);
-        app.View.RenderFormationOrderOverlay();
-        std::vector<Cross> crosses;
-        ReadPreview(app.Renderer, static_cast<std::size_t>(samples - 1), crosses);
-        ASSERT_EQ(crosses.size(), static_cast<std::size_t>(selected)) << "trial " << trial;
-        for (int i = 0; i < selected; ++i)
-        {
-            const float t = static_cast<float>(i) / static_cast<float>(selected - 1);
-            const Cross expected =
-                PreviewByRestartWalk(app.View.FormationScreenX, app.View.FormationScreenY, t);
-            ASSERT_EQ(crosses[i].X, expected.X) << "seed " << seed << " trial " << trial << " cross " << i;
-            ASSERT_EQ(crosses[i].Y, expected.Y) << "seed " << seed << " trial " << trial << " cross " << i;
-        }
     }
 }
 

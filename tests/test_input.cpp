@@ -1,5 +1,5 @@
-// Per-frame mouse processing: guards, pointer, button edges, camera orbit and pan, the interaction
-// gate and the end-of-frame bookkeeping.
+// Per-frame mouse processing: guards, pointer, camera orbit and pan, the interaction gate and the
+// end-of-frame bookkeeping.
 #include <cmath>
 #include <limits>
 
@@ -14,9 +14,8 @@ TEST(WrapAngleDeg, WrapsIntoHalfOpenRange)
 {
     // clang-format off
     struct Case { double In, Out; } cases[] = {
-        {181.0, -179.0}, {179.0 + 2.0, -179.0}, {-180.0, 180.0}, {180.0, 180.0},
-        {540.0, 180.0},  {-540.0, 180.0},       {360.0, 0.0},    {-181.0, 179.0},
-        {0.0, 0.0},      {-179.5, -179.5},      {719.0, -1.0},
+        {181.0, -179.0}, {-180.0, 180.0}, {180.0, 180.0}, {540.0, 180.0}, {-540.0, 180.0},
+        {360.0, 0.0}, {-181.0, 179.0}, {-179.5, -179.5}, {719.0, -1.0}, {180.05, -179.95},
     };
     // clang-format on
     for (const Case& c : cases)
@@ -24,7 +23,7 @@ TEST(WrapAngleDeg, WrapsIntoHalfOpenRange)
     EXPECT_TRUE(std::isnan(WrapAngleDeg(std::numeric_limits<double>::quiet_NaN())));
 }
 
-TEST(MouseProcessingGuards, HiddenDisabledOrEmptyViewportTouchesNothing)
+TEST(MouseProcessing, HiddenDisabledOrEmptyViewportTouchesNothing)
 {
     // clang-format off
     struct Case { const char* Name; bool bVisible, bEnabled; double X1, Y1, X2, Y2; } cases[] = {
@@ -39,81 +38,43 @@ TEST(MouseProcessingGuards, HiddenDisabledOrEmptyViewportTouchesNothing)
         app.LoadFlatMap();
         app.View.bVisible = c.bVisible;
         app.View.bEnabled = c.bEnabled;
-        app.View.WindowX1 = c.X1;
-        app.View.WindowY1 = c.Y1;
-        app.View.WindowX2 = c.X2;
+        app.View.WindowX1 = c.X1, app.View.WindowY1 = c.Y1, app.View.WindowX2 = c.X2,
         app.View.WindowY2 = c.Y2;
         app.View.MouseLocalX = 0.25;
-        app.MouseState.X3D = 0.0;
-        app.MouseState.Y3D = 0.0;
+        app.PointAtGlobal(0.0, 0.0);
         app.Frame(true);
         app.Frame(true);
         EXPECT_EQ(app.View.MouseLocalX, 0.25) << c.Name;
-        EXPECT_FALSE(app.View.bMouseOver) << c.Name;
-        EXPECT_FALSE(app.View.bOrbitDrag) << c.Name;
-        EXPECT_FALSE(app.App.bChildWindowProcessed) << c.Name;
+        EXPECT_FALSE(app.View.bMouseOver || app.View.bOrbitDrag || app.App.bChildWindowProcessed) << c.Name;
     }
 }
 
-TEST(MouseProcessingPointer, LocalCoordinatesFollowThePointerInsideAndOutside)
+TEST(MouseProcessing, LocalCoordinatesFollowThePointerInsideAndOutside)
 {
+    // clang-format off
+    struct Case { double WindowX1, WindowY2, Gx, Gy; bool bInside; double X, Y; int XPx, YPx; } cases[] = {
+        {-1.0, -1.0, 0.0, 0.0, true, 0.5, 0.5, 640, 360},
+        {0.0, 0.0, 0.5, 0.25, true, 0.5, 0.75, 320, 270},   // half the window: the viewport's own pixels
+        {0.0, 0.0, -0.5, 0.5, false, -0.5, 0.5, -320, 180}, // outside: still followed
+    };
+    // clang-format on
     TestApp app;
-    app.PointAtGlobal(0.0, 0.0);
-    app.Frame();
-    EXPECT_TRUE(app.View.bMouseInside);
-    EXPECT_TRUE(app.View.bMouseOver);
-    EXPECT_DOUBLE_EQ(app.View.MouseLocalX, 0.5);
-    EXPECT_DOUBLE_EQ(app.View.MouseLocalY, 0.5);
-    EXPECT_EQ(app.View.MouseLocalXPx, 640);
-    EXPECT_EQ(app.View.MouseLocalYPx, 360);
-
-    // Half the window's viewport: local pixels count the viewport's own pixels.
-    app.View.WindowX1 = 0.0;
-    app.View.WindowY2 = 0.0;
-    app.PointAtGlobal(0.5, 0.25);
-    app.Frame();
-    EXPECT_DOUBLE_EQ(app.View.MouseLocalX, 0.5);
-    EXPECT_DOUBLE_EQ(app.View.MouseLocalY, 0.75);
-    EXPECT_EQ(app.View.MouseLocalXPx, 320);
-    EXPECT_EQ(app.View.MouseLocalYPx, 270);
-
-    // Outside: coordinates still follow, bMouseOver stays set until a mouse-out.
-    app.PointAtGlobal(-0.5, 0.5);
-    app.Frame();
-    EXPECT_FALSE(app.View.bMouseInside);
-    EXPECT_TRUE(app.View.bMouseOver);
-    EXPECT_DOUBLE_EQ(app.View.MouseLocalX, -0.5);
-    EXPECT_EQ(app.View.MouseLocalXPx, -320);
+    for (const Case& c : cases)
+    {
+        app.View.WindowX1 = c.WindowX1;
+        app.View.WindowY2 = c.WindowY2;
+        app.PointAtGlobal(c.Gx, c.Gy);
+        app.Frame();
+        EXPECT_EQ(app.View.bMouseInside, c.bInside) << c.Gx;
+        EXPECT_TRUE(app.View.bMouseOver) << "kept until a mouse-out";
+        EXPECT_DOUBLE_EQ(app.View.MouseLocalX, c.X) << c.Gx;
+        EXPECT_DOUBLE_EQ(app.View.MouseLocalY, c.Y) << c.Gx;
+        EXPECT_EQ(app.View.MouseLocalXPx, c.XPx) << c.Gx;
+        EXPECT_EQ(app.View.MouseLocalYPx, c.YPx) << c.Gx;
+    }
 }
 
-TEST(MouseProcessingOrbit, LeftDragTurnsYawAndPitchByPixels)
-{
-    TestApp app;
-    app.LoadFlatMap();
-    sdlseam::SetMods(SDL_KMOD_LALT); // over the map a plain left press draws a selection band
-    app.View.CameraYawDeg = 10.0;
-    app.View.CameraPitchDeg = 40.0;
-    app.View.OrbitDegPerPixel = 0.5;
-    app.PointAtPixel(640, 360);
-    app.Frame(true); // press: starts the orbit, no movement yet
-    EXPECT_TRUE(app.View.bOrbitDrag);
-    EXPECT_TRUE(app.App.bChildWindowProcessed);
-    EXPECT_DOUBLE_EQ(app.View.CameraYawDeg, 10.0);
-
-    app.PointAtPixel(650, 364); // 10 px right, 4 px down
-    app.Frame(true);
-    EXPECT_DOUBLE_EQ(app.View.CameraYawDeg, 15.0);
-    EXPECT_DOUBLE_EQ(app.View.CameraPitchDeg, 42.0);
-
-    // The release frame ends the orbit; later motion does nothing.
-    app.Frame(false);
-    EXPECT_FALSE(app.View.bOrbitDrag);
-    app.MouseState.X3D += 0.5;
-    app.Frame(false);
-    EXPECT_DOUBLE_EQ(app.View.CameraYawDeg, 15.0);
-}
-
-TEST(MouseProcessingOrbit, PitchClampsInMapViewAndWrapsOutsideIt)
+TEST(MouseProcessing, LeftDragOrbitsByPixelsClampingThePitchOnlyInTheMapView)
 {
     for (const bool bMapView : {true, false})
     {
@@ -122,73 +83,88 @@ TEST(MouseProcessingOrbit, PitchClampsInMapViewAndWrapsOutsideIt)
         sdlseam::SetMods(SDL_KMOD_LALT); // over the map a plain left press draws a selection band
         app.View.bSpringMapView = bMapView;
         app.View.CameraYawDeg = 179.0;
-        app.View.CameraPitchDeg = 80.0;
-        app.View.OrbitDegPerPixel = 1.0;
-        app.PointAtPixel(640, 72);
+        app.View.CameraPitchDeg = 40.0;
+        app.View.OrbitDegPerPixel = 0.5;
+        app.PointAtPixel(640, 360);
+        app.Frame(true); // the press starts the orbit without moving
+        EXPECT_TRUE(app.View.bOrbitDrag && app.App.bChildWindowProcessed);
+        EXPECT_DOUBLE_EQ(app.View.CameraYawDeg, 179.0);
+        app.PointAtPixel(644, 370); // 4 px right, 10 px down
         app.Frame(true);
-        app.PointAtPixel(642, 182); // 2 px right, 110 px down
+        EXPECT_DOUBLE_EQ(app.View.CameraYawDeg, -179.0) << bMapView;
+        EXPECT_DOUBLE_EQ(app.View.CameraPitchDeg, 45.0) << bMapView;
+        app.PointAtPixel(644, 450); // 80 px down: 85, past the map's 84
         app.Frame(true);
-        EXPECT_DOUBLE_EQ(app.View.CameraYawDeg, -179.0) << "map view " << bMapView;
-        EXPECT_DOUBLE_EQ(app.View.CameraPitchDeg, bMapView ? 84.0 : -170.0) << "map view " << bMapView;
-        app.PointAtPixel(642, 10); // far up again
+        EXPECT_DOUBLE_EQ(app.View.CameraPitchDeg, bMapView ? 84.0 : 85.0) << bMapView;
+        app.PointAtPixel(644, 270); // 180 px up
         app.Frame(true);
-        if (bMapView)
-        {
-            EXPECT_DOUBLE_EQ(app.View.CameraPitchDeg, 8.0);
-        }
+        EXPECT_DOUBLE_EQ(app.View.CameraPitchDeg, bMapView ? 8.0 : -5.0) << bMapView;
+        app.PointAtPixel(644, 180); // 90 px further up: below -180 outside the map view it wraps
+        app.View.CameraPitchDeg = bMapView ? 8.0 : -170.0;
+        app.Frame(true);
+        EXPECT_DOUBLE_EQ(app.View.CameraPitchDeg, bMapView ? 8.0 : 145.0) << bMapView;
+        // The release frame ends the orbit; later motion does nothing.
+        app.Frame(false);
+        EXPECT_FALSE(app.View.bOrbitDrag);
+        app.PointAtPixel(700, 0);
+        app.Frame(false);
+        EXPECT_DOUBLE_EQ(app.View.CameraYawDeg, -179.0);
     }
 }
 
-TEST(MouseProcessingPan, StepDependsOnDistanceFovAndViewportHeight)
+TEST(MouseProcessing, PanStepDependsOnDistanceFovAndViewportHeight)
 {
-    // Returns PanX, PanY after a 10 px right, 5 px down middle drag.
-    const auto panAfterDrag = [](double distance, double fovDeg, double windowY2)
+    const double perPx = 200.0 / 720.0; // distance 100, fov 90 over 720 px
+    const auto tanDeg = [](double deg) { return std::tan(deg * M_PI / 180.0); };
+    // clang-format off
+    struct Case { double Distance, FovDeg, WindowY2; int Dx, Dy; double PanX, PanY; } cases[] = {
+        {100.0, 90.0, -1.0, 10, 5, 10 * perPx, -5 * perPx},
+        {100.0, 90.0, -1.0, -3, -2, -3 * perPx, 2 * perPx}, // unsigned pixels, read as signed
+        {200.0, 90.0, -1.0, 10, 0, 20 * perPx, 0.0},
+        {100.0, 90.0, 0.0, 10, 0, 20 * perPx, 0.0},          // half the height in pixels
+        {100.0, 500.0, -1.0, 10, 0, 10 * 200.0 * tanDeg(85.0) / 720.0, 0.0}, // fov clamps to 170
+        {100.0, 0.5, -1.0, 10, 0, 10 * 200.0 * tanDeg(0.5) / 720.0, 0.0},    // and to 1
+        {0.0, 90.0, -1.0, 10, 0, 10 * 0.002 / 720.0, 0.0},                   // distance floor 0.001
+    };
+    // clang-format on
+    for (const Case& c : cases)
     {
         TestApp app;
-        app.View.CameraDistance = distance;
-        app.View.CameraFovDeg = fovDeg;
-        app.View.WindowY2 = windowY2;
+        app.View.CameraDistance = c.Distance;
+        app.View.CameraFovDeg = c.FovDeg;
+        app.View.WindowY2 = c.WindowY2;
         app.PointAtGlobal(0.0, 0.5);
         app.Frame(false, true);
         EXPECT_TRUE(app.View.bPanDrag);
-        app.MouseState.X += 10;
-        app.MouseState.Y += 5;
+        app.MouseState.X += c.Dx;
+        app.MouseState.Y += c.Dy;
         app.Frame(false, true);
-        return std::pair<double, double>(app.View.PanX, app.View.PanY);
-    };
-    // Full-height viewport of 720 px, distance 100, fov 90: 200 / 720 world units per pixel.
-    const double perPx = 200.0 / 720.0;
-    auto [x, y] = panAfterDrag(100.0, 90.0, -1.0);
-    EXPECT_NEAR(x, 10 * perPx, 1e-12);
-    EXPECT_NEAR(y, -5 * perPx, 1e-12);
-    EXPECT_NEAR(panAfterDrag(200.0, 90.0, -1.0).first, 20 * perPx, 1e-12);
-    // Half the height in pixels doubles the step.
-    EXPECT_NEAR(panAfterDrag(100.0, 90.0, 0.0).first, 20 * perPx, 1e-12);
-    // Field of view clamps to 1..170; a zero distance uses the 0.001 floor.
-    EXPECT_NEAR(panAfterDrag(100.0, 500.0, -1.0).first, 10 * 200.0 * std::tan(85.0 * M_PI / 180.0) / 720.0,
-                1e-9);
-    EXPECT_NEAR(panAfterDrag(0.0, 90.0, -1.0).first, 10 * 0.002 / 720.0, 1e-15);
+        EXPECT_NEAR(app.View.PanX, c.PanX, 1e-12 * (1 + std::abs(c.PanX))) << c.Distance << " " << c.FovDeg;
+        EXPECT_NEAR(app.View.PanY, c.PanY, 1e-12) << c.Distance << " " << c.FovDeg;
+        // The release frame's move does not pan.
+        app.MouseState.X += 7;
+        app.Frame();
+        EXPECT_NEAR(app.View.PanX, c.PanX, 1e-12 * (1 + std::abs(c.PanX)));
+    }
 }
 
-TEST(MouseProcessingPan, PointerMovingLeftAndUpPansNegativeXPositiveY)
+TEST(MouseProcessing, MiddlePressOnTheWidgetPanelStartsNoPan)
 {
     TestApp app;
-    app.View.CameraDistance = 360.0;
-    app.View.CameraFovDeg = 90.0;
-    app.PointAtGlobal(0.0, 0.0);
+    app.View.NavWidgetSize = 0.3;
+    app.PointAtLocal(0.9, 0.9);
     app.Frame(false, true);
-    app.MouseState.X -= 3; // unsigned pixels: the difference is read as signed
-    app.MouseState.Y -= 2;
+    app.MouseState.X += 7;
     app.Frame(false, true);
-    EXPECT_NEAR(app.View.PanX, -3.0, 1e-12);
-    EXPECT_NEAR(app.View.PanY, 2.0, 1e-12);
+    EXPECT_FALSE(app.View.bPanDrag);
+    EXPECT_EQ(app.View.PanX, 0.0);
 }
 
-TEST(MouseProcessingDrags, MiddlePressSwitchesOrbitToPanAndDragsGoOnOutside)
+TEST(MouseProcessing, MiddlePressSwitchesOrbitToPanAndDragsGoOnOutside)
 {
     TestApp app;
     app.LoadFlatMap();
-    sdlseam::SetMods(SDL_KMOD_LALT); // over the map a plain left press draws a selection band
+    sdlseam::SetMods(SDL_KMOD_LALT);
     app.PointAtLocal(0.5, 0.5);
     app.Frame(true);
     EXPECT_TRUE(app.View.bOrbitDrag);
@@ -197,27 +173,26 @@ TEST(MouseProcessingDrags, MiddlePressSwitchesOrbitToPanAndDragsGoOnOutside)
     EXPECT_TRUE(app.View.bPanDrag);
     EXPECT_EQ(app.View.PanStartXPx, 640);
 
-    // The pan goes on with the pointer outside the viewport, but marks nothing at the end of the frame.
+    // The pan goes on with the pointer outside the viewport.
     app.View.WindowX2 = 0.5;
     app.PointAtGlobal(0.9, 0.0);
-    const double panXBefore = app.View.PanX;
     app.Frame(false, true);
     EXPECT_FALSE(app.View.bMouseInside);
     EXPECT_TRUE(app.View.bPanDrag);
-    EXPECT_NE(app.View.PanX, panXBefore);
+    EXPECT_NE(app.View.PanX, 0.0);
 
     // A press outside the viewport starts nothing.
-    app.Frame(false, false);
-    app.Frame(true, false);
+    app.Frame();
+    app.Frame(true);
     EXPECT_FALSE(app.View.bOrbitDrag);
     EXPECT_FALSE(app.App.bChildWindowProcessed);
 }
 
-TEST(MouseProcessingGate, DragsPauseWhileInteractionIsOffAndResume)
+TEST(MouseProcessing, DragsPauseWhileInteractionIsOffAndResume)
 {
     TestApp app;
     app.LoadFlatMap();
-    sdlseam::SetMods(SDL_KMOD_LALT); // over the map a plain left press draws a selection band
+    sdlseam::SetMods(SDL_KMOD_LALT);
     app.View.OrbitDegPerPixel = 1.0;
     app.PointAtPixel(640, 360);
     app.Frame(true);
@@ -233,7 +208,7 @@ TEST(MouseProcessingGate, DragsPauseWhileInteractionIsOffAndResume)
     app.Frame(true);
     EXPECT_DOUBLE_EQ(app.View.CameraYawDeg, 10.0);
 
-    // With interaction off a new press starts no drag, and releasing keeps the flag untouched.
+    // With interaction off a new press starts no drag.
     app.Frame(false);
     app.View.bMouseInteraction = false;
     app.Frame(true);
@@ -242,17 +217,16 @@ TEST(MouseProcessingGate, DragsPauseWhileInteractionIsOffAndResume)
     EXPECT_FALSE(app.View.bPanDrag);
 }
 
-TEST(MouseProcessingBookkeeping, MarksOnlyInsideWithAButtonHeld)
+TEST(MouseProcessing, MarksTheFrameOnlyInsideWithAButtonHeld)
 {
     TestApp app;
     app.PointAtLocal(0.3, 0.3);
-    app.Frame();
-    EXPECT_FALSE(app.App.bChildWindowProcessed);
-    app.Frame(false, false, true);
-    EXPECT_TRUE(app.App.bChildWindowProcessed) << "right button held inside";
-    app.Frame(false, false, false);
-    EXPECT_FALSE(app.App.bChildWindowProcessed);
-    EXPECT_FALSE(app.View.bOrderDrag);
+    for (const bool bRight : {false, true, false})
+    {
+        app.Frame(false, false, bRight);
+        EXPECT_EQ(app.App.bChildWindowProcessed, bRight);
+    }
+    EXPECT_FALSE(app.View.bOrderDrag) << "no map: no order gesture";
 }
 
 } // namespace

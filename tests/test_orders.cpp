@@ -18,93 +18,61 @@ using ordertest::SelectVehicles;
 
 constexpr double GoldenAngleRad = 2.3999632297286535;
 
-void ExpectPoint(const Vec3D& got, double x, double y, double z, const char* what, double tolerance = 1e-9)
+void ExpectPoint(const Vec3D& got, const Vec3D& want, const char* what, double tolerance = 1e-9)
 {
-    EXPECT_NEAR(got.X, x, tolerance) << what;
-    EXPECT_NEAR(got.Y, y, tolerance) << what;
-    EXPECT_NEAR(got.Z, z, tolerance) << what;
+    EXPECT_NEAR(got.X, want.X, tolerance) << what;
+    EXPECT_NEAR(got.Y, want.Y, tolerance) << what;
+    EXPECT_NEAR(got.Z, want.Z, tolerance) << what;
 }
 
-TEST(MoveOrder, TwoSmallVehiclesTakeTheCentreAndTheFirstSpiralSlotFacingTheirTravel)
+// Slot k of a move order lies sqrt(k) x spacing x 0.72 from the waypoint, at k golden angles from
+// `right` towards `forward` (forward is `right` turned a quarter towards +Z from +X).
+Vec3D Slot(const Vec3D& waypoint, int k, double spacing, double rightX, double rightZ)
 {
-    // Slot 1 lies 20 * 0.72 = 14.4 from the waypoint at 137.5 degrees from `right` towards `forward`.
-    const double lr = 14.4 * std::cos(GoldenAngleRad); // about -10.62
-    const double lf = 14.4 * std::sin(GoldenAngleRad); // about 9.73
-    struct Case
+    const double r = std::sqrt(double(k)) * spacing * 0.72, a = k * GoldenAngleRad;
+    const double localRight = r * std::cos(a), localForward = r * std::sin(a);
+    return Vec3D(waypoint.X + rightX * localRight - rightZ * localForward, 0.0,
+                 waypoint.Z + rightZ * localRight + rightX * localForward);
+}
+
+TEST(MoveOrder, SlotsFollowTheProjectionOnRightAndTheLargestRadiusSetsTheSpacing)
+{
+    struct Placed
     {
-        const char* Name;
-        double AX, AZ, BX, BZ; // vehicle positions; A has the smaller projection on right
-        double SlotX, SlotZ;   // expected goal of B
-    } cases[] = {
-        // forward +Z, right +X
-        {"travelling +Z", 480.0, 400.0, 520.0, 400.0, 500.0 + lr, 600.0 + lf},
-        // forward +X, right -Z: A at the larger Z is the leftmost
-        {"travelling +X", 300.0, 620.0, 300.0, 580.0, 500.0 + lf, 600.0 - lr},
+        double X, Z;
+        float Radius;
+        int Slot;
     };
+    // clang-format off
+    struct Case { const char* Name; std::vector<Placed> Vehicles; Vec3D Waypoint; double RightX, RightZ, Spacing; } cases[] = {
+        {"travelling +Z: right is +X", {{520, 400, 5, 1}, {480, 400, 5, 0}}, Vec3D(500, 7, 600), 1, 0, 20.0},
+        {"travelling +X: right is -Z", {{300, 580, 5, 1}, {300, 620, 5, 0}}, Vec3D(500, 7, 600), 0, -1, 20.0},
+        {"one large vehicle: 30 x 1.58", {{100, 0, 4, 0}, {110, 0, 30, 1}, {120, 0, 6, 2}}, Vec3D(110, 0, 500), 1, 0, 47.4},
+        {"centroid on the waypoint faces +Z", {{330, 200, 5, 2}, {270, 205, 5, 0}, {300, 195, 5, 1}}, Vec3D(300, 0, 200), 1, 0, 20.0},
+        {"travel of exactly 1e-5 has no direction", {{-30, 1, 5, 0}, {30, -1, 5, 1}}, Vec3D(1e-5, 0, 0), 1, 0, 20.0},
+    };
+    // clang-format on
     for (const Case& c : cases)
-    {
-        TestApp app;
-        app.LoadFlatMap();
-        AddVehicle(app, c.BX, c.BZ, 5.0f); // index 0 is B: slots follow projections, not indices
-        AddVehicle(app, c.AX, c.AZ, 5.0f);
-        SelectVehicles(app, {0, 1});
-        app.View.SubmitSelectedVehicleRoute(Vec3D(500.0, 7.0, 600.0), false);
-
-        ASSERT_EQ(app.View.RoutePlans.size(), 1u) << c.Name;
-        const auto& plan = app.View.RoutePlans[0];
-        ASSERT_EQ(plan.Goals.size(), 2u) << c.Name;
-        ExpectPoint(plan.Goals[1], 500.0, 0.0, 600.0, c.Name);
-        ExpectPoint(plan.Goals[0], c.SlotX, 0.0, c.SlotZ, c.Name);
-        EXPECT_NEAR(std::hypot(plan.Goals[0].X - 500.0, plan.Goals[0].Z - 600.0), 14.4, 1e-9) << c.Name;
-        EXPECT_EQ(plan.Active, std::vector<bool>({true, true})) << c.Name;
-        EXPECT_FALSE(plan.bAppend) << c.Name;
-        // Slot points reach the snapping with Y 0.0, never the waypoint's height.
-        ASSERT_EQ(app.View.DriveableRequests.size(), 2u) << c.Name;
-        EXPECT_EQ(app.View.DriveableRequests[0].Y, 0.0) << c.Name;
-        EXPECT_EQ(app.View.DriveableRequests[1].Y, 0.0) << c.Name;
-    }
-}
-
-TEST(MoveOrder, OneLargeVehicleSetsTheSpacingOfTheWholeGroup)
-{
-    TestApp app;
-    app.LoadFlatMap();
-    AddVehicle(app, 100.0, 0.0, 4.0f);
-    AddVehicle(app, 110.0, 0.0, 30.0f);
-    AddVehicle(app, 120.0, 0.0, 6.0f);
-    SelectVehicles(app, {0, 1, 2});
-    app.View.SubmitSelectedVehicleRoute(Vec3D(110.0, 0.0, 500.0), true);
-
-    // spacing = 30 * 1.58 = 47.4; slot k lies sqrt(k) * 47.4 * 0.72 from the waypoint.
-    ASSERT_EQ(app.View.RoutePlans.size(), 1u);
-    const auto& plan = app.View.RoutePlans[0];
-    EXPECT_TRUE(plan.bAppend);
-    const double expected[3] = {0.0, 47.4 * 0.72, std::sqrt(2.0) * 47.4 * 0.72};
-    // Forward is +Z, right +X: vehicle 0 (smallest X) takes the centre, vehicle 2 the outermost slot.
-    for (std::size_t i = 0; i < 3; ++i)
-        EXPECT_NEAR(std::hypot(plan.Goals[i].X - 110.0, plan.Goals[i].Z - 500.0), expected[i], 1e-9)
-            << "vehicle " << i;
-}
-
-TEST(MoveOrder, CentroidOnTheWaypointFacesPlusZAndOrdersByX)
-{
-    TestApp app;
-    app.LoadFlatMap();
-    const double wx = 300.0, wz = 200.0;
-    AddVehicle(app, wx + 30.0, wz, 5.0f);
-    AddVehicle(app, wx - 30.0, wz + 5.0, 5.0f);
-    AddVehicle(app, wx, wz - 5.0, 5.0f);
-    SelectVehicles(app, {0, 1, 2});
-    app.View.SubmitSelectedVehicleRoute(Vec3D(wx, 0.0, wz), false);
-
-    ASSERT_EQ(app.View.RoutePlans.size(), 1u);
-    const auto& goals = app.View.RoutePlans[0].Goals;
-    const double r1 = 14.4, r2 = std::sqrt(2.0) * 14.4;
-    ExpectPoint(goals[1], wx, 0.0, wz, "smallest X: centre");
-    ExpectPoint(goals[2], wx + r1 * std::cos(GoldenAngleRad), 0.0, wz + r1 * std::sin(GoldenAngleRad),
-                "middle X: slot 1");
-    ExpectPoint(goals[0], wx + r2 * std::cos(2 * GoldenAngleRad), 0.0, wz + r2 * std::sin(2 * GoldenAngleRad),
-                "largest X: slot 2");
+        for (bool bAppend : {false, true})
+        {
+            TestApp app;
+            app.LoadFlatMap();
+            for (const Placed& v : c.Vehicles)
+                AddVehicle(app, v.X, v.Z, v.Radius);
+            app.View.VehicleSelectionMask.assign(c.Vehicles.size(), true);
+            app.View.SubmitSelectedVehicleRoute(c.Waypoint, bAppend);
+            ASSERT_EQ(app.View.RoutePlans.size(), 1u) << c.Name;
+            const auto& plan = app.View.RoutePlans[0];
+            EXPECT_EQ(plan.bAppend, bAppend) << c.Name;
+            EXPECT_EQ(plan.Active, std::vector<bool>(c.Vehicles.size(), true)) << c.Name;
+            ASSERT_EQ(plan.Goals.size(), c.Vehicles.size()) << c.Name;
+            for (std::size_t i = 0; i < c.Vehicles.size(); ++i)
+                ExpectPoint(plan.Goals[i],
+                            Slot(c.Waypoint, c.Vehicles[i].Slot, c.Spacing, c.RightX, c.RightZ), c.Name);
+            // Slot points reach the snapping with Y 0, never the waypoint's height.
+            for (const Vec3D& request : app.View.DriveableRequests)
+                EXPECT_EQ(request.Y, 0.0) << c.Name;
+        }
 }
 
 TEST(MoveOrder, DegenerateSelectionsStillCallThePlannerExactlyOnce)
@@ -134,10 +102,10 @@ TEST(MoveOrder, DegenerateSelectionsStillCallThePlannerExactlyOnce)
         ASSERT_EQ(plan.Goals.size(), static_cast<std::size_t>(c.Vehicles)) << c.Name;
         // Every goal is the waypoint itself: a lone vehicle is snapped from it, height included.
         for (std::size_t i = 0; i < plan.Goals.size(); ++i)
-            ExpectPoint(plan.Goals[i], 40.0, 12.5, 60.0, c.Name);
+            ExpectPoint(plan.Goals[i], Vec3D(40.0, 12.5, 60.0), c.Name);
         ASSERT_EQ(app.View.DriveableRequests.size(), c.ExpectedSnaps) << c.Name;
         for (const Vec3D& request : app.View.DriveableRequests)
-            ExpectPoint(request, 40.0, 12.5, 60.0, c.Name);
+            ExpectPoint(request, Vec3D(40.0, 12.5, 60.0), c.Name);
     }
 }
 
@@ -152,7 +120,7 @@ TEST(MoveOrder, SelectedAircraftGetAOnePointRouteEvenWithAStaleMask)
     app.View.SubmitSelectedVehicleRoute(Vec3D(10.0, 99.0, 20.0), true);
 
     ASSERT_EQ(aircraft.ActiveCommand.Points.size(), 1u);
-    ExpectPoint(aircraft.ActiveCommand.Points[0], 10.0, 250.0, 20.0, "air route point");
+    ExpectPoint(aircraft.ActiveCommand.Points[0], Vec3D(10.0, 250.0, 20.0), "air route point");
     ASSERT_EQ(app.View.RoutePlans.size(), 1u);
     EXPECT_EQ(app.View.RoutePlans[0].Active, std::vector<bool>({false}));
     EXPECT_FALSE(app.View.Vehicles[0]->bHasTarget);
@@ -160,66 +128,55 @@ TEST(MoveOrder, SelectedAircraftGetAOnePointRouteEvenWithAStaleMask)
 
 // --- Formation order ---
 
-TEST(FormationOrder, OneVehicleOnAStraightPathStandsAtItsMiddle)
+// Places go along the path at equal steps in the order of the vehicles' projections on the axis from
+// its start to its end; unselected vehicles carry a copy of the end, whole, and stay inactive.
+TEST(FormationOrder, WorkedPlacesAlongThePath)
 {
-    TestApp app;
-    app.LoadFlatMap();
-    AddVehicle(app, -500.0, 30.0);
-    SelectVehicles(app, {0});
-    app.View.SubmitSelectedVehicleFormationRoute({Vec3D(0.0, 5.0, 0.0), Vec3D(100.0, 9.0, 0.0)}, false);
-    ASSERT_EQ(app.View.RoutePlans.size(), 1u);
-    ExpectPoint(app.View.RoutePlans[0].Goals[0], 50.0, 0.0, 0.0, "midpoint");
-}
-
-TEST(FormationOrder, ThreeVehiclesOnAnLPathStandOnItsCornersInAxisOrder)
-{
-    TestApp app;
-    app.LoadFlatMap();
-    // Axis from (0, 0) to (100, 100). Vehicle 3 is unselected; the others are out of index order.
-    AddVehicle(app, 90.0, 90.0);   // furthest ahead: the end
-    AddVehicle(app, -40.0, -40.0); // furthest back: the start
-    AddVehicle(app, 10.0, 20.0);   // between: the corner
-    AddVehicle(app, 0.0, 0.0);
-    SelectVehicles(app, {0, 1, 2});
-    const std::vector<Vec3D> path = {Vec3D(0.0, 3.0, 0.0), Vec3D(100.0, 3.0, 0.0), Vec3D(100.0, 8.0, 100.0)};
-    app.View.SubmitSelectedVehicleFormationRoute(path, true);
-
-    ASSERT_EQ(app.View.RoutePlans.size(), 1u);
-    const auto& plan = app.View.RoutePlans[0];
-    EXPECT_TRUE(plan.bAppend);
-    ExpectPoint(plan.Goals[1], 0.0, 0.0, 0.0, "start");
-    ExpectPoint(plan.Goals[2], 100.0, 0.0, 0.0, "corner");
-    ExpectPoint(plan.Goals[0], 100.0, 0.0, 100.0, "end");
-    // The unselected vehicle carries a copy of the end, whole, and is not active.
-    ExpectPoint(plan.Goals[3], 100.0, 8.0, 100.0, "inactive");
-    EXPECT_EQ(plan.Active, std::vector<bool>({true, true, true, false}));
-    ASSERT_EQ(app.View.DriveableRequests.size(), 3u);
-    for (const Vec3D& request : app.View.DriveableRequests)
-        EXPECT_EQ(request.Y, 0.0);
+    // clang-format off
+    struct Case { const char* Name; std::vector<Vec3D> Path; std::vector<std::pair<double, double>> Vehicles; std::vector<bool> Mask; std::vector<Vec3D> Goals; } cases[] = {
+        {"one vehicle: the middle", {Vec3D(0, 5, 0), Vec3D(100, 9, 0)}, {{-500, 30}}, {true}, {Vec3D(50, 0, 0)}},
+        {"L path: the corners in axis order", {Vec3D(0, 3, 0), Vec3D(100, 3, 0), Vec3D(100, 8, 100)}, {{90, 90}, {-40, -40}, {10, 20}, {0, 0}}, {true, true, true, false},
+         {Vec3D(100, 0, 100), Vec3D(0, 0, 0), Vec3D(100, 0, 0), Vec3D(100, 8, 100)}},
+        {"slanted axis: by projection, not by coordinate", {Vec3D(0, 0, 0), Vec3D(100, 0, 50)}, {{0, 100}, {30, 0}}, {true, true}, {Vec3D(100, 0, 50), Vec3D(0, 0, 0)}},
+        {"repeated points", {Vec3D(0, 0, 0), Vec3D(0, 0, 0), Vec3D(40, 0, 0), Vec3D(40, 0, 0), Vec3D(40, 0, 0), Vec3D(80, 0, 0)}, {{0, 0}, {10, 0}, {20, 0}, {30, 0}, {40, 0}},
+         {true, true, true, true, true}, {Vec3D(0, 0, 0), Vec3D(20, 0, 0), Vec3D(40, 0, 0), Vec3D(60, 0, 0), Vec3D(80, 0, 0)}},
+    };
+    // clang-format on
+    for (const Case& c : cases)
+        for (bool bAppend : {false, true})
+        {
+            TestApp app;
+            app.LoadFlatMap();
+            for (const auto& [x, z] : c.Vehicles)
+                AddVehicle(app, x, z);
+            app.View.VehicleSelectionMask = c.Mask;
+            app.View.SubmitSelectedVehicleFormationRoute(c.Path, bAppend);
+            ASSERT_EQ(app.View.RoutePlans.size(), 1u) << c.Name;
+            const auto& plan = app.View.RoutePlans[0];
+            EXPECT_EQ(plan.bAppend, bAppend) << c.Name;
+            EXPECT_EQ(plan.Active, c.Mask) << c.Name;
+            ASSERT_EQ(plan.Goals.size(), c.Goals.size()) << c.Name;
+            for (std::size_t i = 0; i < c.Goals.size(); ++i)
+                ExpectPoint(plan.Goals[i], c.Goals[i], c.Name);
+            EXPECT_EQ(app.View.DriveableRequests.size(),
+                      std::size_t(std::count(c.Mask.begin(), c.Mask.end(), true)));
+            for (const Vec3D& request : app.View.DriveableRequests)
+                EXPECT_EQ(request.Y, 0.0) << c.Name;
+        }
 }
 
 TEST(FormationOrder, DegeneratePathsAndSelectionsFallBackOrSubmitNothing)
 {
-    struct Case
-    {
-        const char* Name;
-        std::vector<Vec3D> Path;
-        std::vector<bool> Mask;
-        std::size_t ExpectedPlans;
-        std::size_t ExpectedAirRoutes; // route orders received by the selected aircraft
-        std::size_t ExpectedAirPoints; // points of its command after them
-    } cases[] = {
-        {"empty path", {}, {true, true}, 0, 0, 0},
-        {"one point: a move order", {Vec3D(5, 0, 5)}, {true, true}, 1, 2, 2},
-        {"closed loop: a move order to the last point",
-         {Vec3D(0, 0, 0), Vec3D(50, 0, 0), Vec3D(0.00005, 0, 0.00005)},
-         {true, true},
-         1,
-         2,
-         4},
-        {"nothing selected", {Vec3D(0, 0, 0), Vec3D(50, 0, 0)}, {false, false}, 0, 1, 2},
-        {"stale mask", {Vec3D(0, 0, 0), Vec3D(50, 0, 0)}, {true}, 0, 1, 2},
+    // Queued orders stack up on the selected aircraft: its point count tells how many routes it got.
+    // clang-format off
+    struct Case { const char* Name; std::vector<Vec3D> Path; std::vector<bool> Mask; std::size_t Plans, AirPoints; } cases[] = {
+        {"empty path", {}, {true, true}, 0, 0},
+        {"one point: a move order", {Vec3D(5, 0, 5)}, {true, true}, 1, 2},
+        {"closed loop: a move order to the last point", {Vec3D(0, 0, 0), Vec3D(50, 0, 0), Vec3D(0.00005, 0, 0.00005)}, {true, true}, 1, 4},
+        {"nothing selected", {Vec3D(0, 0, 0), Vec3D(50, 0, 0)}, {false, false}, 0, 2},
+        {"stale mask", {Vec3D(0, 0, 0), Vec3D(50, 0, 0)}, {true}, 0, 2},
     };
+    // clang-format on
     for (const Case& c : cases)
     {
         TestApp app;
@@ -229,36 +186,18 @@ TEST(FormationOrder, DegeneratePathsAndSelectionsFallBackOrSubmitNothing)
         AirUnit& aircraft = AddAircraft(app, 0.0, 300.0, 0.0);
         app.View.bAirUnitsSelected = true;
         app.View.VehicleSelectionMask = c.Mask;
-        // Queued orders stack up on the aircraft, so its point count tells how many routes it got.
         app.View.SubmitSelectedVehicleFormationRoute(c.Path, true);
 
-        EXPECT_EQ(app.View.RoutePlans.size(), c.ExpectedPlans) << c.Name;
+        EXPECT_EQ(app.View.RoutePlans.size(), c.Plans) << c.Name;
         EXPECT_EQ(app.View.VehicleSelectionMask.size(), 2u) << c.Name;
-        EXPECT_EQ(aircraft.ActiveCommand.Points.size(), c.ExpectedAirPoints) << c.Name;
-        EXPECT_EQ(aircraft.bHasActiveOrder, c.ExpectedAirRoutes > 0) << c.Name;
-        // The move order's centre slot is the path's last point.
-        if (c.ExpectedPlans == 1)
+        EXPECT_EQ(aircraft.ActiveCommand.Points.size(), c.AirPoints) << c.Name;
+        EXPECT_EQ(aircraft.bHasActiveOrder, c.AirPoints > 0) << c.Name;
+        if (c.Plans == 1) // the move order's centre slot is the path's last point
         {
             ASSERT_FALSE(app.View.DriveableRequests.empty()) << c.Name;
-            ExpectPoint(app.View.DriveableRequests[0], c.Path.back().X, 0.0, c.Path.back().Z, c.Name);
+            ExpectPoint(app.View.DriveableRequests[0], Vec3D(c.Path.back().X, 0.0, c.Path.back().Z), c.Name);
         }
     }
-}
-
-TEST(FormationOrder, RepeatedPointsGiveFiniteEvenlySpreadPlaces)
-{
-    TestApp app;
-    app.LoadFlatMap();
-    for (int i = 0; i < 5; ++i)
-        AddVehicle(app, 10.0 * i, 0.0);
-    SelectVehicles(app, {0, 1, 2, 3, 4});
-    const std::vector<Vec3D> path = {Vec3D(0, 0, 0),  Vec3D(0, 0, 0),  Vec3D(40, 0, 0),
-                                     Vec3D(40, 0, 0), Vec3D(40, 0, 0), Vec3D(80, 0, 0)};
-    app.View.SubmitSelectedVehicleFormationRoute(path, false);
-    ASSERT_EQ(app.View.RoutePlans.size(), 1u);
-    const double expectedX[5] = {0.0, 20.0, 40.0, 60.0, 80.0};
-    for (std::size_t i = 0; i < 5; ++i)
-        ExpectPoint(app.View.RoutePlans[0].Goals[i], expectedX[i], 0.0, 0.0, "repeated points");
 }
 
 // The obvious placement: every place walks the path from its first segment again.
@@ -333,64 +272,54 @@ TEST(AirOrders, EachAircraftFliesThePointsAtItsOwnAltitudeSkippingEmptyEntries)
     ASSERT_EQ(first.ActiveCommand.Points.size(), 1u);
     ASSERT_EQ(second.ActiveCommand.Points.size(), 1u);
     EXPECT_EQ(first.ActiveCommand.Type, AirCommandType::Move);
-    ExpectPoint(first.ActiveCommand.Points[0], 10.0, 300.0, 20.0, "route, first");
-    ExpectPoint(second.ActiveCommand.Points[0], 10.0, 450.0, 20.0, "route, second");
+    ExpectPoint(first.ActiveCommand.Points[0], Vec3D(10.0, 300.0, 20.0), "route, first");
+    ExpectPoint(second.ActiveCommand.Points[0], Vec3D(10.0, 450.0, 20.0), "route, second");
 
     app.View.SubmitSelectedAirPatrol(Vec3D(10.0, -7.0, 20.0), false);
     EXPECT_EQ(first.ActiveCommand.Type, AirCommandType::Patrol);
     ASSERT_EQ(first.ActiveCommand.Points.size(), 1u);
-    ExpectPoint(first.ActiveCommand.Points[0], 10.0, 300.0, 20.0, "patrol, first");
-    ExpectPoint(second.ActiveCommand.Points[0], 10.0, 450.0, 20.0, "patrol, second");
+    ExpectPoint(first.ActiveCommand.Points[0], Vec3D(10.0, 300.0, 20.0), "patrol, first");
+    ExpectPoint(second.ActiveCommand.Points[0], Vec3D(10.0, 450.0, 20.0), "patrol, second");
     EXPECT_TRUE(first.Flight.Navigator.IsLooping());
 
     // Points of different heights: one altitude for the whole route; appending queues behind.
     app.View.SubmitSelectedAirRoute({Vec3D(1, 100, 2), Vec3D(3, -50, 4)}, true);
     ASSERT_EQ(second.ActiveCommand.Points.size(), 3u);
-    ExpectPoint(second.ActiveCommand.Points[1], 1.0, 450.0, 2.0, "appended 1");
-    ExpectPoint(second.ActiveCommand.Points[2], 3.0, 450.0, 4.0, "appended 2");
+    ExpectPoint(second.ActiveCommand.Points[1], Vec3D(1.0, 450.0, 2.0), "appended 1");
+    ExpectPoint(second.ActiveCommand.Points[2], Vec3D(3.0, 450.0, 4.0), "appended 2");
 }
 
 TEST(AirOrders, PatrolFlagsAreClearedOnlyByASelectedReplacingNonEmptyRoute)
 {
     // clang-format off
-    struct Case { const char* Name; bool bSelected; std::vector<Vec3D> Path; bool bAppend; bool bExpectFlags; } cases[] = {
-        {"replacing route", true, {Vec3D(1, 0, 1)}, false, false},
-        {"appending route", true, {Vec3D(1, 0, 1)}, true, true},
-        {"not selected", false, {Vec3D(1, 0, 1)}, false, true},
-        {"empty path", true, {}, false, true},
+    struct Case { bool bSelected, bAircraft; std::vector<Vec3D> Path; bool bAppend, bFlags; } cases[] = {
+        {true, true, {Vec3D(1, 0, 1)}, false, false}, {true, false, {Vec3D(1, 0, 1)}, false, false},
+        {true, true, {Vec3D(1, 0, 1)}, true, true},   {false, true, {Vec3D(1, 0, 1)}, false, true},
+        {true, true, {}, false, true},                {true, false, {}, false, true},
     };
     // clang-format on
     for (const Case& c : cases)
     {
-        for (bool bWithAircraft : {false, true})
-        {
-            TestApp app;
-            if (bWithAircraft)
-                AddAircraft(app, 0, 0, 0);
-            app.View.bAirUnitsSelected = c.bSelected;
-            app.View.bAirPatrolPlacement = true;
-            app.View.bAirPatrolRouteActive = true;
-            app.View.SubmitSelectedAirRoute(c.Path, c.bAppend);
-            EXPECT_EQ(app.View.bAirPatrolPlacement, c.bExpectFlags)
-                << c.Name << " aircraft " << bWithAircraft;
-            EXPECT_EQ(app.View.bAirPatrolRouteActive, c.bExpectFlags)
-                << c.Name << " aircraft " << bWithAircraft;
-            if (bWithAircraft)
-            {
-                EXPECT_EQ(app.View.AirUnits[0]->bHasActiveOrder, c.bSelected && !c.Path.empty()) << c.Name;
-            }
-        }
+        TestApp app;
+        if (c.bAircraft)
+            AddAircraft(app, 0, 0, 0);
+        app.View.bAirUnitsSelected = c.bSelected;
+        app.View.bAirPatrolPlacement = app.View.bAirPatrolRouteActive = true;
+        app.View.SubmitSelectedAirRoute(c.Path, c.bAppend);
+        EXPECT_EQ(app.View.bAirPatrolPlacement, c.bFlags) << &c - cases;
+        EXPECT_EQ(app.View.bAirPatrolRouteActive, c.bFlags) << &c - cases;
+        EXPECT_TRUE(!c.bAircraft ||
+                    app.View.AirUnits[0]->bHasActiveOrder == (c.bSelected && !c.Path.empty()));
     }
-
+    // The patrol order needs the selection and leaves the placement flags alone.
     TestApp app;
     AirUnit& aircraft = AddAircraft(app, 0, 0, 0);
     app.View.bAirPatrolPlacement = true;
     app.View.SubmitSelectedAirPatrol(Vec3D(1, 0, 1), false);
-    EXPECT_FALSE(aircraft.bHasActiveOrder) << "patrol without selection";
+    EXPECT_FALSE(aircraft.bHasActiveOrder);
     app.View.bAirUnitsSelected = true;
     app.View.SubmitSelectedAirPatrol(Vec3D(1, 0, 1), false);
-    EXPECT_TRUE(aircraft.bHasActiveOrder);
-    EXPECT_TRUE(app.View.bAirPatrolPlacement) << "the patrol order leaves the placement flags alone";
+    EXPECT_TRUE(aircraft.bHasActiveOrder && app.View.bAirPatrolPlacement);
 }
 
 // --- Waypoint from screen ---
@@ -434,7 +363,7 @@ TEST(WaypointFromScreen, IssuesAMoveOrderOnlyWithControlAMapPointAndASelection)
         const bool bVehicleMoves = c.bExpected && c.Mask.size() == 1 && c.Mask[0];
         EXPECT_EQ(vehicle.bHasTarget, bVehicleMoves) << c.Name;
         if (bVehicleMoves)
-            ExpectPoint(vehicle.Target, 400.0, 0.0, 300.0, c.Name, 1e-6); // the viewport's centre
+            ExpectPoint(vehicle.Target, Vec3D(400.0, 0.0, 300.0), c.Name, 1e-6); // the viewport's centre
         EXPECT_EQ(aircraft.bHasActiveOrder, c.bExpected && c.bAir) << c.Name;
     }
 }
