@@ -159,6 +159,11 @@ TEST(MapCorrupt, ExtraHeadersOfEveryWriterAndFeaturesAreRead)
         ASSERT_TRUE(SpringMapSmfFormat::Parse(smf, "b.smf", out, error)) << size << ": " << error;
         EXPECT_EQ(out.GrassMap.size(), bGrass ? 32u * 32u : 0u) << size;
     }
+    // Two sections at one offset, both past the end: the first in header order is reported.
+    std::vector<std::uint8_t> shared = whole;
+    PutInt32(shared, 56, std::int32_t(whole.size() - 10)),
+        PutInt32(shared, 68, std::int32_t(whole.size() - 10));
+    EXPECT_EQ(ParseError(shared).rfind("b.smf: type map section", 0), 0u);
     // Two features appended after the type names; the second then names a type that does not exist.
     std::vector<std::uint8_t> smf = whole;
     PutInt32(smf, GetInt32(smf, 72) + 4, 2);
