@@ -228,7 +228,8 @@ TEST(MapCorrupt, TileFilesAreCheckedOrReplacedByAPlaceholder)
     const std::uint8_t* pTile = SpringMapLoader::GetPlaceholderTile(); // magenta and black 4-texel blocks
     EXPECT_EQ(std::vector<std::uint8_t>(pTile, pTile + 16),
               std::vector<std::uint8_t>({0x1F, 0xF8, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}));
-    EXPECT_EQ(pTile[512 + 8], 0) << "the next mip starts with magenta again, then black";
+    EXPECT_EQ(pTile[16] + pTile[512 + 8], 0x1F)
+        << "alternating: the third block is magenta, mip 1's second black";
 }
 
 TEST(MapCorrupt, MapinfoOverridesStandAloneAndNeedMatchingTileCounts)

@@ -117,6 +117,7 @@ TEST(MapLoader, FixturesLoadWithMapinfoAppliedAndHeightsOver65536)
         EXPECT_EQ(std::memcmp(map.GetTile(f.NumTiles - 1),
                               map.TileFiles[0].Tiles.data() + (f.NumTiles - 1) * 680, 680),
                   0);
+        EXPECT_EQ(map.GetTile(f.NumTiles), SpringMapLoader::GetPlaceholderTile()) << "past the last tile";
         EXPECT_EQ(map.Warnings, std::vector<std::string>{}) << f.Path;
         for (const auto& [x, z] : {std::pair{0, 0}, {f.MapX, f.MapX}, {17, f.MapX / 3}})
         {
