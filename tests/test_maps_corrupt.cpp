@@ -220,7 +220,11 @@ TEST(MapCorrupt, TileFilesAreCheckedOrReplacedByAPlaceholder)
     fs::remove(root / "maps/Map_Blueprint_V1.smt");
     SpringMap map;
     std::string error;
-    ASSERT_TRUE(SpringMapLoader::Load(root.string(), map, error)) << error;
+    ASSERT_TRUE(SpringMapLoader::Load((root / "maps/Map_Blueprint_V1.smf").string(), map, error)) << error;
+    EXPECT_EQ(map.Warnings,
+              std::vector<std::string>{
+                  root.string() +
+                  "/Map_Blueprint_V1.smt: tile file not found; the minimap stands in for its 1024 tiles"});
     EXPECT_TRUE(map.TileFiles[0].ResolvedPath.empty());
     EXPECT_EQ(map.GetTile(0), SpringMapLoader::GetPlaceholderTile());
     EXPECT_EQ(map.GetTile(1023), SpringMapLoader::GetPlaceholderTile());

@@ -124,6 +124,7 @@ TEST(MapWarnings, BadArchivesAndAmbiguousFoldersFailWithOneLine)
     WriteBytes(scratch.Path / "empty.sdz", {});
     WriteText(scratch.Path / "text.sd7", "garbage bytes\nover two lines");
     CopyBlueprint(scratch.Path / "missing", "return {mapfile = 'maps/none.smf'}");
+    CopyBlueprint(scratch.Path / "backslash", "return {mapfile = 'maps\\\\..\\\\..\\\\m.smf'}");
     CopyBlueprint(scratch.Path / "escaping",
                   "return {mapfile = '../../missing/m.sdd/maps/Map_Blueprint_V1.smf'}");
     fs::create_directories(scratch.Path / "empty.sdd");
@@ -140,6 +141,7 @@ TEST(MapWarnings, BadArchivesAndAmbiguousFoldersFailWithOneLine)
         {dir + "bad.sdz", dir + "bad.sdz: cannot unpack maps/Map_Blueprint_V1.smt ("},
         {dir + "empty.sdd", dir + "empty.sdd: no .smf file in the map"},
         {dir + "missing/m.sdd", dir + "missing/m.sdd/mapinfo.lua: mapfile 'maps/none.smf' is not in the map"},
+        {dir + "backslash/m.sdd", dir + "backslash/m.sdd/mapinfo.lua: mapfile 'maps\\..\\..\\m.smf' points outside the map"},
         {dir + "escaping/m.sdd", dir + "escaping/m.sdd/mapinfo.lua: mapfile '../../missing/m.sdd/maps/Map_Blueprint_V1.smf' points outside the map"},
         {MapsDir().string(), MapsDir().string() + ": holds several maps (Blank16.sdd, Map_Blueprint_V1.sdd, bridge.sdd, map_blueprint_v1.sd7, map_blueprint_v1.sdz); open one of them"},
     };
