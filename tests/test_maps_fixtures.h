@@ -28,8 +28,8 @@ inline std::vector<std::uint8_t> ReadBytes(const std::filesystem::path& path)
 inline void WriteBytes(const std::filesystem::path& path, const std::vector<std::uint8_t>& bytes)
 {
     std::filesystem::create_directories(path.parent_path());
-    std::ofstream out(path, std::ios::binary | std::ios::trunc);
-    out.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+    std::ofstream(path, std::ios::binary | std::ios::trunc)
+        .write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
 }
 
 inline void WriteText(const std::filesystem::path& path, const std::string& text)
@@ -37,11 +37,11 @@ inline void WriteText(const std::filesystem::path& path, const std::string& text
     WriteBytes(path, std::vector<std::uint8_t>(text.begin(), text.end()));
 }
 
+// Little-endian, byte by byte, so it is a reference independent of the loader's own reading.
 inline std::int32_t GetInt32(const std::vector<std::uint8_t>& bytes, std::size_t offset)
 {
-    std::int32_t value = 0;
-    std::memcpy(&value, bytes.data() + offset, 4);
-    return value;
+    return std::int32_t(bytes[offset] | bytes[offset + 1] << 8 | bytes[offset + 2] << 16 |
+                        std::uint32_t(bytes[offset + 3]) << 24);
 }
 
 inline void PutInt32(std::vector<std::uint8_t>& bytes, std::size_t offset, std::int32_t value)
@@ -52,14 +52,25 @@ inline void PutInt32(std::vector<std::uint8_t>& bytes, std::size_t offset, std::
 // A scratch folder removed when the test ends.
 struct ScratchDir
 {
-    std::filesystem::path Path;
+    std::filesystem::path Path = std::filesystem::temp_directory_path() /
+                                 ("quindle-maps-" + std::to_string(::getpid()) + "-" +
+                                  ::testing::UnitTest::GetInstance()->current_test_info()->name());
     ScratchDir()
     {
-        const auto* info = ::testing::UnitTest::GetInstance()->current_test_info();
-        Path = std::filesystem::temp_directory_path() / ("quindle-maps-" + std::to_string(::getpid()) + "-" +
-                                                         info->test_suite_name() + "-" + info->name());
         std::filesystem::remove_all(Path);
         std::filesystem::create_directories(Path);
     }
     ~ScratchDir() { std::filesystem::remove_all(Path); }
 };
+
+// A copy of the blueprint map's .smf and .smt in Dir/m.sdd, with this mapinfo.lua (none when empty).
+inline std::filesystem::path CopyBlueprint(const std::filesystem::path& dir, const std::string& mapinfo)
+{
+    const std::filesystem::path root = dir / "m.sdd", from = MapsDir() / "Map_Blueprint_V1.sdd/maps";
+    std::filesystem::create_directories(root / "maps");
+    std::filesystem::copy(from / "Map_Blueprint_V1.smf", root / "maps");
+    std::filesystem::copy(from / "Map_Blueprint_V1.smt", root / "maps");
+    if (!mapinfo.empty())
+        WriteText(root / "mapinfo.lua", mapinfo);
+    return root;
+}

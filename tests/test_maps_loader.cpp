@@ -1,143 +1,169 @@
-#include <cmath>
+// The loader against the real maps and against a plain reference reader of the .smf bytes; archives
+// read on demand give what the folder and whole unpacking give, reading only what the map needs.
+#include <random>
 
 #include "springmap_archive.h"
+#include "springmap_generator.h"
 #include "springmap_loader.h"
 #include "test_maps_fixtures.h"
 
 namespace
 {
-struct FixtureCase
+// Every section of an .smf read field by field from the header's pointers, the way the format is laid out.
+void ExpectParsedAsLaidOut(const std::vector<std::uint8_t>& b, const SpringMapSmf& smf,
+                           const std::string& what)
 {
-    const char* Path;
-    const char* Name;
-    int MapX, MapY;
-    float MinHeight, MaxHeight;
-    int NumTiles;
-    const char* TileFileName;
-    const char* ResolvedTileFile;
-};
-
-const FixtureCase Fixtures[] = {
-    {"Map_Blueprint_V1.sdd", "MAP_BLUEPRINT_V1", 128, 128, -340.0f, 760.0f, 1024, "maps/MAP_BLUEPRINT_V1.smt",
-     "maps/Map_Blueprint_V1.smt"},
-    {"map_blueprint_v1.sdz", "MAP_BLUEPRINT_V1", 128, 128, -340.0f, 760.0f, 1024, "maps/MAP_BLUEPRINT_V1.smt",
-     "maps/Map_Blueprint_V1.smt"},
-    {"map_blueprint_v1.sd7", "MAP_BLUEPRINT_V1", 128, 128, -340.0f, 760.0f, 1024, "maps/MAP_BLUEPRINT_V1.smt",
-     "maps/Map_Blueprint_V1.smt"},
-    {"bridge.sdd", "The Bridge", 640, 640, 380.0f, 0.0f, 3241, "bridge.smt", "maps/bridge.smt"},
-    {"Blank16.sdd", "Blank16", 1024, 1024, -110.0f, 200.0f, 1, "Blank.smt", "maps/Blank.smt"},
-};
+    const auto bytes = [&](std::size_t at, std::size_t n)
+    { return std::vector<std::uint8_t>(&b[at], &b[at] + n); };
+    const auto text = [&](std::size_t& at)
+    {
+        std::string s(reinterpret_cast<const char*>(&b[at]));
+        at += s.size() + 1;
+        return s;
+    };
+    const int mapX = GetInt32(b, 24), mapY = GetInt32(b, 28);
+    float minHeight = 0, maxHeight = 0;
+    std::memcpy(&minHeight, &b[44], 4), std::memcpy(&maxHeight, &b[48], 4);
+    EXPECT_EQ(smf.MapId, std::uint32_t(GetInt32(b, 20))) << what;
+    EXPECT_EQ(smf.MapX, mapX) << what;
+    EXPECT_EQ(smf.MapY, mapY) << what;
+    EXPECT_EQ(smf.MinHeight, minHeight) << what;
+    EXPECT_EQ(smf.MaxHeight, maxHeight) << what;
+    std::vector<std::uint16_t> heights;
+    for (int i = 0; i < (mapX + 1) * (mapY + 1); ++i)
+        heights.push_back(std::uint16_t(b[GetInt32(b, 52) + 2 * i] | b[GetInt32(b, 52) + 2 * i + 1] << 8));
+    EXPECT_EQ(smf.RawHeights, heights) << what;
+    EXPECT_EQ(smf.TypeMap, bytes(GetInt32(b, 56), mapX / 2 * mapY / 2)) << what;
+    EXPECT_EQ(smf.Minimap, bytes(GetInt32(b, 64), 699048)) << what;
+    EXPECT_EQ(smf.MetalMap, bytes(GetInt32(b, 68), mapX / 2 * mapY / 2)) << what;
+    ASSERT_EQ(GetInt32(b, 76), 1) << what << ": one extra header, the grass one";
+    EXPECT_EQ(smf.GrassMap, bytes(GetInt32(b, 88), mapX / 4 * mapY / 4)) << what;
+    std::size_t at = GetInt32(b, 60) + 8;
+    EXPECT_EQ(smf.NumTiles, GetInt32(b, at - 4)) << what;
+    ASSERT_EQ(smf.TileFiles.size(), std::size_t(GetInt32(b, at - 8))) << what;
+    for (const auto& file : smf.TileFiles)
+    {
+        EXPECT_EQ(file.TileCount, GetInt32(b, at)) << what;
+        EXPECT_EQ(file.Name, text(at += 4)) << what;
+    }
+    for (int i = 0; i < mapX / 4 * mapY / 4; ++i)
+        ASSERT_EQ(smf.TileIndex.at(i), GetInt32(b, at + 4 * i)) << what << " tile " << i;
+    at = GetInt32(b, 72) + 8;
+    std::vector<std::string> types(GetInt32(b, at - 8));
+    for (std::string& type : types)
+        type = text(at);
+    EXPECT_EQ(smf.FeatureTypes, types) << what;
+    EXPECT_EQ(smf.Features.size(), std::size_t(GetInt32(b, GetInt32(b, 72) + 4))) << what;
+}
 } // namespace
 
-TEST(MapLoader, FixturesLoadWithTheirSizesHeightsAndTiles)
+TEST(MapLoader, ParsesRealAndGeneratedMapsAsTheReferenceReads)
 {
     SKIP_WITHOUT_MAPS();
-    for (const FixtureCase& fixture : Fixtures)
+    std::vector<std::pair<std::string, std::vector<std::uint8_t>>> files;
+    for (const char* real : {"Map_Blueprint_V1.sdd/maps/Map_Blueprint_V1.smf", "bridge.sdd/maps/bridge.smf",
+                             "Blank16.sdd/maps/Blank.smf"})
+        files.emplace_back(real, ReadBytes(MapsDir() / real));
+    const unsigned seed = 4242;
+    std::mt19937 random(seed);
+    for (int i = 0; i < 6; ++i)
+    {
+        SpringMapGenerator::Options opts;
+        opts.Seed = random(), opts.MapX = 4 * std::uniform_int_distribution(1, 40)(random),
+        opts.MapY = 4 * std::uniform_int_distribution(1, 40)(random);
+        std::vector<std::uint8_t> smf, smt;
+        std::string error;
+        ASSERT_TRUE(SpringMapGenerator::Generate(opts, "t" + std::to_string(i) + ".smt", smf, smt, error))
+            << error;
+        files.emplace_back("seed " + std::to_string(seed) + " map " + std::to_string(i), smf);
+    }
+    for (const auto& [what, bytes] : files)
+    {
+        SpringMapSmf smf;
+        std::string error;
+        ASSERT_TRUE(SpringMapSmfFormat::Parse(bytes, what, smf, error)) << error;
+        ExpectParsedAsLaidOut(bytes, smf, what);
+    }
+}
+
+// clang-format off
+const struct { const char* Path; const char* Name; int MapX; float MinHeight, MaxHeight; int NumTiles; const char* TileName; const char* Resolved; } Fixtures[] = {
+    {"Map_Blueprint_V1.sdd", "MAP_BLUEPRINT_V1", 128, -340, 760, 1024, "maps/MAP_BLUEPRINT_V1.smt", "maps/Map_Blueprint_V1.smt"},
+    {"map_blueprint_v1.sdz", "MAP_BLUEPRINT_V1", 128, -340, 760, 1024, "maps/MAP_BLUEPRINT_V1.smt", "maps/Map_Blueprint_V1.smt"},
+    {"map_blueprint_v1.sd7", "MAP_BLUEPRINT_V1", 128, -340, 760, 1024, "maps/MAP_BLUEPRINT_V1.smt", "maps/Map_Blueprint_V1.smt"},
+    {"Map_Blueprint_V1.sdd/maps/Map_Blueprint_V1.smf", "MAP_BLUEPRINT_V1", 128, -340, 760, 1024, "maps/MAP_BLUEPRINT_V1.smt", "maps/Map_Blueprint_V1.smt"},
+    {"bridge.sdd", "The Bridge", 640, 380, 0, 3241, "bridge.smt", "maps/bridge.smt"}, // a subfolder name replaced by mapinfo's
+    {"Blank16.sdd", "Blank16", 1024, -110, 200, 1, "Blank.smt", "maps/Blank.smt"},
+};
+// clang-format on
+
+TEST(MapLoader, FixturesLoadWithMapinfoAppliedAndHeightsOver65536)
+{
+    SKIP_WITHOUT_MAPS();
+    for (const auto& f : Fixtures)
     {
         SpringMap map;
         std::string error;
-        ASSERT_TRUE(SpringMapLoader::Load((MapsDir() / fixture.Path).string(), map, error))
-            << fixture.Path << ": " << error;
-        EXPECT_EQ(map.Name, fixture.Name) << fixture.Path;
-        EXPECT_EQ(map.Smf.MapX, fixture.MapX) << fixture.Path;
-        EXPECT_EQ(map.Smf.MapY, fixture.MapY) << fixture.Path;
-        EXPECT_EQ(map.MinHeight, fixture.MinHeight) << fixture.Path;
-        EXPECT_EQ(map.MaxHeight, fixture.MaxHeight) << fixture.Path;
-        EXPECT_EQ(map.Smf.NumTiles, fixture.NumTiles) << fixture.Path;
-        EXPECT_EQ(map.Smf.RawHeights.size(), std::size_t(fixture.MapX + 1) * (fixture.MapY + 1))
-            << fixture.Path;
-        EXPECT_EQ(map.Smf.TileIndex.size(), std::size_t(fixture.MapX / 4) * (fixture.MapY / 4))
-            << fixture.Path;
-        EXPECT_EQ(map.Smf.Minimap.size(), 699048u) << fixture.Path;
-        ASSERT_EQ(map.TileFiles.size(), 1u) << fixture.Path;
-        EXPECT_EQ(map.TileFiles[0].Name, fixture.TileFileName) << fixture.Path;
-        EXPECT_EQ(map.TileFiles[0].ResolvedPath, fixture.ResolvedTileFile) << fixture.Path;
-        EXPECT_EQ(map.TileFiles[0].Tiles.size(), std::size_t(fixture.NumTiles) * 680) << fixture.Path;
-        EXPECT_TRUE(map.Warnings.empty())
-            << fixture.Path << ": " << (map.Warnings.empty() ? "" : map.Warnings[0]);
+        ASSERT_TRUE(SpringMapLoader::Load((MapsDir() / f.Path).string(), map, error))
+            << f.Path << ": " << error;
+        EXPECT_EQ(map.Name, f.Name) << f.Path;
+        EXPECT_EQ(map.Smf.MapX, f.MapX) << f.Path;
+        EXPECT_EQ(map.MinHeight, f.MinHeight) << f.Path;
+        EXPECT_EQ(map.MaxHeight, f.MaxHeight) << f.Path;
+        ASSERT_EQ(map.TileFiles.size(), 1u) << f.Path;
+        EXPECT_EQ(map.TileFiles[0].Name, f.TileName) << f.Path;
+        EXPECT_EQ(map.TileFiles[0].ResolvedPath, f.Resolved) << f.Path;
+        EXPECT_EQ(map.TileFiles[0].Tiles.size(), std::size_t(f.NumTiles) * 680) << f.Path;
+        EXPECT_EQ(std::memcmp(map.GetTile(f.NumTiles - 1),
+                              map.TileFiles[0].Tiles.data() + (f.NumTiles - 1) * 680, 680),
+                  0);
+        EXPECT_EQ(map.GetTile(f.NumTiles), SpringMapLoader::GetPlaceholderTile()) << "past the last tile";
+        EXPECT_EQ(map.Warnings, std::vector<std::string>{}) << f.Path;
+        for (const auto& [x, z] : {std::pair{0, 0}, {f.MapX, f.MapX}, {17, f.MapX / 3}})
+        {
+            const int raw = map.Smf.RawHeights[std::size_t(z) * (f.MapX + 1) + x];
+            EXPECT_FLOAT_EQ(map.GetCornerHeight(x, z),
+                            f.MinHeight + raw * ((f.MaxHeight - f.MinHeight) / 65536.0f));
+        }
     }
 }
 
-TEST(MapLoader, HeightsScaleByTheOverriddenRangeOver65536)
-{
-    SKIP_WITHOUT_MAPS();
-    // bridge's mapinfo inverts the range (380..0), so raw 0 is the top and larger raw values go down.
-    SpringMap map;
-    std::string error;
-    ASSERT_TRUE(SpringMapLoader::Load((MapsDir() / "bridge.sdd").string(), map, error)) << error;
-    const int stride = map.Smf.MapX + 1;
-    for (const auto& [x, z] : {std::pair{0, 0}, {640, 0}, {0, 640}, {640, 640}, {320, 321}, {17, 400}})
-    {
-        const std::uint16_t raw = map.Smf.RawHeights[std::size_t(z) * stride + x];
-        EXPECT_FLOAT_EQ(map.GetCornerHeight(x, z), 380.0f - raw * (380.0f / 65536.0f)) << x << "," << z;
-    }
-    // The flat map: every raw value is 0, so every corner sits at the overridden minimum.
-    SpringMap flat;
-    ASSERT_TRUE(SpringMapLoader::Load((MapsDir() / "Blank16.sdd").string(), flat, error)) << error;
-    EXPECT_EQ(std::count(flat.Smf.RawHeights.begin(), flat.Smf.RawHeights.end(), 0), 1025 * 1025);
-    EXPECT_EQ(flat.GetCornerHeight(1024, 1024), -110.0f);
-}
-
-TEST(MapLoader, ArchivesAndBareSmfGiveWhatTheFolderGives)
+TEST(MapLoader, ReadingOnDemandEqualsWholeReadingAndReadsOnlyWhatTheMapNeeds)
 {
     SKIP_WITHOUT_MAPS();
     SpringMap folder;
     std::string error;
-    ASSERT_TRUE(SpringMapLoader::Load((MapsDir() / "Map_Blueprint_V1.sdd").string(), folder, error)) << error;
-    for (const char* other :
-         {"map_blueprint_v1.sdz", "map_blueprint_v1.sd7", "Map_Blueprint_V1.sdd/maps/Map_Blueprint_V1.smf"})
-    {
-        SpringMap map;
-        ASSERT_TRUE(SpringMapLoader::Load((MapsDir() / other).string(), map, error))
-            << other << ": " << error;
-        EXPECT_EQ(map.Name, folder.Name) << other;
-        EXPECT_EQ(map.SmfPath, folder.SmfPath) << other;
-        EXPECT_EQ(map.Smf.MapId, folder.Smf.MapId) << other;
-        EXPECT_EQ(map.MinHeight, folder.MinHeight) << other;
-        EXPECT_EQ(map.MaxHeight, folder.MaxHeight) << other;
-        EXPECT_EQ(map.Smf.RawHeights, folder.Smf.RawHeights) << other;
-        EXPECT_EQ(map.Smf.TypeMap, folder.Smf.TypeMap) << other;
-        EXPECT_EQ(map.Smf.MetalMap, folder.Smf.MetalMap) << other;
-        EXPECT_EQ(map.Smf.GrassMap, folder.Smf.GrassMap) << other;
-        EXPECT_EQ(map.Smf.Minimap, folder.Smf.Minimap) << other;
-        EXPECT_EQ(map.Smf.TileIndex, folder.Smf.TileIndex) << other;
-        EXPECT_EQ(map.Smf.FeatureTypes, folder.Smf.FeatureTypes) << other;
-        ASSERT_EQ(map.TileFiles.size(), 1u) << other;
-        EXPECT_EQ(map.TileFiles[0].ResolvedPath, folder.TileFiles[0].ResolvedPath) << other;
-        EXPECT_TRUE(map.TileFiles[0].Tiles == folder.TileFiles[0].Tiles) << other;
-    }
-}
-
-TEST(MapLoader, ReadsTheSectionsOfTheBlueprintHeader)
-{
-    SKIP_WITHOUT_MAPS();
-    SpringMap map;
-    std::string error;
-    ASSERT_TRUE(SpringMapLoader::Load((MapsDir() / "Map_Blueprint_V1.sdd").string(), map, error)) << error;
-    EXPECT_EQ(map.Smf.MinHeight, -260.0f) << "header value before the override";
-    EXPECT_EQ(map.Smf.MaxHeight, 740.0f);
-    EXPECT_EQ(map.Smf.GrassMap.size(), 32u * 32u);
-    EXPECT_EQ(map.Smf.TypeMap.size(), 64u * 64u);
-    EXPECT_EQ(map.Smf.TileFiles[0].Name, "Map_Blueprint_V1.smt") << "stored name before the override";
-    // No duplicates in this map: every tile is used exactly once.
-    std::vector<int> uses(1024, 0);
-    for (std::int32_t index : map.Smf.TileIndex)
-        ++uses[index];
-    EXPECT_EQ(std::count(uses.begin(), uses.end(), 1), 1024);
-}
-
-TEST(MapLoader, SkippingTilesKeepsEverythingElse)
-{
-    SKIP_WITHOUT_MAPS();
-    SpringMap map;
-    std::string error;
-    SpringMapLoader::Options opts;
-    opts.bReadTiles = false;
-    ASSERT_TRUE(SpringMapLoader::Load((MapsDir() / "map_blueprint_v1.sd7").string(), map, error, opts))
-        << error;
-    EXPECT_EQ(map.TileFiles[0].ResolvedPath, "maps/Map_Blueprint_V1.smt");
-    EXPECT_TRUE(map.TileFiles[0].Tiles.empty());
-    EXPECT_EQ(map.MinHeight, -340.0f);
+    ASSERT_TRUE(SpringMapLoader::Load((MapsDir() / Fixtures[0].Path).string(), folder, error)) << error;
+    for (const auto& path :
+         {MapsDir() / "Map_Blueprint_V1.sdd", MapsDir() / "map_blueprint_v1.sdz",
+          MapsDir() / "map_blueprint_v1.sd7", MapsDir() / "bridge.sdd", MapsDir() / "Blank16.sdd"})
+        for (const bool bReadTiles : {true, false})
+        {
+            SpringMap selective, whole;
+            SpringMapLoader::Options opts;
+            opts.bReadTiles = bReadTiles;
+            ASSERT_TRUE(SpringMapLoader::Load(path.string(), selective, error, opts)) << error;
+            opts.bUnpackWholeArchive = true;
+            ASSERT_TRUE(SpringMapLoader::Load(path.string(), whole, error, opts)) << error;
+            const bool bBlueprint = path.string().find("lueprint") != std::string::npos;
+            for (const SpringMap* pSame : {&whole, bBlueprint ? &folder : &whole})
+            {
+                EXPECT_EQ(selective.Name, pSame->Name) << path;
+                EXPECT_EQ(selective.MinHeight, pSame->MinHeight) << path;
+                EXPECT_EQ(selective.MaxMetal, pSame->MaxMetal) << path;
+                EXPECT_EQ(selective.Smf.RawHeights, pSame->Smf.RawHeights) << path;
+                EXPECT_EQ(selective.Smf.Minimap, pSame->Smf.Minimap) << path;
+                EXPECT_EQ(selective.Smf.TileIndex, pSame->Smf.TileIndex) << path;
+                EXPECT_EQ(selective.TileFiles[0].ResolvedPath, pSame->TileFiles[0].ResolvedPath) << path;
+                EXPECT_TRUE(!bReadTiles || selective.TileFiles[0].Tiles == pSame->TileFiles[0].Tiles) << path;
+            }
+            EXPECT_EQ(selective.TileFiles[0].Tiles.empty(), !bReadTiles) << path;
+            // mapinfo.lua with what it includes, the .smf and (when tiles are read) the .smt; nothing else.
+            const std::vector<std::string>& read = selective.ReadEntries;
+            EXPECT_EQ(std::count(read.begin(), read.end(), selective.TileFiles[0].ResolvedPath), bReadTiles);
+            const int configs = bBlueprint ? 1 : path.string().find("Blank") != std::string::npos ? 0 : 8;
+            EXPECT_EQ(read.size(), std::size_t(configs + 2 + bReadTiles)) << path;
+        }
 }
 
 TEST(MapArchive, LooksUpPathsIgnoringCaseAndListsFolders)
@@ -159,4 +185,8 @@ TEST(MapArchive, LooksUpPathsIgnoringCaseAndListsFolders)
             << path << ": not recursive";
         EXPECT_EQ(archive.ListDir("maps", "*.sm?").size(), 2u) << path;
     }
+    SpringMapArchive absent;
+    std::string error;
+    EXPECT_FALSE(absent.Open("/absent.sdz", error));
+    EXPECT_EQ(error, "/absent.sdz: no such file or folder");
 }

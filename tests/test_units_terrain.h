@@ -15,9 +15,6 @@ constexpr int RidgeRow = 32;       // corner row of the ridge crest: world Z 256
 constexpr int GapFirstCorner = 44; // crest corners 44..54 are low: the gap
 constexpr int GapLastCorner = 54;
 constexpr float RidgeHeight = 200.0f;
-// The drivable opening through the ridge, in world X: squares 44..53.
-constexpr double GapMinX = GapFirstCorner * SquareSize;
-constexpr double GapMaxX = GapLastCorner * SquareSize;
 
 // A flat map with one crest row of corners at RidgeHeight, open between the gap corners. The two
 // square rows beside the crest rise 200 over 8 units: far too steep to drive.
@@ -28,17 +25,6 @@ inline void LoadRidgeMap(SpringMapRenderer& Map)
     for (int x = 0; x < n; ++x)
         if (x < GapFirstCorner || x > GapLastCorner)
             heights[static_cast<std::size_t>(RidgeRow) * n + x] = RidgeHeight;
-    Map.LoadHeightGrid(n, n, SquareSize, std::move(heights));
-}
-
-// A Cells x Cells map whose height rises by SlopePerUnit per world unit of X.
-inline void LoadInclineMap(SpringMapRenderer& Map, int Cells, float SlopePerUnit)
-{
-    const int n = Cells + 1;
-    std::vector<float> heights(static_cast<std::size_t>(n) * n);
-    for (int z = 0; z < n; ++z)
-        for (int x = 0; x < n; ++x)
-            heights[static_cast<std::size_t>(z) * n + x] = SlopePerUnit * SquareSize * x;
     Map.LoadHeightGrid(n, n, SquareSize, std::move(heights));
 }
 
