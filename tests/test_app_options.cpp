@@ -100,20 +100,6 @@ TEST(CommandLine, WindowSizeBoundaries)
     }
 }
 
-// The rows of the README's "## Controls" table as "Input | Does".
-std::vector<std::string> ReadReadmeControls()
-{
-    std::ifstream file(QUINDLE_README);
-    std::vector<std::string> rows;
-    bool bInSection = false;
-    for (std::string line; std::getline(file, line);)
-        if (line.rfind("## ", 0) == 0)
-            bInSection = line == "## Controls";
-        else if (bInSection && line.rfind("| ", 0) == 0 && line != "| Input | Does |")
-            rows.push_back(line.substr(2, line.size() - 4));
-    return rows;
-}
-
 TEST(Controls, HelpAndReadmeListEveryControlAndEachChordMatchesExactly)
 {
     AppOptions options;
@@ -126,7 +112,14 @@ TEST(Controls, HelpAndReadmeListEveryControlAndEachChordMatchesExactly)
     // The parser's own vocabulary stays out of a page meant for people.
     for (const char* jargon : {"TEXT", "INT", "UINT", "REQUIRED", "[Option", "Excludes", ":{", "Options:"})
         EXPECT_EQ(help.find(jargon), std::string::npos) << jargon;
-    const auto rows = ReadReadmeControls();
+    std::ifstream readme(QUINDLE_README);
+    std::vector<std::string> rows; // its "## Controls" table as "Input | Does", the header left out
+    bool bInSection = false;
+    for (std::string line; std::getline(readme, line);)
+        if (line.rfind("## ", 0) == 0)
+            bInSection = line == "## Controls";
+        else if (bInSection && line.rfind("| ", 0) == 0 && line != "| Input | Does |")
+            rows.push_back(line.substr(2, line.size() - 4));
     ASSERT_EQ(rows.size(), GetControls().size()) << "README at " << QUINDLE_README;
     for (std::size_t i = 0; i < rows.size(); ++i)
     {

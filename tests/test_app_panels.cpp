@@ -66,38 +66,6 @@ class AppPanels : public ::testing::Test
     }
 };
 
-TEST_F(AppPanels, EffectsPanelFontFitsTheWindowUnlessChosen)
-{
-    // clang-format off
-    // Fit: 0 the help row need not fit, 1 it fits, 2 it fits and one pixel more would not. Rows lie
-    // 1.5 % of the height apart, so the height caps the font too; 13 px is the largest offered.
-    const struct { int W, H; Panel Choice; bool bShown; int FontPx, Fit; } cases[] = {
-        {1280, 720, Panel::Auto, true, 10, 2}, {1280, 1080, Panel::Auto, true, 10, 2},
-        {1920, 1080, Panel::Auto, true, 13, 1},
-        {1920, 600, Panel::Auto, true, 9, 1},  {800, 500, Panel::Auto, false, 9, 0},
-        {800, 500, Panel::On, true, 9, 0},     {1920, 1080, Panel::Off, false, 13, 0}};
-    // clang-format on
-    for (const auto& c : cases)
-    {
-        Start(c.W, c.H, c.Choice);
-        SCOPED_TRACE(::testing::Message() << c.W << "x" << c.H << " choice " << static_cast<int>(c.Choice));
-        ASSERT_EQ(App->GetViewport().bJetEffectsPanelVisible, c.bShown);
-        App->GetViewport().bJetEffectsPanelVisible = true;
-        const auto rows = RecordText([&] { App->GetViewport().RenderJetEffectsOverlay(); });
-        const auto help =
-            std::find_if(rows.begin(), rows.end(), [](auto& row) { return row.Text.rfind("Click", 0) == 0; });
-        ASSERT_NE(help, rows.end());
-        EXPECT_EQ(help->SizePx, c.FontPx);
-        // Drawn from the pen's whole pixel to the panel's right edge at 0.98 of the width.
-        const double roomPx = 0.98 * c.W - std::round((help->X + 1.0) * 0.5 * c.W);
-        const auto widthPx = [&](int SizePx)
-        { return App->GetFontMetrics().MeasureTextPx(help->Text, SizePx); };
-        EXPECT_TRUE(c.Fit < 1 || widthPx(help->SizePx) <= roomPx)
-            << widthPx(help->SizePx) << " in " << roomPx;
-        EXPECT_TRUE(c.Fit < 2 || widthPx(help->SizePx + 1) > roomPx) << "one pixel larger fits too";
-    }
-}
-
 TEST_F(AppPanels, KeysShowAndHidePanelsSwitchTheEffectAndQuit)
 {
     Start(800, 500);
@@ -181,28 +149,50 @@ TEST_F(AppPanels, TooltipAfterHalfASecondOnOneTarget)
     }
 }
 
-TEST_F(AppPanels, StatusBarEndsJustBeforeTheRotateToggleAndLongMessagesWithAnEllipsis)
+TEST_F(AppPanels, EffectsPanelFontAndStatusBarFitEveryWindow)
 {
+    // clang-format off
+    // Fit: 0 the help row need not fit, 1 it fits, 2 it fits and one pixel more would not. Rows lie
+    // 1.5 % of the height apart, so the height caps the font too; 13 px is the largest offered.
+    const struct { int W, H; Panel Choice; bool bShown; int FontPx, Fit; } cases[] = {
+        {1280, 720, Panel::Auto, true, 10, 2}, {1280, 1080, Panel::Auto, true, 10, 2},
+        {1920, 1080, Panel::Auto, true, 13, 1}, {1920, 600, Panel::Auto, true, 9, 1},
+        {800, 500, Panel::Auto, false, 9, 0},  {480, 320, Panel::Auto, false, 9, 0},
+        {800, 500, Panel::On, true, 9, 0},     {1920, 1080, Panel::Off, false, 13, 0}};
+    // clang-format on
     const std::string message(300, 'W');
-    const std::pair<int, int> sizes[] = {{480, 320}, {800, 500}, {1920, 1080}};
-    for (const auto& [w, h] : sizes)
+    for (const auto& c : cases)
     {
-        Start(w, h);
+        Start(c.W, c.H, c.Choice);
+        SCOPED_TRACE(::testing::Message() << c.W << "x" << c.H << " choice " << static_cast<int>(c.Choice));
         GLViewport& view = App->GetViewport();
+        ASSERT_EQ(view.bJetEffectsPanelVisible, c.bShown);
+        view.bJetEffectsPanelVisible = true;
+        const auto rows = RecordText([&] { view.RenderJetEffectsOverlay(); });
+        const auto help =
+            std::find_if(rows.begin(), rows.end(), [](auto& row) { return row.Text.rfind("Click", 0) == 0; });
+        ASSERT_NE(help, rows.end());
+        EXPECT_EQ(help->SizePx, c.FontPx);
+        // Drawn from the pen's whole pixel to the panel's right edge at 0.98 of the width.
+        const double roomPx = 0.98 * c.W - std::round((help->X + 1.0) * 0.5 * c.W);
+        const auto widthPx = [&](const TTFTextCall& Text, int SizePx)
+        { return App->GetFontMetrics().MeasureTextPx(Text.Text, SizePx); };
+        EXPECT_TRUE(c.Fit < 1 || widthPx(*help, help->SizePx) <= roomPx) << widthPx(*help, help->SizePx);
+        EXPECT_TRUE(c.Fit < 2 || widthPx(*help, help->SizePx + 1) > roomPx) << "one pixel larger fits too";
+
+        // The status bar stops 2 % of the viewport's width short of the Rotate toggle, which stays
+        // whole and clickable, and ends a long message with an ellipsis before that.
         GLWindow& window = App->GetWindow();
         double x1 = 0.0, y1 = 0.0, x2 = 0.0, y2 = 0.0;
         ASSERT_TRUE(view.GetAutoRotateToggleRect(x1, y1, x2, y2));
         const double toggleLeftX = view.WindowX1 + x1 * (view.WindowX2 - view.WindowX1);
-        // A gap of 2 % of the viewport's width keeps the toggle whole and clickable.
-        EXPECT_NEAR(toggleLeftX - window.StatusBarRightX, 0.02 * (view.WindowX2 - view.WindowX1), 1e-6) << w;
+        EXPECT_NEAR(toggleLeftX - window.StatusBarRightX, 0.02 * (view.WindowX2 - view.WindowX1), 1e-6);
         window.SetStatusBarText(message);
         const auto calls = RecordText([&] { window.RenderStatusBar(); });
         ASSERT_EQ(calls.size(), 1u);
-        const std::string& shown = calls[0].Text;
-        EXPECT_EQ(shown.substr(shown.size() - 3), "...") << w;
-        const double startPx = std::round((calls[0].X + 1.0) * 0.5 * w);
-        const double rightPx = (window.StatusBarRightX + 1.0) * 0.5 * w;
-        EXPECT_LE(startPx + App->GetFontMetrics().MeasureTextPx(shown, calls[0].SizePx), rightPx) << w;
+        EXPECT_TRUE(calls[0].Text.ends_with("...")) << calls[0].Text;
+        const double startPx = std::round((calls[0].X + 1.0) * 0.5 * c.W);
+        EXPECT_LE(startPx + widthPx(calls[0], calls[0].SizePx), (window.StatusBarRightX + 1.0) * 0.5 * c.W);
         EXPECT_EQ(window.GetStatusBarText(), message) << "the state file keeps the whole text";
     }
     // The bar's rectangle and top line end at its right edge, held to the window; none past the left.

@@ -13,118 +13,98 @@
 
 namespace
 {
-// A child window that records what the window system did to it and consumes on request.
-class RecordingChild : public GLChildWindow
+// A child window that logs what the window system did to it: per frame "p" a new left press, "h" the
+// left button held, "-" neither; "c<id>" a click; "o" the pointer left it. Flags say what it consumes.
+class LoggingChild : public GLChildWindow
 {
   public:
-    RecordingChild(double x1, double y1, double x2, double y2)
+    LoggingChild(char Name, std::string& Log, double x1, double y1, double x2, double y2)
+        : Name(Name), Log(Log)
     {
         WindowX1 = x1, WindowY1 = y1, WindowX2 = x2, WindowY2 = y2;
     }
     bool bConsumeLeftPress = false, bConsumeClicks = false;
-    int MouseProcessingCalls = 0, LeftPressesSeen = 0, LeftHeldFrames = 0, MouseOuts = 0;
-    std::vector<int> Clicks;
 
     void MouseProcessing() override
     {
         const Mouse& mouse = *p->pMouse;
         const bool bPress = mouse.pButton[Mouse::Left] && !mouse.pPrevButton[Mouse::Left];
-        ++MouseProcessingCalls, LeftHeldFrames += mouse.pButton[Mouse::Left], LeftPressesSeen += bPress;
+        Write(bPress ? "p" : mouse.pButton[Mouse::Left] ? "h" : "-");
         if (bPress && bConsumeLeftPress)
             p->pQuindle->MarkChildWindowProcessed();
     }
     void EventMouseClick(int ButtonID, double, double) override
     {
-        Clicks.push_back(ButtonID);
+        Write("c" + std::to_string(ButtonID));
         if (bConsumeClicks)
             p->pQuindle->MarkChildWindowProcessed();
     }
-    void EventMouseOut() override { ++MouseOuts; }
+    void EventMouseOut() override { Write("o"); }
+
+  private:
+    void Write(const std::string& What) { Log += (Log.empty() ? "" : " ") + (Name + What); }
+    const char Name;
+    std::string& Log;
 };
 
-// A small front child over the right half of a full-window back child.
-class RoutingTest : public ::testing::Test
+TEST(WindowSystem, RoutesEachFrameFrontToBackUntilAChildTakesIt)
 {
-  protected:
-    CoreSDL CoreSdl;
-    Mouse MouseState;
-    Quindle App;
-    Core Services{&CoreSdl, nullptr, &MouseState, &App};
-    RecordingChild Front{0.0, 0.5, 1.0, -0.5}, Back{-1.0, 1.0, 1.0, -1.0};
-    WindowSystem Windows;
-
-    void SetUp() override
-    {
-        p = &Services;
-        for (GLChildWindow* pChild : {&Front, &Back, &Front, static_cast<RecordingChild*>(nullptr)})
-            Windows.AddChild(pChild); // the second Front and the null are ignored
-    }
-    void TearDown() override { p = nullptr; }
-    void Frame(double gx, double gy, bool bLeft, std::vector<GlobalClick> clicks = {}, bool bInWindow = true)
-    {
-        std::copy(std::begin(MouseState.pButton), std::end(MouseState.pButton),
-                  std::begin(MouseState.pPrevButton));
-        MouseState.pButton[Mouse::Left] = bLeft;
-        MouseState.X3D = gx, MouseState.Y3D = gy;
-        Windows.ProcessFrame(MouseState, App, clicks, bInWindow);
-    }
-};
-
-TEST_F(RoutingTest, ConsumedPressOrClickStopsAtTheFrontChildOtherwiseFallsThrough)
-{
-    ASSERT_EQ(Windows.GetChildren().size(), 2u);
-    Frame(0.5, 0.0, true, {{0, 0.5, 0.0}});
-    EXPECT_EQ(Back.LeftPressesSeen, 1) << "an unconsumed press reaches the child behind";
-    EXPECT_EQ(Back.Clicks, std::vector<int>{0});
-    EXPECT_FALSE(App.bChildWindowProcessed);
-    Front.bConsumeLeftPress = true;
-    Frame(0.5, 0.0, false);
-    Frame(0.5, 0.0, true, {{0, 0.5, 0.0}});
-    EXPECT_EQ(Front.LeftPressesSeen, 2);
-    EXPECT_EQ(Back.LeftPressesSeen, 1) << "the back child must not see the consumed press";
-    EXPECT_EQ(Back.Clicks, std::vector<int>{0}) << "nor its click";
-    EXPECT_TRUE(App.bChildWindowProcessed);
-    // The held button is still visible behind (a drag started there ends normally) but no new press.
-    Frame(0.5, 0.0, true);
-    EXPECT_EQ(Back.LeftHeldFrames, 2);
-    EXPECT_EQ(Back.LeftPressesSeen, 1);
-    EXPECT_FALSE(App.bChildWindowProcessed) << "the flag is cleared at the start of every frame";
-    Front.bConsumeLeftPress = false, Front.bConsumeClicks = true;
-    Frame(0.5, 0.0, false);
-    Frame(0.5, 0.0, true, {{3, 0.5, 0.0}, {4, 0.5, 0.0}, {1, -0.5, 0.0}});
-    EXPECT_EQ(Front.Clicks, (std::vector<int>{0, 0, 3, 4}));
-    EXPECT_EQ(Back.Clicks, std::vector<int>{0}) << "once taken, not even a click outside the front child";
-    EXPECT_EQ(Back.LeftPressesSeen, 2) << "the press came before the click was consumed";
-    EXPECT_TRUE(App.bChildWindowProcessed);
-}
-
-TEST_F(RoutingTest, ClicksAndMouseOutsGoWhereThePointerIs)
-{
+    CoreSDL coreSdl;
+    Mouse mouse;
+    Quindle app;
+    Core services{&coreSdl, nullptr, &mouse, &app};
+    p = &services;
+    std::string log;
+    // A small front child over the right half of a full-window back child.
+    LoggingChild front('F', log, 0.0, 0.5, 1.0, -0.5), back('B', log, -1.0, 1.0, 1.0, -1.0);
+    WindowSystem windows;
+    for (GLChildWindow* pChild : {&front, &back, &front, static_cast<LoggingChild*>(nullptr)})
+        windows.AddChild(pChild); // the second front and the null are ignored
     // clang-format off
-    // A click at the pointer each frame: which child takes it, and the mouse-outs so far. The front
-    // child's edges are inclusive; a hidden child takes no click and the pointer leaves it.
-    const struct { double X, Y; bool bInWindow, bVisible, bEnabled, bFront, bBack; int FrontOuts, BackOuts; } frames[] = {
-        {-0.5, 0.0, true, true, true, false, true, 0, 0},   {0.0, 0.5, true, true, true, true, true, 0, 0},
-        {-0.001, 0.0, true, true, true, false, true, 1, 0}, {1.0, -0.5, true, true, true, true, true, 1, 0},
-        {0.5, 0.501, true, true, true, false, true, 2, 0},  {-0.6, 0.0, true, true, true, false, true, 2, 0},
-        {0.5, 0.0, true, true, true, true, true, 2, 0},     {1.5, 0.0, true, true, true, false, false, 3, 1},
-        {0.5, 0.0, true, true, true, true, true, 3, 1},     {0.5, 0.0, true, false, true, false, true, 4, 1},
-        {0.5, 0.0, true, true, false, false, true, 4, 1},   {0.5, 0.0, false, true, true, true, true, 5, 2},
-        {0.5, 0.0, false, true, true, true, true, 5, 2}};
+    // The pointer, the left button, whether the pointer is in the window, the front child's state
+    // (v shown, e enabled, P takes a left press, C takes clicks) and the clicks, at the pointer unless
+    // given; then the frame's log and whether a child took the frame. A held button stays visible
+    // behind a taken press (a drag started there ends normally); the edges are inclusive.
+    const struct { double X, Y; bool bLeft, bInWindow; const char* Front; std::vector<int> Clicks; const char* Log; bool bTaken; } frames[] = {
+        {0.5, 0.0, true, true, "ve", {0}, "Fp Bp Fc0 Bc0", false},
+        {0.5, 0.0, false, true, "veP", {}, "F- B-", false},
+        {0.5, 0.0, true, true, "veP", {0}, "Fp B- Fc0", true},
+        {0.5, 0.0, true, true, "veP", {}, "Fh Bh", false},
+        {0.5, 0.0, false, true, "veC", {}, "F- B-", false},
+        {0.5, 0.0, true, true, "veC", {3, 4, -1}, "Fp Bp Fc3 Fc4", true}, // -1: a right click at (-0.5, 0)
+        {-0.5, 0.0, false, true, "ve", {2}, "Fo F- B- Bc2", false},
+        {0.0, 0.5, false, true, "ve", {2}, "F- B- Fc2 Bc2", false},
+        {-0.001, 0.0, false, true, "ve", {2}, "Fo F- B- Bc2", false},
+        {1.0, -0.5, false, true, "ve", {2}, "F- B- Fc2 Bc2", false},
+        {0.5, 0.501, false, true, "ve", {2}, "Fo F- B- Bc2", false},
+        {-0.6, 0.0, false, true, "ve", {2}, "F- B- Bc2", false},
+        {1.5, 0.0, false, true, "ve", {2}, "Bo F- B-", false},
+        {0.5, 0.0, false, true, "ve", {2}, "F- B- Fc2 Bc2", false},
+        {0.5, 0.0, false, true, "e", {2}, "Fo F- B- Bc2", false},
+        {0.5, 0.0, false, true, "v", {2}, "F- B- Bc2", false},
+        {0.5, 0.0, false, false, "ve", {2}, "Fo Bo F- B- Fc2 Bc2", false},
+        {0.5, 0.0, false, false, "ve", {2}, "F- B- Fc2 Bc2", false}};
     // clang-format on
     for (std::size_t i = 0; i < std::size(frames); ++i)
     {
         const auto& f = frames[i];
-        Front.Clicks.clear(), Back.Clicks.clear();
-        Front.bVisible = f.bVisible, Front.bEnabled = f.bEnabled;
-        Frame(f.X, f.Y, false, {{2, f.X, f.Y}}, f.bInWindow);
-        EXPECT_EQ(Front.Clicks.size(), f.bFront ? 1u : 0u) << "frame " << i;
-        EXPECT_EQ(Back.Clicks.size(), f.bBack ? 1u : 0u) << "frame " << i;
-        EXPECT_EQ(Front.MouseOuts, f.FrontOuts) << "frame " << i;
-        EXPECT_EQ(Back.MouseOuts, f.BackOuts) << "frame " << i;
+        const std::string flags = f.Front;
+        front.bVisible = flags.find('v') != std::string::npos,
+        front.bEnabled = flags.find('e') != std::string::npos;
+        front.bConsumeLeftPress = flags.find('P') != std::string::npos;
+        front.bConsumeClicks = flags.find('C') != std::string::npos;
+        std::copy(std::begin(mouse.pButton), std::end(mouse.pButton), std::begin(mouse.pPrevButton));
+        mouse.pButton[Mouse::Left] = f.bLeft;
+        mouse.X3D = f.X, mouse.Y3D = f.Y;
+        std::vector<GlobalClick> clicks;
+        for (const int id : f.Clicks)
+            clicks.push_back(id < 0 ? GlobalClick{2, -0.5, 0.0} : GlobalClick{id, f.X, f.Y});
+        log.clear();
+        windows.ProcessFrame(mouse, app, clicks, f.bInWindow);
+        EXPECT_EQ(log, f.Log) << "frame " << i;
+        EXPECT_EQ(app.bChildWindowProcessed, f.bTaken) << "frame " << i;
     }
-    EXPECT_EQ(Front.MouseProcessingCalls, 13) << "every child is processed every frame, shown or not";
-    EXPECT_EQ(Back.MouseProcessingCalls, 13);
+    p = nullptr;
 }
 
 TEST(MouseInput, ButtonsAndWheelAcrossFrames)
