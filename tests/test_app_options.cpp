@@ -5,7 +5,6 @@
 #include <fstream>
 #include <limits>
 #include <string>
-#include <tuple>
 #include <vector>
 
 #include <gtest/gtest.h>

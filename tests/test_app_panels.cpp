@@ -23,19 +23,18 @@ class AppPanels : public ::testing::Test
   protected:
     std::unique_ptr<Application> App;
 
-    // A fresh application (one window at a time) drawn once.
-    void Start(int WidthPx, int HeightPx, Panel EffectsPanel = Panel::Auto)
+    // A fresh application, one window at a time; FrameCount 0 runs by the clock as without --frames.
+    void Start(int WidthPx, int HeightPx, Panel EffectsPanel = Panel::Auto, int FrameCount = 1)
     {
         App.reset();
         App = std::make_unique<Application>();
         SDL_SetHint(SDL_HINT_VIDEO_DRIVER, "offscreen");
         sdlseam::Reset();
         AppOptions options;
-        options.WidthPx = WidthPx, options.HeightPx = HeightPx, options.FrameCount = 1;
+        options.WidthPx = WidthPx, options.HeightPx = HeightPx, options.FrameCount = FrameCount;
         options.EffectsPanel = EffectsPanel;
         std::string error;
         ASSERT_TRUE(App->Start(options, error)) << error;
-        Frame();
     }
     // Queues the events, then runs one frame; false once the application asked to quit.
     bool Frame(std::vector<SDL_Event> Events = {})
@@ -69,6 +68,7 @@ class AppPanels : public ::testing::Test
 TEST_F(AppPanels, KeysShowAndHidePanelsSwitchTheEffectAndQuit)
 {
     Start(800, 500);
+    Frame();
     GLViewport& view = App->GetViewport();
     JetExhaustDebugSettings& jet = view.JetExhaust.Debug();
     jet.BloomEnabled = false;
@@ -124,6 +124,20 @@ TEST_F(AppPanels, KeysShowAndHidePanelsSwitchTheEffectAndQuit)
     }
 }
 
+TEST_F(AppPanels, WithoutAFrameCountTheViewTurnsByTheClock)
+{
+    Start(320, 180, Panel::Auto, 0);
+    GLViewport& view = App->GetViewport();
+    const std::uint64_t startedNs = SDL_GetTicksNS();
+    double yawDeg = view.CameraYawDeg;
+    Key(SDLK_E); // turns 90 degrees a second while held, from the time the start ended
+    EXPECT_LE(view.CameraYawDeg - yawDeg, 90.0 * ((SDL_GetTicksNS() - startedNs) * 1e-9 + 0.001));
+    yawDeg = view.CameraYawDeg;
+    SDL_Delay(100);
+    Frame();
+    EXPECT_GE(view.CameraYawDeg - yawDeg, 9.0 - 1e-9) << "a tenth of a second waited turns 9 degrees";
+}
+
 TEST_F(AppPanels, TooltipAfterHalfASecondOnOneTarget)
 {
     Start(1280, 720);
@@ -164,6 +178,7 @@ TEST_F(AppPanels, EffectsPanelFontAndStatusBarFitEveryWindow)
     for (const auto& c : cases)
     {
         Start(c.W, c.H, c.Choice);
+        Frame();
         SCOPED_TRACE(::testing::Message() << c.W << "x" << c.H << " choice " << static_cast<int>(c.Choice));
         GLViewport& view = App->GetViewport();
         ASSERT_EQ(view.bJetEffectsPanelVisible, c.bShown);
@@ -197,18 +212,18 @@ TEST_F(AppPanels, EffectsPanelFontAndStatusBarFitEveryWindow)
     }
     // The bar's rectangle and top line end at its right edge, held to the window; none past the left.
     // clang-format off
-    const struct { float RightX; std::size_t Shapes; float ExpectedRightX; } cases[] = {
+    const struct { float RightX; std::size_t Shapes; float ExpectedRightX; } edges[] = {
         {0.76f, 2, 0.76f}, {5.0f, 2, 1.0f}, {-1.0f, 0, 0}, {-3.0f, 0, 0}, {std::numeric_limits<float>::quiet_NaN(), 0, 0}};
     // clang-format on
-    for (const auto& c : cases)
+    for (const auto& e : edges)
     {
-        App->GetWindow().StatusBarRightX = c.RightX;
+        App->GetWindow().StatusBarRightX = e.RightX;
         RecordText([&] { App->GetWindow().RenderStatusBar(); });
-        ASSERT_EQ(p->pRend->GetPrimitives().size(), c.Shapes) << "right edge " << c.RightX;
+        ASSERT_EQ(p->pRend->GetPrimitives().size(), e.Shapes) << "right edge " << e.RightX;
         for (const RendPrimitive& shape : p->pRend->GetPrimitives())
         {
-            EXPECT_FLOAT_EQ(std::fmin(shape.X1, shape.X2), -1.0f) << "right edge " << c.RightX;
-            EXPECT_FLOAT_EQ(std::fmax(shape.X1, shape.X2), c.ExpectedRightX) << "right edge " << c.RightX;
+            EXPECT_FLOAT_EQ(std::fmin(shape.X1, shape.X2), -1.0f) << "right edge " << e.RightX;
+            EXPECT_FLOAT_EQ(std::fmax(shape.X1, shape.X2), e.ExpectedRightX) << "right edge " << e.RightX;
         }
     }
 }
