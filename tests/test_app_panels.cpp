@@ -110,7 +110,9 @@ TEST_F(AppPanels, KeysShowAndHidePanelsSwitchTheEffectAndQuit)
         EXPECT_EQ(view.JetEffectsMemoryMiB > 0.0, jet.Enabled) << "step " << i;
     }
     Key(SDLK_F2);
+    const std::uint64_t beforeNs = SDL_GetTicksNS();
     Frame();
+    EXPECT_LE(App->GetFrameStats().GetCpuMs(), (SDL_GetTicksNS() - beforeNs) * 1e-6) << "one frame's time";
     EXPECT_NE(App->GetFrameStats().FormatLine().find(" fps | CPU "), std::string::npos);
     EXPECT_GT(App->GetFrameStats().GetCpuMs(), 0.0);
     EXPECT_FALSE(Key(SDLK_Q, SDL_KMOD_RCTRL));
@@ -124,18 +126,53 @@ TEST_F(AppPanels, KeysShowAndHidePanelsSwitchTheEffectAndQuit)
     }
 }
 
-TEST_F(AppPanels, WithoutAFrameCountTheViewTurnsByTheClock)
+TEST_F(AppPanels, WithoutAFrameCountTheViewTurnsAndTheUnitsMoveByTheClock)
 {
     Start(320, 180, Panel::Auto, 0);
     GLViewport& view = App->GetViewport();
-    const std::uint64_t startedNs = SDL_GetTicksNS();
-    double yawDeg = view.CameraYawDeg;
-    Key(SDLK_E); // turns 90 degrees a second while held, from the time the start ended
-    EXPECT_LE(view.CameraYawDeg - yawDeg, 90.0 * ((SDL_GetTicksNS() - startedNs) * 1e-9 + 0.001));
-    yawDeg = view.CameraYawDeg;
-    SDL_Delay(100);
+    const Vec3D aircraftAt = view.AirUnits.at(0)->Aircraft.Position;
+    SDL_Event key{}; // E turns 90 degrees a second while held
+    key.type = SDL_EVENT_KEY_DOWN, key.key.key = SDLK_E, key.key.down = true;
+    ASSERT_TRUE(SDL_PushEvent(&key));
+    std::uint64_t lastBeforeNs = 0;
+    for (int frame = 0; frame < 3; ++frame)
+    {
+        SDL_Delay(frame ? 100 : 0);
+        const double yawDeg = view.CameraYawDeg;
+        const std::uint64_t beforeNs = SDL_GetTicksNS();
+        App->ProcessInput();
+        // A frame steps by the time since the last one's step, which began after lastBeforeNs.
+        const double turnedDeg = view.CameraYawDeg - yawDeg;
+        if (frame > 0)
+            EXPECT_GE(turnedDeg, 9.0 - 1e-9) << "a tenth of a second waited turns 9 degrees";
+        if (frame > 1)
+            EXPECT_LE(turnedDeg, 90.0 * (SDL_GetTicksNS() - lastBeforeNs) * 1e-9 + 1e-9);
+        lastBeforeNs = beforeNs;
+    }
+    EXPECT_NE(view.AirUnits[0]->Aircraft.Position.X, aircraftAt.X) << "the aircraft fly on";
+}
+
+TEST_F(AppPanels, OverlaysAreDrawnOverTheScene)
+{
+    Start(1280, 720);
     Frame();
-    EXPECT_GE(view.CameraYawDeg - yawDeg, 9.0 - 1e-9) << "a tenth of a second waited turns 9 degrees";
+    App->DrawFrame(false);
+    const std::vector<std::uint8_t> bare = App->ReadBackBuffer();
+    App->DrawFrame(true);
+    const std::vector<std::uint8_t> full = App->ReadBackBuffer();
+    double x1 = 0, y1 = 0, x2 = 0, y2 = 0, mx1 = 0, my1 = 0, mx2 = 0, my2 = 0;
+    ASSERT_TRUE(App->GetViewport().GetNavWidgetPanelRect(x1, y1, x2, y2));
+    ASSERT_TRUE(App->GetMinimap().GetMapRectPx(App->GetViewport(), 1280, 720, mx1, my1, mx2, my2));
+    // The middles of the navigation widget, the minimap and the effects panel (right of its text).
+    const std::pair<double, double> points[] = {
+        {(x1 + x2) * 640, (y1 + y2) * 360}, {(mx1 + mx2) / 2, (my1 + my2) / 2}, {0.97 * 1280, 0.3 * 720}};
+    for (const auto& [x, y] : points)
+    {
+        const std::size_t at = (static_cast<std::size_t>(y) * 1280 + static_cast<std::size_t>(x)) * 4;
+        EXPECT_NE(std::vector(bare.begin() + at, bare.begin() + at + 3),
+                  std::vector(full.begin() + at, full.begin() + at + 3))
+            << "at " << x << ", " << y;
+    }
 }
 
 TEST_F(AppPanels, TooltipAfterHalfASecondOnOneTarget)
@@ -150,14 +187,14 @@ TEST_F(AppPanels, TooltipAfterHalfASecondOnOneTarget)
         {leftX, leftY, 0, ""},          {leftX, leftY, 499, ""},
         {leftX, leftY, 1, "Turn left"}, {leftX + 1, leftY, 0, "Turn left"}, // the same button keeps it
         {1200, 691.2, 0, ""},           // another target starts the wait again
-        {1200, 691.2, 500, "Rotate: turn the camera slowly"}, {640, 360, 600, ""}};
+        {1200, 691.2, 500, "Rotate: turn the camera slowly"}, {640, 360, 0, ""}};
     // clang-format on
     for (const auto& s : steps)
     {
         sdlseam::AdvanceTicks(s.AdvanceMs);
-        SDL_Event motion{};
+        SDL_Event motion{}; // none while the pointer rests: the frame goes on without events
         motion.type = SDL_EVENT_MOUSE_MOTION, motion.motion.x = float(s.XPx), motion.motion.y = float(s.YPx);
-        Frame({motion});
+        Frame(s.AdvanceMs ? std::vector<SDL_Event>{} : std::vector{motion});
         const char* shown = App->GetTooltip().GetShownText();
         EXPECT_STREQ(shown ? shown : "", s.Expected) << s.XPx << "," << s.YPx;
     }
