@@ -1,8 +1,10 @@
-// The application's own panels in a real headless window, driven through SDL's event queue: the
-// effects panel's font against FreeType's real advances, the show/hide keys, the minimap's clicks
-// and drags, the tooltips and the status bar's ellipsis.
+// The application in a real headless window, driven through SDL's event queue: its keys, the effects
+// panel's font against FreeType's real advances, the tooltips and the status bar beside the Rotate
+// toggle.
 #include <algorithm>
 #include <cmath>
+#include <functional>
+#include <limits>
 #include <memory>
 #include <string>
 
@@ -12,157 +14,257 @@
 #include "application.h"
 #include "controls.h"
 #include "helpoverlay.h"
-#include "pixelcanvas.h"
 #include "test_app.h"
-#include "vehicleunit.h"
 
 namespace
 {
+using Panel = AppOptions::Panel;
+
 class AppPanels : public ::testing::Test
 {
   protected:
     std::unique_ptr<Application> App;
 
-    // A fresh application (one window at a time) drawn once.
-    void Start(int WidthPx, int HeightPx)
+    // A fresh application, one window at a time; FrameCount 0 runs by the clock as without --frames.
+    void Start(int WidthPx, int HeightPx, Panel EffectsPanel = Panel::Auto, int FrameCount = 1)
     {
         App.reset();
         App = std::make_unique<Application>();
         SDL_SetHint(SDL_HINT_VIDEO_DRIVER, "offscreen");
         sdlseam::Reset();
         AppOptions options;
-        options.WidthPx = WidthPx;
-        options.HeightPx = HeightPx;
-        options.FrameCount = 1;
+        options.WidthPx = WidthPx, options.HeightPx = HeightPx, options.FrameCount = FrameCount;
+        options.EffectsPanel = EffectsPanel;
         std::string error;
         ASSERT_TRUE(App->Start(options, error)) << error;
-        Frame();
     }
-    void Frame()
+    // Queues the events, then runs one frame; false once the application asked to quit.
+    bool Frame(std::vector<SDL_Event> Events = {})
     {
-        App->ProcessInput();
+        for (SDL_Event& event : Events)
+        {
+            event.common.timestamp = SDL_GetTicksNS();
+            event.window.windowID = SDL_GetWindowID(App->GetCoreSDL().pWindow);
+            EXPECT_TRUE(SDL_PushEvent(&event)) << SDL_GetError();
+        }
+        const bool bGoOn = App->ProcessInput();
         App->DrawFrame();
+        return bGoOn;
     }
-    void Push(SDL_Event Event)
-    {
-        Event.common.timestamp = SDL_GetTicksNS();
-        ASSERT_TRUE(SDL_PushEvent(&Event)) << SDL_GetError();
-    }
-    void Key(SDL_Keycode Code, SDL_Keymod Mods = SDL_KMOD_NONE)
+    bool Key(SDL_Keycode Code, SDL_Keymod Mods = SDL_KMOD_NONE, bool bRepeat = false)
     {
         SDL_Event event{};
         event.type = SDL_EVENT_KEY_DOWN;
-        event.key.windowID = SDL_GetWindowID(App->GetCoreSDL().pWindow);
-        event.key.key = Code;
-        event.key.mod = Mods;
-        event.key.down = true;
-        Push(event);
-        Frame();
+        event.key.key = Code, event.key.mod = Mods, event.key.down = true, event.key.repeat = bRepeat;
+        return Frame({event});
     }
-    // Moves the pointer to a window pixel, then presses or releases Button there (0: none), one frame.
-    void Mouse(double XPx, double YPx, Uint8 Button = 0, bool bDown = false)
+    // The text calls one piece of drawing makes on its own; its shapes stay recorded.
+    std::vector<TTFTextCall> RecordText(const std::function<void()>& Draw)
     {
-        SDL_Event event{};
-        event.type = SDL_EVENT_MOUSE_MOTION;
-        event.motion.windowID = SDL_GetWindowID(App->GetCoreSDL().pWindow);
-        event.motion.x = static_cast<float>(XPx);
-        event.motion.y = static_cast<float>(YPx);
-        Push(event);
-        if (Button != 0)
-        {
-            event = {};
-            event.type = bDown ? SDL_EVENT_MOUSE_BUTTON_DOWN : SDL_EVENT_MOUSE_BUTTON_UP;
-            event.button.windowID = SDL_GetWindowID(App->GetCoreSDL().pWindow);
-            event.button.button = Button;
-            event.button.down = bDown;
-            event.button.x = static_cast<float>(XPx);
-            event.button.y = static_cast<float>(YPx);
-            Push(event);
-        }
-        Frame();
-    }
-    void MinimapRect(double& X1, double& Y1, double& X2, double& Y2)
-    {
-        const CoreSDL& window = App->GetCoreSDL();
-        ASSERT_TRUE(
-            App->GetMinimap().GetMapRectPx(App->GetViewport(), window.Width, window.Height, X1, Y1, X2, Y2));
-    }
-    // The text calls the effects panel makes on its own, recorded.
-    std::vector<TTFTextCall> RecordEffectsPanelText()
-    {
-        p->pRend->pTTF->ClearRecord();
-        App->GetViewport().RenderJetEffectsOverlay();
-        std::vector<TTFTextCall> calls = p->pRend->pTTF->GetTextCalls();
-        p->pRend->ClearRecord();
-        p->pRend->pTTF->ClearRecord();
-        return calls;
+        p->pRend->ClearRecord(), p->pRend->pTTF->ClearRecord();
+        Draw();
+        return p->pRend->pTTF->GetTextCalls();
     }
 };
 
-TEST_F(AppPanels, EffectsPanelHelpRowFitsInsideThePanel)
+TEST_F(AppPanels, KeysShowAndHidePanelsSwitchTheEffectAndQuit)
 {
-    // clang-format off
-    struct Case { int W, H, ExpectedFontPx; bool bWidthLimited; };
-    const Case cases[] = {{1280, 720, 10, true}, {1920, 1080, 13, false}}; // 13 px: the largest offered
-    // clang-format on
-    for (const Case& c : cases)
+    Start(800, 500);
+    Frame();
+    GLViewport& view = App->GetViewport();
+    JetExhaustDebugSettings& jet = view.JetExhaust.Debug();
+    jet.BloomEnabled = false;
+    // Help, frame counter, effects panel, minimap; the effect's shimmer, bloom, fog and trails.
+    const auto shown = [&]
     {
-        Start(c.W, c.H);
-        ASSERT_TRUE(App->GetViewport().bJetEffectsPanelVisible) << c.W << "x" << c.H;
-        const std::vector<TTFTextCall> rows = RecordEffectsPanelText();
-        const auto help =
-            std::find_if(rows.begin(), rows.end(),
-                         [](const TTFTextCall& row) { return row.Text.rfind("Click presets", 0) == 0; });
-        ASSERT_NE(help, rows.end());
-        EXPECT_EQ(help->SizePx, c.ExpectedFontPx) << c.W << "x" << c.H;
-        // Drawn from the pen's whole pixel to the panel's right edge at 0.98 of the width.
-        const double startPx = std::round((help->X + 1.0) * 0.5 * c.W);
-        const double endPx = startPx + App->GetFontMetrics().MeasureTextPx(help->Text, help->SizePx);
-        EXPECT_LE(endPx, 0.98 * c.W) << c.W << "x" << c.H;
-        if (c.bWidthLimited)
-        {
-            EXPECT_GT(App->GetFontMetrics().MeasureTextPx(help->Text, help->SizePx + 1), 0.98 * c.W - startPx)
-                << "one pixel larger would not fit at " << c.W << "x" << c.H;
-        }
+        std::string text;
+        for (const bool bOn : {App->GetHelp().bVisible, App->GetFrameStats().bVisible,
+                               view.bJetEffectsPanelVisible, App->GetMinimap().bVisible, jet.ShimmerEnabled,
+                               jet.BloomEnabled, jet.DepthFogEnabled, jet.ContrailsEnabled})
+            text += (text.size() == 4 ? " " : "") + std::string(bOn ? "1" : "0");
+        return text;
+    };
+    EXPECT_EQ(shown(), "0001 1011") << "the panel's rows cannot fit 500 px";
+    constexpr SDL_Keymod None = SDL_KMOD_NONE, Shift = SDL_KMOD_LSHIFT, Ctrl = SDL_KMOD_LCTRL;
+    constexpr SDL_Keymod CtrlShift = SDL_KMOD_LCTRL | SDL_KMOD_RSHIFT,
+                         ShiftCtrl = SDL_KMOD_RCTRL | SDL_KMOD_LSHIFT;
+    const char *const ready = "Jet effects ready", *const reloaded = "Jet shaders reloaded";
+    // clang-format off
+    // A held key's repeats change nothing; the effect comes back with its features as they were.
+    const struct { SDL_Keycode Key; SDL_Keymod Mods; bool bRepeat; const char* Shown; const char* Jet; } steps[] = {
+        {SDLK_F1, None, false, "1001 1011", ready},       {SDLK_F1, None, true, "1001 1011", ready},
+        {SDLK_QUESTION, Shift, false, "0001 1011", ready}, {SDLK_QUESTION, None, false, "0001 1011", ready},
+        {SDLK_F2, None, false, "0101 1011", ready},       {SDLK_F2, None, true, "0101 1011", ready},
+        {SDLK_F3, None, false, "0111 1011", ready},       {SDLK_F3, None, true, "0111 1011", ready},
+        {SDLK_M, None, false, "0110 1011", ready},        {SDLK_M, None, true, "0110 1011", ready},
+        {SDLK_M, Ctrl, false, "0110 1011", ready},        {SDLK_F3, None, false, "0100 1011", ready},
+        {SDLK_L, Ctrl, false, "0100 1011", ready},        {SDLK_L, Shift, false, "0100 1011", ready},
+        {SDLK_L, CtrlShift, false, "0100 0000", "Jet effects off"}, {SDLK_L, CtrlShift, true, "0100 0000", "Jet effects off"},
+        {SDLK_L, ShiftCtrl, false, "0100 1011", ready},   {SDLK_R, Shift, false, "0100 1011", ready},
+        {SDLK_R, ShiftCtrl, false, "0100 1011", reloaded}, {SDLK_F2, None, false, "0000 1011", reloaded},
+        {SDLK_M, None, false, "0001 1011", reloaded}};
+    // clang-format on
+    for (std::size_t i = 0; i < std::size(steps); ++i)
+    {
+        EXPECT_TRUE(Key(steps[i].Key, steps[i].Mods, steps[i].bRepeat));
+        EXPECT_EQ(shown(), steps[i].Shown) << "step " << i;
+        EXPECT_EQ(view.JetEffectsStatusText, steps[i].Jet) << "step " << i;
+        EXPECT_EQ(view.JetEffectsMemoryMiB > 0.0, jet.Enabled) << "step " << i;
+    }
+    Key(SDLK_F2);
+    const std::uint64_t beforeNs = SDL_GetTicksNS();
+    Frame();
+    EXPECT_LE(App->GetFrameStats().GetCpuMs(), (SDL_GetTicksNS() - beforeNs) * 1e-6) << "one frame's time";
+    EXPECT_NE(App->GetFrameStats().FormatLine().find(" fps | CPU "), std::string::npos);
+    EXPECT_GT(App->GetFrameStats().GetCpuMs(), 0.0);
+    EXPECT_FALSE(Key(SDLK_Q, SDL_KMOD_RCTRL));
+    for (const SDL_EventType quit : {SDL_EVENT_QUIT, SDL_EVENT_WINDOW_CLOSE_REQUESTED})
+    {
+        Start(320, 180);
+        SDL_Event event{};
+        event.type = quit;
+        EXPECT_TRUE(Frame());
+        EXPECT_FALSE(Frame({event})) << "event " << quit;
     }
 }
 
-TEST_F(AppPanels, KeysShowAndHideEachPanel)
+TEST_F(AppPanels, WithoutAFrameCountTheViewTurnsAndTheUnitsMoveByTheClock)
 {
-    Start(800, 500);
+    Start(320, 180, Panel::Auto, 0);
     GLViewport& view = App->GetViewport();
-    EXPECT_FALSE(view.bJetEffectsPanelVisible) << "its help row cannot fit 800 px at 9 px";
-    EXPECT_TRUE(App->GetMinimap().bVisible);
-    EXPECT_FALSE(App->GetHelp().bVisible);
-    EXPECT_FALSE(App->GetFrameStats().bVisible);
-    // clang-format off
-    struct Case { SDL_Keycode Key; SDL_Keymod Mods; bool bHelp, bStats, bPanel, bMinimap; };
-    const Case cases[] = {
-        {SDLK_F1, SDL_KMOD_NONE, true, false, false, true},
-        {SDLK_QUESTION, SDL_KMOD_LSHIFT, false, false, false, true},
-        {SDLK_QUESTION, SDL_KMOD_NONE, false, false, false, true},
-        {SDLK_F2, SDL_KMOD_NONE, false, true, false, true},
-        {SDLK_F3, SDL_KMOD_NONE, false, true, true, true},
-        {SDLK_M, SDL_KMOD_NONE, false, true, true, false},
-        {SDLK_M, SDL_KMOD_LCTRL, false, true, true, false},
-        {SDLK_F3, SDL_KMOD_NONE, false, true, false, false},
-        {SDLK_F2, SDL_KMOD_NONE, false, false, false, false},
-        {SDLK_M, SDL_KMOD_NONE, false, false, false, true},
-    };
-    // clang-format on
-    for (std::size_t i = 0; i < std::size(cases); ++i)
+    const Vec3D aircraftAt = view.AirUnits.at(0)->Aircraft.Position;
+    SDL_Event key{}; // E turns 90 degrees a second while held
+    key.type = SDL_EVENT_KEY_DOWN, key.key.key = SDLK_E, key.key.down = true;
+    ASSERT_TRUE(SDL_PushEvent(&key));
+    std::uint64_t lastBeforeNs = 0;
+    for (int frame = 0; frame < 3; ++frame)
     {
-        const Case& c = cases[i];
-        Key(c.Key, c.Mods);
-        EXPECT_EQ(App->GetHelp().bVisible, c.bHelp) << "step " << i;
-        EXPECT_EQ(App->GetFrameStats().bVisible, c.bStats) << "step " << i;
-        EXPECT_EQ(view.bJetEffectsPanelVisible, c.bPanel) << "step " << i;
-        EXPECT_EQ(App->GetMinimap().bVisible, c.bMinimap) << "step " << i;
+        SDL_Delay(frame ? 100 : 0);
+        const double yawDeg = view.CameraYawDeg;
+        const std::uint64_t beforeNs = SDL_GetTicksNS();
+        App->ProcessInput();
+        // A frame steps by the time since the last one's step, which began after lastBeforeNs.
+        const double turnedDeg = view.CameraYawDeg - yawDeg;
+        if (frame > 0)
+            EXPECT_GE(turnedDeg, 9.0 - 1e-9) << "a tenth of a second waited turns 9 degrees";
+        if (frame > 1)
+            EXPECT_LE(turnedDeg, 90.0 * (SDL_GetTicksNS() - lastBeforeNs) * 1e-9 + 1e-9);
+        lastBeforeNs = beforeNs;
     }
-    Key(SDLK_F2);
+    EXPECT_NE(view.AirUnits[0]->Aircraft.Position.X, aircraftAt.X) << "the aircraft fly on";
+}
+
+TEST_F(AppPanels, OverlaysAreDrawnOverTheScene)
+{
+    Start(1280, 720);
     Frame();
-    EXPECT_NE(App->GetFrameStats().FormatLine().find(" fps | CPU "), std::string::npos);
-    EXPECT_GT(App->GetFrameStats().GetCpuMs(), 0.0);
+    App->DrawFrame(false);
+    const std::vector<std::uint8_t> bare = App->ReadBackBuffer();
+    App->DrawFrame(true);
+    const std::vector<std::uint8_t> full = App->ReadBackBuffer();
+    double x1 = 0, y1 = 0, x2 = 0, y2 = 0, mx1 = 0, my1 = 0, mx2 = 0, my2 = 0;
+    ASSERT_TRUE(App->GetViewport().GetNavWidgetPanelRect(x1, y1, x2, y2));
+    ASSERT_TRUE(App->GetMinimap().GetMapRectPx(App->GetViewport(), 1280, 720, mx1, my1, mx2, my2));
+    // The middles of the navigation widget, the minimap and the effects panel (right of its text).
+    const std::pair<double, double> points[] = {
+        {(x1 + x2) * 640, (y1 + y2) * 360}, {(mx1 + mx2) / 2, (my1 + my2) / 2}, {0.97 * 1280, 0.3 * 720}};
+    for (const auto& [x, y] : points)
+    {
+        const std::size_t at = (static_cast<std::size_t>(y) * 1280 + static_cast<std::size_t>(x)) * 4;
+        EXPECT_NE(std::vector(bare.begin() + at, bare.begin() + at + 3),
+                  std::vector(full.begin() + at, full.begin() + at + 3))
+            << "at " << x << ", " << y;
+    }
+}
+
+TEST_F(AppPanels, TooltipAfterHalfASecondOnOneTarget)
+{
+    Start(1280, 720);
+    double x1 = 0, y1 = 0, x2 = 0, y2 = 0;
+    ASSERT_TRUE(App->GetViewport().GetNavWidgetPanelRect(x1, y1, x2, y2));
+    // Button 6 (turn left) at u 0.27..0.41, v 0.38..0.49 of the panel; the Rotate toggle's middle.
+    const double leftX = (x1 + 0.34 * (x2 - x1)) * 1280, leftY = (y1 + 0.435 * (y2 - y1)) * 720;
+    // clang-format off
+    const struct { double XPx, YPx; std::uint64_t AdvanceMs; const char* Expected; } steps[] = {
+        {leftX, leftY, 0, ""},          {leftX, leftY, 499, ""},
+        {leftX, leftY, 1, "Turn left"}, {leftX + 1, leftY, 0, "Turn left"}, // the same button keeps it
+        {1200, 691.2, 0, ""},           // another target starts the wait again
+        {1200, 691.2, 500, "Rotate: turn the camera slowly"}, {640, 360, 0, ""}};
+    // clang-format on
+    for (const auto& s : steps)
+    {
+        sdlseam::AdvanceTicks(s.AdvanceMs);
+        SDL_Event motion{}; // none while the pointer rests: the frame goes on without events
+        motion.type = SDL_EVENT_MOUSE_MOTION, motion.motion.x = float(s.XPx), motion.motion.y = float(s.YPx);
+        Frame(s.AdvanceMs ? std::vector<SDL_Event>{} : std::vector{motion});
+        const char* shown = App->GetTooltip().GetShownText();
+        EXPECT_STREQ(shown ? shown : "", s.Expected) << s.XPx << "," << s.YPx;
+    }
+}
+
+TEST_F(AppPanels, EffectsPanelFontAndStatusBarFitEveryWindow)
+{
+    // clang-format off
+    // Fit: 0 the help row need not fit, 1 it fits, 2 it fits and one pixel more would not. Rows lie
+    // 1.5 % of the height apart, so the height caps the font too; 13 px is the largest offered.
+    const struct { int W, H; Panel Choice; bool bShown; int FontPx, Fit; } cases[] = {
+        {1280, 720, Panel::Auto, true, 10, 2}, {1280, 1080, Panel::Auto, true, 10, 2},
+        {1920, 1080, Panel::Auto, true, 13, 1}, {1920, 600, Panel::Auto, true, 9, 1},
+        {800, 500, Panel::Auto, false, 9, 0},  {480, 320, Panel::Auto, false, 9, 0},
+        {800, 500, Panel::On, true, 9, 0},     {1920, 1080, Panel::Off, false, 13, 0}};
+    // clang-format on
+    const std::string message(300, 'W');
+    for (const auto& c : cases)
+    {
+        Start(c.W, c.H, c.Choice);
+        Frame();
+        SCOPED_TRACE(::testing::Message() << c.W << "x" << c.H << " choice " << static_cast<int>(c.Choice));
+        GLViewport& view = App->GetViewport();
+        ASSERT_EQ(view.bJetEffectsPanelVisible, c.bShown);
+        view.bJetEffectsPanelVisible = true;
+        const auto rows = RecordText([&] { view.RenderJetEffectsOverlay(); });
+        const auto help =
+            std::find_if(rows.begin(), rows.end(), [](auto& row) { return row.Text.rfind("Click", 0) == 0; });
+        ASSERT_NE(help, rows.end());
+        EXPECT_EQ(help->SizePx, c.FontPx);
+        // Drawn from the pen's whole pixel to the panel's right edge at 0.98 of the width.
+        const double roomPx = 0.98 * c.W - std::round((help->X + 1.0) * 0.5 * c.W);
+        const auto widthPx = [&](const TTFTextCall& Text, int SizePx)
+        { return App->GetFontMetrics().MeasureTextPx(Text.Text, SizePx); };
+        EXPECT_TRUE(c.Fit < 1 || widthPx(*help, help->SizePx) <= roomPx) << widthPx(*help, help->SizePx);
+        EXPECT_TRUE(c.Fit < 2 || widthPx(*help, help->SizePx + 1) > roomPx) << "one pixel larger fits too";
+
+        // The status bar stops 2 % of the viewport's width short of the Rotate toggle, which stays
+        // whole and clickable, and ends a long message with an ellipsis before that.
+        GLWindow& window = App->GetWindow();
+        double x1 = 0.0, y1 = 0.0, x2 = 0.0, y2 = 0.0;
+        ASSERT_TRUE(view.GetAutoRotateToggleRect(x1, y1, x2, y2));
+        const double toggleLeftX = view.WindowX1 + x1 * (view.WindowX2 - view.WindowX1);
+        EXPECT_NEAR(toggleLeftX - window.StatusBarRightX, 0.02 * (view.WindowX2 - view.WindowX1), 1e-6);
+        window.SetStatusBarText(message);
+        const auto calls = RecordText([&] { window.RenderStatusBar(); });
+        ASSERT_EQ(calls.size(), 1u);
+        EXPECT_TRUE(calls[0].Text.ends_with("...")) << calls[0].Text;
+        const double startPx = std::round((calls[0].X + 1.0) * 0.5 * c.W);
+        EXPECT_LE(startPx + widthPx(calls[0], calls[0].SizePx), (window.StatusBarRightX + 1.0) * 0.5 * c.W);
+        EXPECT_EQ(window.GetStatusBarText(), message) << "the state file keeps the whole text";
+    }
+    // The bar's rectangle and top line end at its right edge, held to the window; none past the left.
+    // clang-format off
+    const struct { float RightX; std::size_t Shapes; float ExpectedRightX; } edges[] = {
+        {0.76f, 2, 0.76f}, {5.0f, 2, 1.0f}, {-1.0f, 0, 0}, {-3.0f, 0, 0}, {std::numeric_limits<float>::quiet_NaN(), 0, 0}};
+    // clang-format on
+    for (const auto& e : edges)
+    {
+        App->GetWindow().StatusBarRightX = e.RightX;
+        RecordText([&] { App->GetWindow().RenderStatusBar(); });
+        ASSERT_EQ(p->pRend->GetPrimitives().size(), e.Shapes) << "right edge " << e.RightX;
+        for (const RendPrimitive& shape : p->pRend->GetPrimitives())
+        {
+            EXPECT_FLOAT_EQ(std::fmin(shape.X1, shape.X2), -1.0f) << "right edge " << e.RightX;
+            EXPECT_FLOAT_EQ(std::fmax(shape.X1, shape.X2), e.ExpectedRightX) << "right edge " << e.RightX;
+        }
+    }
 }
 
 TEST_F(AppPanels, HelpListFitsTheWindowOrCountsWhatItLeavesOut)
@@ -188,164 +290,4 @@ TEST_F(AppPanels, HelpListFitsTheWindowOrCountsWhatItLeavesOut)
     }
 }
 
-TEST_F(AppPanels, SwitchedOffEffectReadsAsOff)
-{
-    Start(1280, 720);
-    const auto featureRow = [&]
-    {
-        for (const TTFTextCall& row : RecordEffectsPanelText())
-            if (row.Text.rfind("Shimmer", 0) == 0)
-                return row.Text;
-        return std::string();
-    };
-    EXPECT_EQ(featureRow(), "Shimmer ON  Bloom ON  Fog ON  Trails ON");
-    App->GetViewport().JetExhaust.Debug().BloomEnabled = false;
-    Key(SDLK_L, SDL_KMOD_LCTRL | SDL_KMOD_LSHIFT);
-    EXPECT_EQ(featureRow(), "Shimmer OFF  Bloom OFF  Fog OFF  Trails OFF");
-    EXPECT_EQ(App->GetViewport().JetEffectsStatusText, "Jet effects off");
-    Key(SDLK_L, SDL_KMOD_LCTRL | SDL_KMOD_LSHIFT);
-    EXPECT_EQ(featureRow(), "Shimmer ON  Bloom OFF  Fog ON  Trails ON") << "as they were before";
-}
-
-TEST_F(AppPanels, MinimapLeftClickAndDragMoveTheOrbitCentre)
-{
-    Start(1280, 720);
-    GLViewport& view = App->GetViewport();
-    view.PanX = 40.0;
-    double x1 = 0, y1 = 0, x2 = 0, y2 = 0;
-    MinimapRect(x1, y1, x2, y2);
-    const double worldW = view.SpringMap.GetWorldWidth(), worldD = view.SpringMap.GetWorldDepth();
-    // The pointer lands on whole pixels: a pixel and a half of the minimap, in world units.
-    const double tolerance = 1.5 * worldW / (x2 - x1);
-    // clang-format off
-    struct Step { double U, V; bool bDown, bUp; double ExpectedU, ExpectedV; };
-    const Step steps[] = {
-        {0.25, 0.75, true, false, 0.25, 0.75}, // press
-        {0.6, 0.4, false, false, 0.6, 0.4},    // drag
-        {1.5, 0.5, false, false, 1.0, 0.5},    // dragged past the edge: pinned to the map's edge
-        {0.1, 0.1, false, true, 0.1, 0.1},     // release
-        {0.9, 0.9, false, false, 0.1, 0.1},    // moving without a button changes nothing
-    };
-    // clang-format on
-    for (const Step& s : steps)
-    {
-        const double xPx = x1 + s.U * (x2 - x1), yPx = y1 + s.V * (y2 - y1);
-        if (s.bDown || s.bUp)
-            Mouse(xPx, yPx, SDL_BUTTON_LEFT, s.bDown);
-        else
-            Mouse(xPx, yPx);
-        EXPECT_NEAR(view.WorldOffsetX, s.ExpectedU * worldW, tolerance) << s.U << "," << s.V;
-        EXPECT_NEAR(view.WorldOffsetZ, s.ExpectedV * worldD, tolerance) << s.U << "," << s.V;
-        EXPECT_EQ(view.PanX, 0.0);
-        EXPECT_FALSE(view.bSelectionDragActive) << "no band starts on the minimap";
-        EXPECT_FALSE(view.bOrbitDrag);
-    }
-    EXPECT_FALSE(view.bMouseInteraction) << "the pointer rests on the minimap";
-    Mouse(x2 + 200.0, y2 + 200.0);
-    EXPECT_TRUE(view.bMouseInteraction) << "off the minimap the view takes the pointer again";
-}
-
-TEST_F(AppPanels, MinimapRightClickOrdersTheSelection)
-{
-    Start(1280, 720);
-    GLViewport& view = App->GetViewport();
-    double x1 = 0, y1 = 0, x2 = 0, y2 = 0;
-    MinimapRect(x1, y1, x2, y2);
-    const double xPx = x1 + 0.3 * (x2 - x1), yPx = y1 + 0.6 * (y2 - y1);
-    const double goalX = 0.3 * view.SpringMap.GetWorldWidth(), goalZ = 0.6 * view.SpringMap.GetWorldDepth();
-    const std::size_t messages = App->GetWindow().GetStatusHistory().size();
-    Mouse(xPx, yPx, SDL_BUTTON_RIGHT, true);
-    Mouse(xPx, yPx, SDL_BUTTON_RIGHT, false);
-    EXPECT_EQ(App->GetWindow().GetStatusHistory().size(), messages) << "nothing selected: no order";
-
-    view.VehicleSelectionMask.assign(view.Vehicles.size(), false);
-    view.VehicleSelectionMask[0] = true;
-    // clang-format off
-    struct Case { SDL_Keymod Mods; const char* Message; std::size_t Goals; };
-    const Case cases[] = {{SDL_KMOD_NONE, "Selected units ordered to waypoint.", 1},
-                          {SDL_KMOD_LSHIFT, "Waypoint queued for selected units.", 2}};
-    // clang-format on
-    for (const Case& c : cases)
-    {
-        sdlseam::SetMods(c.Mods);
-        Mouse(xPx, yPx, SDL_BUTTON_RIGHT, true);
-        EXPECT_FALSE(view.bOrderDrag) << "the map's own order gesture does not start";
-        Mouse(xPx, yPx, SDL_BUTTON_RIGHT, false);
-        EXPECT_EQ(App->GetWindow().GetStatusBarText(), c.Message);
-        const VehicleUnit& vehicle = *view.Vehicles[0];
-        ASSERT_TRUE(vehicle.bHasTarget);
-        EXPECT_EQ(vehicle.WaypointQueue.size() + 1, c.Goals);
-        const Vec3D& goal = c.Goals == 1 ? vehicle.Target : vehicle.WaypointQueue.back();
-        // The goal is snapped to drivable ground near the point.
-        EXPECT_NEAR(goal.X, goalX, 64.0);
-        EXPECT_NEAR(goal.Z, goalZ, 64.0);
-        EXPECT_FALSE(view.bSelectionDragActive);
-    }
-}
-
-TEST_F(AppPanels, TooltipAfterHalfASecondBesideThePointer)
-{
-    Start(1280, 720);
-    GLViewport& view = App->GetViewport();
-    double x1 = 0, y1 = 0, x2 = 0, y2 = 0;
-    ASSERT_TRUE(view.GetNavWidgetPanelRect(x1, y1, x2, y2));
-    // Button 6 (turn left) at u 0.27..0.41, v 0.38..0.49 of the panel; the Rotate toggle's middle.
-    const double turnLeftX = (x1 + 0.34 * (x2 - x1)) * 1280, turnLeftY = (y1 + 0.435 * (y2 - y1)) * 720;
-    // clang-format off
-    struct Step { double XPx, YPx; std::uint64_t AdvanceMs; const char* Expected; };
-    const Step steps[] = {
-        {turnLeftX, turnLeftY, 0, nullptr},
-        {turnLeftX, turnLeftY, 499, nullptr},
-        {turnLeftX, turnLeftY, 1, "Turn left"},
-        {turnLeftX + 1, turnLeftY, 0, "Turn left"},      // moving on the same button keeps it
-        {0.9375 * 1280, 0.96 * 720, 0, nullptr},         // another target starts the wait again
-        {0.9375 * 1280, 0.96 * 720, 500, "Rotate: turn the camera slowly"},
-        {640, 360, 600, nullptr},
-    };
-    // clang-format on
-    for (const Step& s : steps)
-    {
-        sdlseam::AdvanceTicks(s.AdvanceMs);
-        Mouse(s.XPx, s.YPx);
-        const char* shown = App->GetTooltip().GetShownText();
-        EXPECT_STREQ(shown ? shown : "", s.Expected ? s.Expected : "") << s.XPx << "," << s.YPx;
-        if (!shown)
-            continue;
-        // The box never covers the pointer.
-        p->pRend->ClearRecord();
-        App->GetTooltip().Render(PixelCanvas(1280, 720), App->GetFontMetrics(), view);
-        ASSERT_FALSE(p->pRend->GetPrimitives().empty());
-        const RendPrimitive& box = p->pRend->GetPrimitives().front();
-        const double gx = s.XPx / 640.0 - 1.0, gy = 1.0 - s.YPx / 360.0;
-        EXPECT_FALSE(gx >= std::min(box.X1, box.X2) && gx <= std::max(box.X1, box.X2) &&
-                     gy >= std::min(box.Y1, box.Y2) && gy <= std::max(box.Y1, box.Y2));
-        p->pRend->ClearRecord();
-        p->pRend->pTTF->ClearRecord();
-    }
-}
-
-TEST_F(AppPanels, StatusBarEndsLongMessagesBeforeTheRotateToggle)
-{
-    const std::string message(300, 'W');
-    // clang-format off
-    struct Case { int W, H; };
-    const Case cases[] = {{480, 320}, {800, 500}, {1920, 1080}};
-    // clang-format on
-    for (const Case& c : cases)
-    {
-        Start(c.W, c.H);
-        App->GetWindow().SetStatusBarText(message);
-        App->GetWindow().RenderStatusBar();
-        const std::vector<TTFTextCall>& calls = p->pRend->pTTF->GetTextCalls();
-        ASSERT_EQ(calls.size(), 1u);
-        const std::string& shown = calls[0].Text;
-        EXPECT_EQ(shown.substr(shown.size() - 3), "...") << c.W;
-        const double startPx = std::round((calls[0].X + 1.0) * 0.5 * c.W);
-        const double rightPx = (App->GetWindow().StatusBarRightX + 1.0) * 0.5 * c.W;
-        EXPECT_LE(startPx + App->GetFontMetrics().MeasureTextPx(shown, calls[0].SizePx), rightPx) << c.W;
-        EXPECT_EQ(App->GetWindow().GetStatusBarText(), message) << "the state file keeps the whole text";
-        p->pRend->ClearRecord();
-        p->pRend->pTTF->ClearRecord();
-    }
-}
 } // namespace
