@@ -146,9 +146,13 @@ TEST_F(AppPanels, WithoutAFrameCountTheViewTurnsAndTheUnitsMoveByTheClock)
         // A frame steps by the time since the last one's step, which began after lastBeforeNs.
         const double turnedDeg = view.CameraYawDeg - yawDeg;
         if (frame > 0)
+        {
             EXPECT_GE(turnedDeg, 9.0 - 1e-9) << "a tenth of a second waited turns 9 degrees";
+        }
         if (frame > 1)
+        {
             EXPECT_LE(turnedDeg, 90.0 * (SDL_GetTicksNS() - lastBeforeNs) * 1e-9 + 1e-9);
+        }
         lastBeforeNs = beforeNs;
     }
     EXPECT_NE(view.AirUnits[0]->Aircraft.Position.X, aircraftAt.X) << "the aircraft fly on";
@@ -281,11 +285,15 @@ TEST_F(AppPanels, HelpListFitsTheWindowOrCountsWhatItLeavesOut)
         const std::size_t entries = std::count_if(layout.Lines.begin(), layout.Lines.end(),
                                                   [](const auto& l) { return !l.Input.empty(); });
         if (layout.Lines.back().Input == "...")
+        {
             EXPECT_EQ(layout.Lines.back().Does.rfind(std::to_string(controlCount - entries + 1) + " more", 0),
                       0u)
                 << w << ": " << layout.Lines.back().Does;
+        }
         else
+        {
             EXPECT_EQ(entries, controlCount) << w;
+        }
         EXPECT_EQ(layout.Lines.back().Input == "...", w == 480) << w;
     }
 }
