@@ -3,12 +3,9 @@
 #include <atomic>
 #include <csignal>
 #include <cstdio>
-#include <cstdlib>
-#include <cstring>
 #include <fstream>
 #include <string>
 
-#include <unistd.h>
 
 #include "application.h"
 #include "mapreport.h"
@@ -20,22 +17,6 @@
 namespace
 {
 constexpr int ExitFailure = 2;
-
-// A map unpacks megabytes into fresh memory, and on a virtual machine the first touch of each 4 KiB
-// page is a costly fault: glibc's malloc can back its arenas with transparent huge pages instead
-// (about a quarter of the faults and a third of an archive's load time), but reads that setting
-// only at process start. So the program starts itself once more with it added; if that fails it
-// simply runs on.
-void StartWithHugePageMalloc(char** Argv)
-{
-    constexpr const char* Setting = "glibc.malloc.hugetlb=1";
-    const char* tunables = std::getenv("GLIBC_TUNABLES");
-    if (tunables && std::strstr(tunables, "glibc.malloc.hugetlb"))
-        return;
-    const std::string value = tunables && *tunables ? std::string(tunables) + ":" + Setting : Setting;
-    if (setenv("GLIBC_TUNABLES", value.c_str(), 1) == 0)
-        execv("/proc/self/exe", Argv);
-}
 
 int Fail(const std::string& Reason)
 {
@@ -105,7 +86,6 @@ bool WriteOutputs(Application& App, const AppOptions& Options, int Frames,
 
 int main(int argc, char** argv)
 {
-    StartWithHugePageMalloc(argv);
     AppOptions options;
     std::string text;
     switch (ParseCommandLine(argc, argv, options, text))
