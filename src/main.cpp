@@ -6,7 +6,6 @@
 #include <fstream>
 #include <string>
 
-
 #include "application.h"
 #include "mapreport.h"
 #include "mapsetup.h"
