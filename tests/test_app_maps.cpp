@@ -108,6 +108,30 @@ TEST_F(AppMaps, DroppedMapReplacesTheOldOneWholeOrNotAtAll)
     }
 }
 
+TEST_F(AppMaps, EveryFixtureMapInTurnAndBackLeavesNoStaleState)
+{
+    Start("");
+    GLViewport& view = App->GetViewport();
+    for (const char* map : {"Blank16.sdd", "Map_Blueprint_V1.sdd", "bridge.sdd", "map_blueprint_v1.sd7",
+                            "map_blueprint_v1.sdz", "Blank16.sdd"})
+    {
+        view.VehicleSelectionMask.assign(view.VehicleSelectionMask.size(), true);
+        view.bAirUnitsSelected = true;
+        view.CameraYawDeg = 45.0;
+        ASSERT_TRUE(App->OpenMap((Maps / map).string())) << Status();
+        Frame();
+        EXPECT_EQ(view.Vehicles.size(), 5u) << map;
+        EXPECT_EQ(view.AirUnits.size(), 2u) << map;
+        EXPECT_EQ(view.VehicleSelectionMask, std::vector<bool>(5, false)) << map;
+        EXPECT_FALSE(view.bAirUnitsSelected) << map;
+        EXPECT_EQ(view.CameraYawDeg, 0.0) << map;
+        EXPECT_EQ(view.WorldOffsetX, view.SpringMap.GetWorldWidth() * 0.5) << map;
+        EXPECT_LE(view.CameraDistance, view.MaxCameraDistance) << map;
+        for (const auto& vehicle : view.Vehicles)
+            EXPECT_LT(vehicle->Position.X, view.SpringMap.GetWorldWidth()) << map;
+    }
+}
+
 TEST_F(AppMaps, ReloadKeepsTheCameraAndAFailedOneKeepsTheMap)
 {
     const fs::path smf = Dir / "bridge.sdd" / "maps" / "bridge.smf";
