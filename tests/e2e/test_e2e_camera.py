@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
 """End to end on a real X server: orbit, pan and wheel zoom with their limits, the Rotate toggle,
-drags that leave the window, the view keys, edge scrolling, the sky at a low pitch and the minimap.
+drags that leave the window, the view keys, edge scrolling, the sky at a low pitch, the minimap and
+the help and minimap keys.
 
 Usage: test_e2e_camera.py QUINDLE_BINARY WORK_DIR (exits 77 when Xvfb or xdotool is missing)."""
 
@@ -141,8 +142,30 @@ def minimap(s):
     s.check_messages(messages, [], "drag starting on the minimap")
 
 
+def panels(s):
+    """F1 lays the list of controls over the middle of the view and lifts it again; M hides the
+    minimap, leaving the dark ground beyond the map, and brings it back."""
+    s.xdo("key", "Home")
+    middle = [(W * 0.5 + dx, H * 0.45 + dy) for dx in (-150, 0, 150) for dy in (-40, 40)]
+    def brightness(): return sum(sum(c) for c in (s.image().pixel(x, y) for x, y in middle)) / len(middle)
+    plain = brightness()
+    for key, dimmed in (("F1", True), ("F1", False)):
+        s.xdo("key", key)
+        got = brightness()
+        s.check(got < 0.6 * plain if dimmed else got > 0.75 * plain, "middle of the view after " + key,
+                "dimmed" if dimmed else "as before (%.0f)" % plain, got)
+    x, y, side = MINIMAP
+    corner = [(x + side * f, y + side * g) for f in (0.3, 0.7) for g in (0.3, 0.7)]
+    for hidden in (True, False):
+        s.xdo("key", "m")
+        shown = [c for c in (s.image().pixel(px, py) for px, py in corner) if not darkish(c)]
+        s.check(len(shown) == (0 if hidden else 4), "minimap " + ("hidden" if hidden else "shown"),
+                "dark corner" if hidden else "the map's picture", shown)
+
+
 def main():
-    return q.run("camera", [orbit, pan_and_wheel, rotate_toggle, leave_during_drags, view_keys, edge_scroll, minimap])
+    return q.run("camera", [orbit, pan_and_wheel, rotate_toggle, leave_during_drags, view_keys, edge_scroll, minimap,
+                            panels])
 
 
 if __name__ == "__main__":
