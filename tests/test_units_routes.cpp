@@ -18,6 +18,18 @@ namespace
 {
 using namespace unitterrain;
 
+// A flat map of N x N corners where each corner is raised into a steep block with this chance.
+void LoadScatteredBlocks(SpringMapRenderer& map, DriveabilityGrid& grid, int n, double chance,
+                         std::mt19937& rng)
+{
+    std::vector<float> heights(static_cast<std::size_t>(n) * n, 0.0f);
+    std::bernoulli_distribution raised(chance);
+    for (float& h : heights)
+        h = raised(rng) ? 40.0f : 0.0f;
+    map.LoadHeightGrid(n, n, SquareSize, std::move(heights));
+    grid.SyncWith(map);
+}
+
 // Reference: Dijkstra over the drivable cells with the same moves (8 neighbours, no corner
 // cutting), by repeated linear scans. Returns the cost in cells to every cell (infinity if cut off).
 std::vector<double> ReferenceCosts(const DriveabilityGrid& grid, int startX, int startZ,
@@ -214,15 +226,9 @@ TEST(RoutePlanner, ClearLineMatchesFineSamplingOnRandomGrids)
     int clear = 0, blocked = 0;
     for (int mapIndex = 0; mapIndex < 4; ++mapIndex)
     {
-        const int n = 33;
-        std::vector<float> heights(static_cast<std::size_t>(n) * n, 0.0f);
-        std::bernoulli_distribution raised(0.03 + 0.02 * mapIndex);
-        for (float& h : heights)
-            h = raised(rng) ? 40.0f : 0.0f;
         SpringMapRenderer map;
-        map.LoadHeightGrid(n, n, SquareSize, std::move(heights));
         DriveabilityGrid grid;
-        grid.SyncWith(map);
+        LoadScatteredBlocks(map, grid, 33, 0.03 + 0.02 * mapIndex, rng);
         std::uniform_real_distribution<double> coord(0.0, 32.0 * SquareSize);
         for (int line = 0; line < 300; ++line)
         {
@@ -266,15 +272,9 @@ TEST(RoutePlanner, RandomMapsAgreeWithReferenceDijkstra)
     for (int mapIndex = 0; mapIndex < 6; ++mapIndex)
     {
         // 48x48 squares with random steep blocks (single raised corners) of varying density.
-        const int n = 49;
-        std::vector<float> heights(static_cast<std::size_t>(n) * n, 0.0f);
-        std::bernoulli_distribution raised(0.05 + 0.05 * mapIndex);
-        for (float& h : heights)
-            h = raised(rng) ? 40.0f : 0.0f;
         SpringMapRenderer map;
-        map.LoadHeightGrid(n, n, SquareSize, std::move(heights));
         DriveabilityGrid grid;
-        grid.SyncWith(map);
+        LoadScatteredBlocks(map, grid, 49, 0.05 + 0.05 * mapIndex, rng);
         RoutePlanner planner; // one planner for all pairs: reused buffers must not leak state
         std::uniform_real_distribution<double> coord(0.0, 48.0 * SquareSize);
         for (int pair = 0; pair < 25; ++pair)
