@@ -1,7 +1,12 @@
-// Frame cost of the application at 1280x720 on the default map, headless (SDL's offscreen driver;
-// on a machine without a GPU that is Mesa's llvmpipe). The whole frame waits for the GPU with
-// glFinish; the overlay benchmarks measure the CPU side: recording plus building and submitting
-// the batched vertices, with the GPU's catching up kept out of the timing.
+// Frame cost of the application at 1280x720, headless (SDL's offscreen driver; on a machine
+// without a GPU that is Mesa's llvmpipe), in three scenes: the default map, Blank16 (1024x1024
+// squares) and the default map with 2,000 vehicles and 100 aircraft. Each scene reports the whole
+// frame (waited for with glFinish, swap and readback excluded), its parts (terrain, units, jet
+// effect, overlays), the effect's five pass figures as its panel shows them, and the whole frame
+// over the terrain-only frame. A last benchmark times the frames while a 2,000-vehicle formation
+// order is planned, and the overlays' CPU side.
+#include <algorithm>
+#include <chrono>
 #include <cstdio>
 #include <memory>
 #include <string>
@@ -10,9 +15,28 @@
 #include <benchmark/benchmark.h>
 
 #include "application.h"
+#include "framepartstimer.h"
+#include "scene_gl.h"
+#include "vehicleunit.h"
 
 namespace
 {
+struct SceneSetup
+{
+    const char* MapPath; // "" for the built-in map
+    int VehicleCount;
+    int AircraftCount;
+};
+
+const std::string Blank16Path = std::string(QUINDLE_MAPS_DIR) + "/Blank16.sdd";
+// clang-format off
+const SceneSetup Scenes[] = {
+    {"", 12, 4},
+    {Blank16Path.c_str(), 12, 4},
+    {"", 2000, 100},
+};
+// clang-format on
+
 // One application for every benchmark: opening a window and a context per benchmark would
 // measure the driver's start-up, not a frame.
 Application* SharedApp()
@@ -29,58 +53,152 @@ Application* SharedApp()
             std::fprintf(stderr, "bench_frame: %s\n", error.c_str());
             return std::unique_ptr<Application>();
         }
-        // Every overlay visible: a selection band and a formation path in progress.
-        GLViewport& view = created->GetViewport();
-        view.VehicleSelectionMask.assign(view.Vehicles.size(), true);
-        view.bSelectionDragActive = true;
-        view.SelectionStartX = 0.2, view.SelectionStartY = 0.3;
-        view.SelectionEndX = 0.45, view.SelectionEndY = 0.6;
-        view.bOrderDrag = view.bOrderDragMoved = true;
-        view.OrderPressX = 0.3, view.OrderPressY = 0.7;
-        view.OrderCurrentX = 0.6, view.OrderCurrentY = 0.55;
-        for (int i = 0; i <= 40; ++i)
-        {
-            view.FormationScreenX.push_back(0.3 + 0.3 * i / 40.0);
-            view.FormationScreenY.push_back(0.7 - 0.15 * i / 40.0 + 0.03 * ((i % 5) - 2) / 2.0);
-        }
-        created->ProcessInput();
         return created;
     }();
     return app.get();
 }
 
-void BM_FrameWithOverlays(benchmark::State& state)
+// Every overlay visible: every unit selected, a selection band and a formation path in progress.
+void ShowOverlays(GLViewport& view)
+{
+    view.VehicleSelectionMask.assign(view.Vehicles.size(), true);
+    view.bAirUnitsSelected = true;
+    view.bSelectionDragActive = true;
+    view.SelectionStartX = 0.2, view.SelectionStartY = 0.3;
+    view.SelectionEndX = 0.45, view.SelectionEndY = 0.6;
+    view.bOrderDrag = view.bOrderDragMoved = true;
+    view.OrderPressX = 0.3, view.OrderPressY = 0.7;
+    view.OrderCurrentX = 0.6, view.OrderCurrentY = 0.55;
+    view.FormationScreenX.clear();
+    view.FormationScreenY.clear();
+    for (int i = 0; i <= 40; ++i)
+    {
+        view.FormationScreenX.push_back(0.3 + 0.3 * i / 40.0);
+        view.FormationScreenY.push_back(0.7 - 0.15 * i / 40.0 + 0.03 * ((i % 5) - 2) / 2.0);
+    }
+}
+
+bool ShowScene(Application& app, const SceneSetup& scene)
+{
+    GLViewport& view = app.GetViewport();
+    if (app.GetMapPath() != scene.MapPath && !app.OpenMap(scene.MapPath))
+        return false;
+    if (!view.PlaceUnitsOnMap(scene.VehicleCount, scene.AircraftCount))
+        return false;
+    ShowOverlays(view);
+    app.ProcessInput();
+    return true;
+}
+
+double MsSince(std::chrono::steady_clock::time_point start)
+{
+    return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
+}
+
+// The sky and the terrain alone, as a frame with nothing else would draw them.
+double MeasureTerrainOnlyMs(Application& app, int frames)
+{
+    GLViewport& view = app.GetViewport();
+    const std::array<float, 16> viewProjection = view.GetSceneViewProjection().ToFloat();
+    glFinish();
+    const auto start = std::chrono::steady_clock::now();
+    for (int i = 0; i < frames; ++i)
+    {
+        glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
+        view.pScene->DrawSky(view.CameraPitchDeg, view.CameraFovDeg);
+        view.SpringMap.Render(viewProjection.data());
+        glFinish();
+    }
+    return MsSince(start) / frames;
+}
+
+void BM_Frame(benchmark::State& state)
 {
     Application* app = SharedApp();
-    if (!app)
-        return state.SkipWithError("no GL context");
+    if (!app || !ShowScene(*app, Scenes[state.range(0)]))
+        return state.SkipWithError("no GL context or the scene did not load");
+    GLViewport& view = app->GetViewport();
+    app->DrawFrame(true); // first-use uploads stay out of the figures
+    glFinish();
+    double wholeMs = 0.0;
     for (auto _ : state)
     {
+        const auto start = std::chrono::steady_clock::now();
         app->DrawFrame(true);
         glFinish();
+        wholeMs += MsSince(start);
     }
+    wholeMs /= static_cast<double>(std::max<benchmark::IterationCount>(state.iterations(), 1));
+    constexpr int PartFrames = 5;
+    FramePartsTimer timer;
+    view.pPartsTimer = &timer;
+    for (int i = 0; i < PartFrames; ++i)
+        app->DrawFrame(true);
+    view.pPartsTimer = nullptr;
+    const auto part = [&](FramePartsTimer::Part which) { return timer.GetMeanMs(which); };
+    state.counters["fps"] = 1000.0 / wholeMs;
+    state.counters["terrain_ms"] = part(FramePartsTimer::Part::Terrain);
+    state.counters["units_ms"] = part(FramePartsTimer::Part::Units);
+    state.counters["jet_ms"] = part(FramePartsTimer::Part::JetEffect);
+    state.counters["overlays_ms"] = part(FramePartsTimer::Part::Overlays);
+    static const char* const PassNames[JetExhaustPassCount] = {"jet_scene", "jet_mask", "jet_shimmer",
+                                                               "jet_bloom", "jet_composite"};
+    for (int pass = 0; pass < JetExhaustPassCount; ++pass)
+        state.counters[PassNames[pass]] = view.JetEffectsGpuMs[pass];
+    const double terrainOnlyMs = MeasureTerrainOnlyMs(*app, PartFrames);
+    state.counters["terrain_only_ms"] = terrainOnlyMs;
+    state.counters["whole_over_terrain"] = wholeMs / terrainOnlyMs;
+    state.counters["gpu_queries"] = timer.UsesGpuQueries() ? 1 : 0;
 }
-BENCHMARK(BM_FrameWithOverlays)->Unit(benchmark::kMillisecond)->UseRealTime();
+// 0: the default map, 1: Blank16, 2: the default map with 2,000 vehicles and 100 aircraft.
+BENCHMARK(BM_Frame)->ArgName("scene")->DenseRange(0, 2)->Unit(benchmark::kMillisecond)->UseRealTime();
 
-void BM_FrameWithoutOverlays(benchmark::State& state)
+// A formation order for 2,000 vehicles across the default map, then frames as the application runs
+// them (input, simulation step, drawing) until every route is planned: the longest frame is what a
+// person sees stutter.
+void BM_FormationOrder2000Frames(benchmark::State& state)
 {
     Application* app = SharedApp();
-    if (!app)
-        return state.SkipWithError("no GL context");
+    if (!app || !ShowScene(*app, Scenes[2]))
+        return state.SkipWithError("no GL context or the scene did not load");
+    GLViewport& view = app->GetViewport();
+    view.bOrderDrag = view.bOrderDragMoved = view.bSelectionDragActive = false;
+    const double sizeX = view.SpringMap.GetWorldWidth(), sizeZ = view.SpringMap.GetWorldDepth();
+    std::vector<Vec3D> path;
+    for (int i = 0; i <= 20; ++i)
+        path.emplace_back(sizeX * (0.15 + 0.7 * i / 20.0), 0.0, sizeZ * (0.2 + 0.1 * (i % 2)));
+    double longestMs = 0.0;
+    int frames = 0;
+    const auto anyWaiting = [&]
+    {
+        return std::any_of(view.Vehicles.begin(), view.Vehicles.end(),
+                           [](const auto& v) { return v && v->bHasTarget && v->bNeedsRouteRefresh; });
+    };
     for (auto _ : state)
     {
-        app->DrawFrame(false);
-        glFinish();
+        auto start = std::chrono::steady_clock::now();
+        view.SubmitSelectedVehicleFormationRoute(path, false);
+        do
+        {
+            app->ProcessInput();
+            app->DrawFrame(true);
+            glFinish();
+            longestMs = std::max(longestMs, MsSince(start));
+            start = std::chrono::steady_clock::now();
+            ++frames;
+        } while (anyWaiting() && frames < 10000);
     }
+    state.counters["longest_frame_ms"] = longestMs;
+    state.counters["frames_to_plan"] = static_cast<double>(frames) / static_cast<double>(state.iterations());
 }
-BENCHMARK(BM_FrameWithoutOverlays)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_FormationOrder2000Frames)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(1);
 
 // All five overlays: recording, vertex building and submission.
 void BM_OverlaysCpu(benchmark::State& state)
 {
     Application* app = SharedApp();
-    if (!app)
-        return state.SkipWithError("no GL context");
+    if (!app || !ShowScene(*app, Scenes[0]))
+        return state.SkipWithError("no GL context or the scene did not load");
     for (auto _ : state)
     {
         app->DrawOverlays();
@@ -95,8 +213,8 @@ BENCHMARK(BM_OverlaysCpu)->Unit(benchmark::kMicrosecond);
 void BM_OverlaysRecordOnly(benchmark::State& state)
 {
     Application* app = SharedApp();
-    if (!app)
-        return state.SkipWithError("no GL context");
+    if (!app || !ShowScene(*app, Scenes[0]))
+        return state.SkipWithError("no GL context or the scene did not load");
     GLViewport& view = app->GetViewport();
     for (auto _ : state)
     {

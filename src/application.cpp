@@ -275,14 +275,19 @@ void Application::DrawFrame(bool bOverlays)
     glClearColor(0.0f, 0.0f, 0.0f, 1.0f);
     glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
     Viewport.Render();
-    if (bOverlays)
-        RecordOverlays();
-    Window.StatusBarRightX = GetStatusBarRightX();
-    Window.RenderStatusBar();
-    BatchRecorded();
-    if (bOverlays)
-        RecordAppOverlays();
-    Batch.Submit(FontBackend.GetAtlasTexture());
+    {
+        const ScopedFramePart part(Viewport.pPartsTimer, FramePartsTimer::Part::Overlays);
+        if (bOverlays)
+            RecordOverlays();
+        Window.StatusBarRightX = GetStatusBarRightX();
+        Window.RenderStatusBar();
+        BatchRecorded();
+        if (bOverlays)
+            RecordAppOverlays();
+        Batch.Submit(FontBackend.GetAtlasTexture());
+    }
+    if (Viewport.pPartsTimer)
+        Viewport.pPartsTimer->CountFrame();
     Stats.EndGpu();
     Stats.EndCpu(SDL_GetTicksNS());
 }

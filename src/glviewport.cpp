@@ -237,11 +237,15 @@ void GLViewport::Render()
     if (bSpringMapView)
     {
         const std::array<float, 16> viewProjection = GetSceneViewProjection().ToFloat();
-        if (pScene)
-            pScene->DrawSky(CameraPitchDeg, CameraFovDeg);
-        SpringMap.Render(viewProjection.data());
+        {
+            const ScopedFramePart part(pPartsTimer, FramePartsTimer::Part::Terrain);
+            if (pScene)
+                pScene->DrawSky(CameraPitchDeg, CameraFovDeg);
+            SpringMap.Render(viewProjection.data());
+        }
         if (pScene)
         {
+            const ScopedFramePart part(pPartsTimer, FramePartsTimer::Part::Units);
             Vec3D eye;
             CameraGuard::GetEyePosition(*this, CameraDistance, eye.X, eye.Y, eye.Z);
             const SceneContent content{SpringMap,
@@ -255,6 +259,7 @@ void GLViewport::Render()
                                        (SDL_GetModState() & SDL_KMOD_SHIFT) != 0};
             pScene->Draw(content, viewProjection);
         }
+        const ScopedFramePart part(pPartsTimer, FramePartsTimer::Part::JetEffect);
         RenderJetEffects(*this, viewProjection, leftPx, bottomPx, viewportWidthPx, viewportHeightPx);
     }
     // The 2D overlays draw in global coordinates across the whole window.

@@ -8,6 +8,7 @@
 #include <epoxy/gl.h>
 
 #include "airsim.h"
+#include "framepartstimer.h"
 #include "glchildwindow.h"
 #include "gltogglebutton.h"
 #include "jetexhaust.h"
@@ -179,6 +180,8 @@ class GLViewport : public GLChildWindow
     // after a failed creation the map is still drawn, without units, and creation is not retried.
     std::unique_ptr<SceneGL> pScene;
     bool bSceneCreateFailed = false;
+    // Set by a measuring run: Render times its parts with it.
+    FramePartsTimer* pPartsTimer = nullptr;
 
   private:
     // The frame's mouse input, read once at the start of MouseProcessing.
