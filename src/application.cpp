@@ -65,6 +65,8 @@ bool Application::Start(const AppOptions& Options, std::string& Error)
     if (Options.bBrowse)
         ShowMapBrowser(true);
     bFixedTimeStep = Options.FrameCount > 0;
+    if (!bFixedTimeStep)
+        Viewport.Units.RoutePlanBudgetMs = InteractiveRoutePlanBudgetMs;
     Keys.Camera.bEdgeScroll = (SDL_GetWindowFlags(CoreSdl.pWindow) & SDL_WINDOW_FULLSCREEN) != 0;
     LastFrameNs = SDL_GetTicksNS();
     return true;

@@ -56,6 +56,9 @@ class Application
     // The back buffer as RGBA rows, top first (call before PresentFrame).
     std::vector<std::uint8_t> ReadBackBuffer() const;
 
+    // Route planning a frame of the interactive loop may spend: a fifth of a 30 fps frame.
+    static constexpr double InteractiveRoutePlanBudgetMs = 6.0;
+
     GLViewport& GetViewport() { return Viewport; }
     GLWindow& GetWindow() { return Window; }
     const CoreSDL& GetCoreSDL() const { return CoreSdl; }

@@ -3,6 +3,7 @@
 #include "unitsimulation.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cmath>
 
 #include "heading.h"
@@ -13,6 +14,9 @@ namespace
 // Route searches one step may run; the rest wait a step, so ordering every vehicle at once spreads
 // its cost over a few frames instead of stalling one.
 constexpr int MaxRoutePlansPerStep = 256;
+// These many run in every step whatever they cost, so a small order is planned in the step after it
+// on any machine, and the planning always moves on.
+constexpr int MinRoutePlansPerStep = 16;
 // A hitch longer than this is not caught up: units would jump across steep ground.
 constexpr double MaxStepSec = 0.25;
 
@@ -49,10 +53,21 @@ void UnitSimulation::Step(double dtSec)
         return;
     dtSec = std::min(dtSec, MaxStepSec);
     Driveability.SyncWith(Map);
+    using Clock = std::chrono::steady_clock;
+    const Clock::time_point startedAt = Clock::now();
     int routePlanBudget = MaxRoutePlansPerStep;
     for (const std::unique_ptr<VehicleUnit>& vehicle : Vehicles)
-        if (vehicle)
-            vehicle->Update(dtSec, Map, Driveability, Planner, routePlanBudget);
+    {
+        if (!vehicle)
+            continue;
+        const int budgetBefore = routePlanBudget;
+        vehicle->Update(dtSec, Map, Driveability, Planner, routePlanBudget);
+        // The clock is read only after a search: stepping vehicles that just drive costs no time.
+        if (routePlanBudget < budgetBefore &&
+            MaxRoutePlansPerStep - routePlanBudget >= MinRoutePlansPerStep &&
+            std::chrono::duration<double, std::milli>(Clock::now() - startedAt).count() > RoutePlanBudgetMs)
+            routePlanBudget = 0;
+    }
     AirSim.Step(AirUnits, dtSec);
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <limits>
 #include <memory>
 #include <vector>
 
@@ -21,7 +22,13 @@ class UnitSimulation
                    std::vector<std::unique_ptr<AirUnit>>& AirUnits);
 
     // Advances vehicles and aircraft by dtSec seconds; the application calls it once per frame.
+    // Vehicles waiting for a route are planned in order until the step has spent RoutePlanBudgetMs
+    // (a few searches always run); the others keep waiting, and start when their route arrives.
     void Step(double dtSec);
+    // Infinite: the number of searches alone spreads an order over steps, so a run of a fixed number
+    // of frames comes out the same on any machine. The interactive loop sets a budget that keeps a
+    // frame smooth on software GL.
+    double RoutePlanBudgetMs = std::numeric_limits<double>::infinity();
     // Replaces the units with VehicleCount vehicles on drivable ground around the map's centre and
     // AircraftCount aircraft circling above it, the same way every time. False, changing nothing,
     // when no map is loaded or it lacks drivable room.

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstdio>
 #include <limits>
+#include <memory>
 #include <random>
 
 #include <gtest/gtest.h>
@@ -13,6 +14,8 @@
 #include "goaldistancefield.h"
 #include "routeplanner.h"
 #include "test_units_terrain.h"
+#include "unitsimulation.h"
+#include "vehicleunit.h"
 
 namespace
 {
@@ -354,6 +357,71 @@ TEST(RoutePlanner, GroupOrderAcrossTheRidgeSharesOneFieldAndStaysDrivable)
         grid.FindCell(to.X, to.Z, tx, tz);
         const double shortest = ReferenceCosts(grid, fx, fz)[tz * grid.GetWidth() + tx] * SquareSize;
         EXPECT_LE(RouteLength(from.X, from.Z, route), shortest + 4.0 * SquareSize) << "vehicle " << i;
+    }
+}
+} // namespace
+
+namespace
+{
+TEST(UnitSimulation, BudgetedPlanningGivesTheDirectPlannersRoutesAsTheyArrive)
+{
+    // With no time to spare each step plans only its few guaranteed searches: the order arrives over
+    // several steps, waiting vehicles stand still, and every route equals what one planner gives
+    // for the same requests in the same order.
+    const unsigned seed = 40417u;
+    std::printf("seed %u\n", seed);
+    std::mt19937 rng(seed);
+    SpringMapRenderer map;
+    DriveabilityGrid grid;
+    LoadScatteredBlocks(map, grid, 65, 0.08, rng);
+    std::vector<std::unique_ptr<VehicleUnit>> vehicles;
+    std::vector<std::unique_ptr<AirUnit>> airUnits;
+    std::vector<Vec3D> starts, goals;
+    std::uniform_real_distribution<double> coord(0.0, 64.0 * SquareSize);
+    while (vehicles.size() < 100)
+    {
+        const Vec3D from(coord(rng), 0.0, coord(rng)), to(coord(rng), 0.0, coord(rng));
+        if (!grid.IsDriveable(from.X, from.Z) || !grid.IsDriveable(to.X, to.Z))
+            continue;
+        vehicles.push_back(std::make_unique<VehicleUnit>());
+        vehicles.back()->Position = from;
+        vehicles.back()->Position.Y = map.GetTerrainHeight(from.X, from.Z);
+        vehicles.back()->SetWaypoint(to);
+        starts.push_back(vehicles.back()->Position);
+        goals.push_back(to);
+    }
+    UnitSimulation simulation(map, vehicles, airUnits);
+    simulation.RoutePlanBudgetMs = 0.0;
+    std::vector<std::vector<Vec3D>> arrived(vehicles.size());
+    std::vector<int> arrivalStep(vehicles.size(), -1);
+    for (int step = 0; step < 20; ++step)
+    {
+        simulation.Step(1.0 / 60.0);
+        for (std::size_t i = 0; i < vehicles.size(); ++i)
+        {
+            if (arrivalStep[i] < 0 && !vehicles[i]->bNeedsRouteRefresh)
+            {
+                arrivalStep[i] = step;
+                arrived[i] = vehicles[i]->Route;
+            }
+            if (arrivalStep[i] < 0)
+            {
+                EXPECT_EQ(vehicles[i]->Position.X, starts[i].X) << "waiting vehicle " << i << " moved";
+            }
+        }
+    }
+    RoutePlanner direct;
+    for (std::size_t i = 0; i < vehicles.size(); ++i)
+    {
+        // Sixteen searches a step, in list order.
+        EXPECT_EQ(arrivalStep[i], static_cast<int>(i / 16)) << "vehicle " << i;
+        std::vector<Vec3D> route;
+        ASSERT_TRUE(direct.PlanRoute(grid, map, starts[i], goals[i], route)) << "vehicle " << i;
+        ASSERT_EQ(arrived[i].size(), route.size()) << "vehicle " << i;
+        for (std::size_t k = 0; k < route.size(); ++k)
+            EXPECT_TRUE(arrived[i][k].X == route[k].X && arrived[i][k].Y == route[k].Y &&
+                        arrived[i][k].Z == route[k].Z)
+                << "vehicle " << i << " point " << k;
     }
 }
 } // namespace
