@@ -78,7 +78,9 @@ bool WriteOutputs(Application& App, const AppOptions& Options, int Frames,
            WriteTextFile(Options.StateOutPath,
                          BuildStateJson(
                              App.GetViewport(), App.GetWindow(), Frames,
-                             {App.GetMapName(), App.GetMapPath(), App.GetMapReloads(), App.GetMapWarnings()}),
+                             {App.GetMapName(), App.GetMapPath(), App.GetMapReloads(), App.GetMapWarnings()},
+                             {App.GetHelp().bVisible, App.GetMinimap().bVisible, App.GetFrameStats().bVisible,
+                              App.GetMapBrowser().IsOpen(), App.GetTooltip().GetShownText()}),
                          Error);
 }
 } // namespace

@@ -53,26 +53,43 @@ void MapBrowser::Open(const std::vector<std::string>& Folders)
     ScannedFolders = Folders;
     pScan = std::make_shared<Scan>();
     Choice = FirstRow = 0;
-    Worker = std::jthread(
-        [Folders, scan = pScan](std::stop_token Stop)
+    Worker =
+        std::jthread([Folders, scan = pScan](std::stop_token Stop) { ScanFolders(Folders, *scan, Stop); });
+}
+
+void MapBrowser::ScanFolders(const std::vector<std::string>& Folders, Scan& Into, std::stop_token Stop)
+{
+    std::vector<MapListing> all;
+    for (const std::string& folder : Folders)
+        for (MapListing& listing : ListMapsInFolder(folder))
+            all.push_back(std::move(listing));
+    {
+        const std::lock_guard<std::mutex> lock(Into.Mutex);
+        Into.Maps = all;
+    }
+    for (std::size_t left = all.size(); left > 0 && !Stop.stop_requested(); --left)
+    {
+        std::size_t next = 0;
         {
-            std::vector<MapListing> all;
-            for (const std::string& folder : Folders)
-                for (MapListing& listing : ListMapsInFolder(folder))
-                    all.push_back(std::move(listing));
+            const std::lock_guard<std::mutex> lock(Into.Mutex);
+            const auto unread = [&](const std::string& path)
             {
-                const std::lock_guard<std::mutex> lock(scan->Mutex);
-                scan->Maps = all;
-            }
-            for (std::size_t i = 0; i < all.size() && !Stop.stop_requested(); ++i)
-            {
-                ReadMapListing(all[i]);
-                const std::lock_guard<std::mutex> lock(scan->Mutex);
-                scan->Maps[i] = all[i];
-            }
-            const std::lock_guard<std::mutex> lock(scan->Mutex);
-            scan->bDone = true;
-        });
+                return std::find_if(all.begin(), all.end(),
+                                    [&](const MapListing& m)
+                                    { return !m.bRead && (path.empty() || m.Path == path); });
+            };
+            auto it = all.end();
+            for (const std::string& path : Into.WantedPaths)
+                if ((it = unread(path)) != all.end())
+                    break;
+            next = static_cast<std::size_t>((it != all.end() ? it : unread("")) - all.begin());
+        }
+        ReadMapListing(all[next]);
+        const std::lock_guard<std::mutex> lock(Into.Mutex);
+        Into.Maps[next] = all[next];
+    }
+    const std::lock_guard<std::mutex> lock(Into.Mutex);
+    Into.bDone = true;
 }
 
 bool MapBrowser::IsScanDone() const
@@ -190,6 +207,13 @@ void MapBrowser::Render(const PixelCanvas& Canvas, const FontMetrics& Metrics, i
         return;
     const Box box = GetBox(Canvas.GetWidthPx(), AvailableHeightPx);
     const std::vector<MapListing> shown = GetShown();
+    {
+        // What is drawn is what the worker reads next.
+        const std::lock_guard<std::mutex> lock(pScan->Mutex);
+        pScan->WantedPaths.clear();
+        for (int row = FirstRow; row < FirstRow + box.RowCount && row < static_cast<int>(shown.size()); ++row)
+            pScan->WantedPaths.push_back(shown[static_cast<std::size_t>(row)].Path);
+    }
     const int textWidthPx = static_cast<int>(box.X2Px - box.X1Px) - 3 * PaddingPx - ThumbnailPx;
     const double textXPx = box.X1Px + 2 * PaddingPx + ThumbnailPx;
     if (!Canvas.Begin())

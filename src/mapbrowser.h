@@ -16,8 +16,8 @@ class PixelCanvas;
 
 // The map browser (Tab, or --browse): a panel over the view listing the maps of some folders with
 // each one's name, size, packing and minimap thumbnail, narrowed by typing, opened with Enter or a
-// click. The folders are read on a worker thread, the list first and then each map's facts, so the
-// frame loop never waits for a disk or a big archive.
+// click. The folders are read on a worker thread, the list first and then each map's facts (the rows
+// on screen first, each map once), so the frame loop never waits for a disk or a big archive.
 class MapBrowser
 {
   public:
@@ -54,6 +54,7 @@ class MapBrowser
     {
         std::mutex Mutex;
         std::vector<MapListing> Maps;
+        std::vector<std::string> WantedPaths; // the rows on screen, read before the others
         bool bDone = false;
     };
     struct Box
@@ -63,6 +64,8 @@ class MapBrowser
         int RowCount = 0; // rows that fit
     };
     static Box GetBox(int WidthPx, int AvailableHeightPx);
+    // The worker: lists the folders, then reads each map's facts, wanted ones first.
+    static void ScanFolders(const std::vector<std::string>& Folders, Scan& Into, std::stop_token Stop);
     void StopScan();
     void MoveChoice(int Step);
 

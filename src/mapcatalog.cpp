@@ -5,7 +5,6 @@
 #include <filesystem>
 #include <system_error>
 
-#include "mapsetup.h"
 #include "minimap.h"
 #include "springmap_archive.h"
 #include "springmap_loader.h"
@@ -93,7 +92,10 @@ void ReadMapListing(MapListing& Listing)
     SpringMap map;
     std::string error;
     Listing.bRead = true;
-    if (!LoadSpringMap(Listing.Path, map, error))
+    // The tiles are most of a map's bytes and none of its listing.
+    SpringMapLoader::Options options;
+    options.bReadTiles = false;
+    if (!SpringMapLoader::Load(Listing.Path, map, error, options))
     {
         Listing.Error = error;
         return;

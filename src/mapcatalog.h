@@ -26,5 +26,6 @@ std::vector<std::string> GetUserMapFolders();
 // The maps directly inside Folder (.sd7, .sdz and .smf files, .sdd folders), sorted by name,
 // unread; none when Folder cannot be listed.
 std::vector<MapListing> ListMapsInFolder(const std::string& Folder);
-// Loads the map to fill in its name, size and thumbnail; a map that fails says so in Error.
+// Reads the map, tiles left out, to fill in its name, size and thumbnail; a map that fails says so
+// in Error.
 void ReadMapListing(MapListing& Listing);

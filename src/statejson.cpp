@@ -152,6 +152,16 @@ std::string MessagesJson(const GLWindow& Window)
     }
     return out + (bFirst ? "]\n" : "\n  ]\n");
 }
+std::string PanelsJson(const GLViewport& View, const PanelFacts& Panels)
+{
+    const auto flag = [](bool bOn) { return bOn ? "true" : "false"; };
+    return std::string("  \"panels\": {\"help\": ") + flag(Panels.bHelp) +
+           ", \"minimap\": " + flag(Panels.bMinimap) + ", \"frameStats\": " + flag(Panels.bFrameStats) +
+           ", \"effects\": " + flag(View.bJetEffectsPanelVisible) +
+           ", \"browser\": " + flag(Panels.bBrowser) +
+           ", \"tooltip\": " + (Panels.pTooltip ? JsonQuote(Panels.pTooltip) : std::string("null")) + "},\n";
+}
+
 } // namespace
 
 std::string JsonStrings(const std::vector<std::string>& Texts)
@@ -163,11 +173,12 @@ std::string JsonStrings(const std::vector<std::string>& Texts)
 }
 
 std::string BuildStateJson(const GLViewport& View, const GLWindow& Window, int FramesRendered,
-                           const MapFacts& Map)
+                           const MapFacts& Map, const PanelFacts& Panels)
 {
     return "{\n  \"frames\": " + std::to_string(FramesRendered) + ",\n" + CameraJson(View) +
            EffectsJson(View) + SelectionJson(View) + VehiclesJson(View) + AircraftJson(View) +
            "  \"map\": {\"name\": " + JsonQuote(Map.Name) + ", \"path\": " + JsonQuote(Map.Path) +
            ", \"reloads\": " + std::to_string(Map.Reloads) + "},\n" +
-           "  \"warnings\": " + JsonStrings(Map.Warnings) + ",\n" + MessagesJson(Window) + "}\n";
+           "  \"warnings\": " + JsonStrings(Map.Warnings) + ",\n" + PanelsJson(View, Panels) +
+           MessagesJson(Window) + "}\n";
 }

@@ -15,11 +15,18 @@ struct MapFacts
     std::vector<std::string> Warnings; // the loader's, of the latest load
 };
 
+// The application's own panels, as a script checking what is on screen needs them.
+struct PanelFacts
+{
+    bool bHelp = false, bMinimap = false, bFrameStats = false, bBrowser = false;
+    const char* pTooltip = nullptr; // the tooltip's text while one is shown
+};
+
 // The viewer's state as a JSON document: the camera fields, the effects preset, the selection, every
-// unit's position and goals, the map with its loader's warnings and every status message shown,
-// oldest first.
+// unit's position and goals, the map with its loader's warnings, the panels shown (the effects panel
+// among them) and every status message shown, oldest first.
 std::string BuildStateJson(const GLViewport& View, const GLWindow& Window, int FramesRendered,
-                           const MapFacts& Map = {});
+                           const MapFacts& Map = {}, const PanelFacts& Panels = {});
 // A JSON array of strings on one line.
 std::string JsonStrings(const std::vector<std::string>& Texts);
 

@@ -142,9 +142,13 @@ def minimap(s):
     s.check_messages(messages, [], "drag starting on the minimap")
 
 
+def cream(c): return min(c) > 170 and c[0] > c[2] + 10
+
+
 def panels(s):
     """F1 lays the list of controls over the middle of the view and lifts it again; M hides the
-    minimap, leaving the dark ground beyond the map, and brings it back."""
+    minimap, leaving the dark ground beyond the map, and brings it back; F2 shows the frame counter
+    above the status bar, F3 the effects panel; a pointer resting on Rotate gets its tooltip beside it."""
     s.xdo("key", "Home")
     middle = [(W * 0.5 + dx, H * 0.45 + dy) for dx in (-150, 0, 150) for dy in (-40, 40)]
     def brightness(): return sum(sum(c) for c in (s.image().pixel(x, y) for x, y in middle)) / len(middle)
@@ -161,6 +165,27 @@ def panels(s):
         shown = [c for c in (s.image().pixel(px, py) for px, py in corner) if not darkish(c)]
         s.check(len(shown) == (0 if hidden else 4), "minimap " + ("hidden" if hidden else "shown"),
                 "dark corner" if hidden else "the map's picture", shown)
+    counter = (6, H - 22 - 6)  # inside the counter's dark box, left of its text
+    effects = [(W * f, (H - 22) * g) for f in (0.62, 0.79, 0.96) for g in (0.05, 0.19, 0.33)]
+    for key, panel, points in (("F2", "frameStats", [counter]), ("F3", "effects", effects)):
+        for _ in range(2):
+            before_state, before = s.state["panels"][panel], s.image()
+            before_pixels = [before.pixel(x, y) for x, y in points]
+            s.xdo("key", key)
+            image, shown = s.image(), s.state["panels"][panel]
+            changed = sum(image.pixel(x, y) != c for (x, y), c in zip(points, before_pixels))
+            s.check(shown != before_state and changed >= (len(points) + 1) // 2, key + " shows or hides " + panel,
+                    "flipped from %s, pixels changed" % before_state, "%s, %d of %d changed" % (shown, changed, len(points)))
+        if key == "F2":
+            s.check_pixels(s.xdo("key", key) and s.image(), [counter], darkish, "frame counter's box")
+            s.xdo("key", key)
+    corner = [(TOGGLE[0] - 13, TOGGLE[1] - 12), (TOGGLE[0] - 13, TOGGLE[1] - 30)]  # right edge of the box
+    s.move(*TOGGLE)
+    s.wait_until(lambda st: st["panels"]["tooltip"] is not None, 5.0)
+    s.check(s.state["panels"]["tooltip"] == "Rotate: turn the camera slowly", "tooltip on Rotate",
+            "its action", s.state["panels"]["tooltip"])
+    s.check_pixels(s.image(), corner, cream, "tooltip box above and left of the pointer")
+    s.check(s.move(W / 2, H / 2)["panels"]["tooltip"] is None, "tooltip after leaving", None, s.state["panels"]["tooltip"])
 
 
 def main():
