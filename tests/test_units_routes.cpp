@@ -265,6 +265,24 @@ TEST(RoutePlanner, ClearLineMatchesFineSamplingOnRandomGrids)
     }
     EXPECT_GT(clear, 100);
     EXPECT_GT(blocked, 100);
+
+    // Exactly through a cell corner, in each diagonal direction: both cells beside the corner must
+    // be drivable. Corner (4, 2) raised: squares (3..4, 1..2) are steep, their neighbours flat.
+    SpringMapRenderer map;
+    std::vector<float> heights(81, 0.0f);
+    heights[2 * 9 + 4] = 40.0f;
+    map.LoadHeightGrid(9, 9, SquareSize, std::move(heights));
+    DriveabilityGrid grid;
+    grid.SyncWith(map);
+    // clang-format off
+    const struct { double FromX, FromZ, ToX, ToZ; bool bClear; } corners[] = {
+        {20, 20, 28, 28, false}, {28, 28, 20, 20, false},  // beside (3, 2)
+        {44, 20, 36, 28, false}, {36, 28, 44, 20, false},  // beside (4, 2)
+        {44, 44, 52, 52, true},  {52, 36, 44, 44, true}};  // open ground
+    // clang-format on
+    for (const auto& c : corners)
+        EXPECT_EQ(RoutePlanner::HasClearLine(grid, c.FromX, c.FromZ, c.ToX, c.ToZ), c.bClear)
+            << "(" << c.FromX << ", " << c.FromZ << ") to (" << c.ToX << ", " << c.ToZ << ")";
 }
 
 TEST(RoutePlanner, RandomMapsAgreeWithReferenceDijkstra)
