@@ -18,6 +18,7 @@ constexpr std::size_t MemoryLimitBytes = 16u << 20; // real mapinfo files need w
 constexpr int InstructionBudget = 20'000'000;
 constexpr int HookEveryInstructions = 10'000;
 constexpr int MaxIncludeDepth = 16;
+constexpr std::size_t LuaStringOverheadBytes = 1024; // generous room for a string's header
 // Instructions alone do not bound time: a garbage collector near the memory cap or string functions
 // on large inputs can be slow per instruction.
 constexpr std::chrono::milliseconds TimeLimit{2000};
@@ -64,18 +65,34 @@ void CountInstructions(lua_State* L, lua_Debug*)
                    static_cast<int>(TimeLimit.count()));
 }
 
+// Reads an archive file for Lua: false with a message pushed when it is absent, unreadable or more
+// than the sandbox could hold. Nothing is pushed that could fail for memory while Out holds the bytes
+// of a large file, so a Lua error never skips its destructor.
+bool ReadArchiveFile(lua_State* L, const char* function, const char* path, std::string& entry,
+                     std::vector<std::uint8_t>& out)
+{
+    std::string error;
+    Sandbox* sandbox = GetSandbox(L);
+    if (!sandbox->pArchive->Find(path, entry))
+        error = "cannot open '" + std::string(path) + "'";
+    else if (sandbox->pArchive->Read(entry, out, error) &&
+             out.size() + LuaStringOverheadBytes > MemoryLimitBytes - sandbox->UsedBytes)
+        error = entry + " is " + std::to_string(out.size()) + " bytes, more than mapinfo may use";
+    if (error.empty())
+        return true;
+    out = {};
+    lua_pushstring(L, (std::string(function) + ": " + error).c_str());
+    return false;
+}
+
 // Loads an archive file as a chunk; leaves it on the stack, or an error message and returns false.
 // No C++ object outlives a Lua error raised by the caller, so longjmp never skips a destructor.
 bool LoadArchiveChunk(lua_State* L, const char* path)
 {
-    std::string entry, error;
+    std::string entry;
     std::vector<std::uint8_t> data;
-    SpringMapArchive& archive = *GetSandbox(L)->pArchive;
-    if (!archive.Find(path, entry) || !archive.Read(entry, data, error))
-    {
-        lua_pushfstring(L, "VFS: cannot open '%s'", path);
+    if (!ReadArchiveFile(L, "VFS.Include", path, entry, data))
         return false;
-    }
     const std::string chunkName = "@" + entry;
     return luaL_loadbuffer(L, reinterpret_cast<const char*>(data.data()), data.size(), chunkName.c_str()) ==
            0;
@@ -104,23 +121,21 @@ int VfsInclude(lua_State* L)
     return lua_gettop(L) - base;
 }
 
+// nil for a file that is not there, as the engine gives; an error for one that cannot be read.
 int VfsLoadFile(lua_State* L)
 {
     const char* path = luaL_checkstring(L, 1);
-    bool bFound = false;
+    bool bRead = false, bAbsent = false;
     {
-        std::string entry, error;
+        std::string entry;
         std::vector<std::uint8_t> data;
-        SpringMapArchive& archive = *GetSandbox(L)->pArchive;
-        if (archive.Find(path, entry) && archive.Read(entry, data, error))
-        {
+        bAbsent = !GetSandbox(L)->pArchive->Find(path, entry);
+        if (!bAbsent && (bRead = ReadArchiveFile(L, "VFS.LoadFile", path, entry, data)))
             lua_pushlstring(L, reinterpret_cast<const char*>(data.data()), data.size());
-            bFound = true;
-        }
     }
-    if (!bFound)
+    if (bAbsent)
         lua_pushnil(L);
-    return 1;
+    return bRead || bAbsent ? 1 : lua_error(L);
 }
 
 int VfsFileExists(lua_State* L)
