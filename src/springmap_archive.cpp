@@ -408,6 +408,18 @@ bool SpringMapArchive::Read(const std::string& Entry, std::vector<std::uint8_t>&
     return true;
 }
 
+bool SpringMapArchive::ReadView(const std::string& Entry, std::vector<std::uint8_t>& Storage,
+                                std::span<const std::uint8_t>& Out, std::string& Error)
+{
+    if (!bMemorySmf)
+        return Read(Entry, Storage, Error) && (Out = Storage, true);
+    if (!CountRead(Entry, 0, Memory.size(), Error))
+        return false;
+    ReadEntries.push_back(Entry);
+    Out = Memory;
+    return true;
+}
+
 std::vector<std::string> SpringMapArchive::ListDir(const std::string& Dir, const std::string& Pattern) const
 {
     std::string prefix = SpringMapFiles::ToLower(Normalise(Dir));

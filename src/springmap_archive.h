@@ -32,6 +32,10 @@ class SpringMapArchive
     // Hands over an entry's bytes, unpacking it unless Unpack already did (then it is handed over
     // once; asking again unpacks it again).
     bool Read(const std::string& Entry, std::vector<std::uint8_t>& Out, std::string& Error);
+    // The same without a copy where the bytes are already in memory (an .smf opened from memory):
+    // Out then points at them, else at Storage, which Read filled.
+    bool ReadView(const std::string& Entry, std::vector<std::uint8_t>& Storage,
+                  std::span<const std::uint8_t>& Out, std::string& Error);
     // Unpacks these entries in one pass in archive order and keeps them for Read. The pass goes on
     // from the last one when it can and stops at the last entry asked for, so in a solid 7z block
     // nothing after it is decompressed. Folders need no unpacking; the call does nothing there.

@@ -98,7 +98,8 @@ bool OpenMapFiles(const std::string& path, const std::span<const std::uint8_t>* 
     return files.Archive.Open(path, error, caps);
 }
 
-void RunMapInfo(MapFiles& files, SpringMapInfo& info, std::vector<std::string>& warnings)
+void RunMapInfo(MapFiles& files, SpringMapInfo& info, std::vector<std::string>& warnings,
+                const SpringMapFiles::Limits& caps)
 {
     std::string entry, error;
     std::vector<std::uint8_t> source;
@@ -106,7 +107,8 @@ void RunMapInfo(MapFiles& files, SpringMapInfo& info, std::vector<std::string>& 
         return;
     const std::string label = files.Label + entry + ": ";
     if (!files.Archive.Read(entry, source, error) ||
-        !SpringMapInfoLua::Run(std::string(source.begin(), source.end()), entry, files.Archive, info, error))
+        !SpringMapInfoLua::Run(std::string(source.begin(), source.end()), entry, files.Archive, info, error,
+                               caps))
         warnings.push_back(label + error + "; using the .smf header values");
     for (const std::string& ignored : info.Ignored)
         warnings.push_back(label + ignored);
@@ -261,12 +263,13 @@ bool LoadMap(const std::string& path, const std::span<const std::uint8_t>* pByte
         (opts.bUnpackWholeArchive && !files.Archive.Unpack(files.Archive.GetEntries(), error)))
         return false;
     map.Warnings = files.Archive.GetWarnings();
-    RunMapInfo(files, info, map.Warnings);
+    RunMapInfo(files, info, map.Warnings, opts.Caps);
     if (!FindSmf(files, info, error))
         return false;
     std::vector<std::uint8_t> smfData;
-    if (!files.Archive.Read(files.SmfEntry, smfData, error) ||
-        !SpringMapSmfFormat::Parse(smfData, files.Label + files.SmfEntry, map.Smf, error))
+    std::span<const std::uint8_t> smfView;
+    if (!files.Archive.ReadView(files.SmfEntry, smfData, smfView, error) ||
+        !SpringMapSmfFormat::Parse(smfView, files.Label + files.SmfEntry, map.Smf, error))
         return false;
     smfData = {};
     map.SourcePath = path;

@@ -14,14 +14,9 @@ namespace SpringMapInfoLua
 {
 namespace
 {
-constexpr std::size_t MemoryLimitBytes = 16u << 20; // real mapinfo files need well under 1 MiB
-constexpr int InstructionBudget = 20'000'000;
 constexpr int HookEveryInstructions = 10'000;
 constexpr int MaxIncludeDepth = 16;
 constexpr std::size_t LuaStringOverheadBytes = 1024; // generous room for a string's header
-// Instructions alone do not bound time: a garbage collector near the memory cap or string functions
-// on large inputs can be slow per instruction.
-constexpr std::chrono::milliseconds TimeLimit{2000};
 
 struct Sandbox
 {
@@ -29,7 +24,8 @@ struct Sandbox
     std::size_t UsedBytes = 0;
     int InstructionsRun = 0;
     int IncludeDepth = 0;
-    std::chrono::steady_clock::time_point Deadline = std::chrono::steady_clock::now() + TimeLimit;
+    SpringMapFiles::Limits Caps;
+    std::chrono::steady_clock::time_point Deadline;
 };
 
 Sandbox* GetSandbox(lua_State* L)
@@ -48,7 +44,7 @@ void* CappedAlloc(void* ud, void* ptr, std::size_t oldSize, std::size_t newSize)
         std::free(ptr);
         return nullptr;
     }
-    if (newSize > oldSize && sandbox->UsedBytes + (newSize - oldSize) > MemoryLimitBytes)
+    if (newSize > oldSize && sandbox->UsedBytes + (newSize - oldSize) > sandbox->Caps.MapInfoBytes)
         return nullptr; // Lua raises "not enough memory"
     void* grown = std::realloc(ptr, newSize);
     if (grown)
@@ -60,9 +56,10 @@ void CountInstructions(lua_State* L, lua_Debug*)
 {
     Sandbox* sandbox = GetSandbox(L);
     sandbox->InstructionsRun += HookEveryInstructions;
-    if (sandbox->InstructionsRun > InstructionBudget || std::chrono::steady_clock::now() > sandbox->Deadline)
-        luaL_error(L, "mapinfo ran too long (limits: %d instructions, %d ms)", InstructionBudget,
-                   static_cast<int>(TimeLimit.count()));
+    if (sandbox->InstructionsRun > sandbox->Caps.MapInfoInstructions ||
+        std::chrono::steady_clock::now() > sandbox->Deadline)
+        luaL_error(L, "mapinfo ran too long (limits: %d instructions, %d ms)",
+                   sandbox->Caps.MapInfoInstructions, sandbox->Caps.MapInfoMs);
 }
 
 // Reads an archive file for Lua: false with a message pushed when it is absent, unreadable or more
@@ -76,7 +73,7 @@ bool ReadArchiveFile(lua_State* L, const char* function, const char* path, std::
     if (!sandbox->pArchive->Find(path, entry))
         error = "cannot open '" + std::string(path) + "'";
     else if (sandbox->pArchive->Read(entry, out, error) &&
-             out.size() + LuaStringOverheadBytes > MemoryLimitBytes - sandbox->UsedBytes)
+             out.size() + LuaStringOverheadBytes > sandbox->Caps.MapInfoBytes - sandbox->UsedBytes)
         error = entry + " is " + std::to_string(out.size()) + " bytes, more than mapinfo may use";
     if (error.empty())
         return true;
@@ -366,10 +363,12 @@ int RunProtected(lua_State* L)
 } // namespace
 
 bool Run(const std::string& Source, const std::string& ChunkName, SpringMapArchive& Archive,
-         SpringMapInfo& Out, std::string& Error)
+         SpringMapInfo& Out, std::string& Error, const SpringMapFiles::Limits& Caps)
 {
     Sandbox sandbox;
     sandbox.pArchive = &Archive;
+    sandbox.Caps = Caps;
+    sandbox.Deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(Caps.MapInfoMs);
     std::unique_ptr<lua_State, void (*)(lua_State*)> state(lua_newstate(CappedAlloc, &sandbox), &lua_close);
     lua_State* L = state.get();
     if (!L)
@@ -395,7 +394,7 @@ bool Run(const std::string& Source, const std::string& ChunkName, SpringMapArchi
         const char* message = lua_tostring(L, -1);
         Error = SpringMapFiles::OneLine(message ? std::string(message) : ChunkName + ": failed");
         if (status == LUA_ERRMEM)
-            Error += " (mapinfo may use " + std::to_string(MemoryLimitBytes >> 20) + " MiB)";
+            Error += " (mapinfo may use " + std::to_string(Caps.MapInfoBytes >> 20) + " MiB)";
         return false;
     }
     Out = std::move(info);
