@@ -1,12 +1,17 @@
 #!/usr/bin/env bash
-# Runs the map fuzzer for FUZZ_SECONDS (default 600) on the fixtures and the kept regressions.
-# New crashes land in build-fuzz/artifacts; copy them to tests/fuzz_regressions once fixed.
+# Runs a map fuzzer for FUZZ_SECONDS (default 600): FUZZ_TARGET=maploader (default), the whole load
+# path from archive bytes, or springmap, the .smf/.smt parsers alone. New crashes land in
+# build-fuzz/artifacts; once fixed, copy them to tests/fuzz_regressions (make test replays them).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 maps=../shared/maps
-corpus=build-fuzz/corpus-springmap
+target=${FUZZ_TARGET:-maploader}
+corpus=build-fuzz/corpus-$target
 mkdir -p "$corpus" build-fuzz/artifacts
-if [ -d "$maps" ]; then
+if [ "$target" = maploader ]; then
+  python3 fuzz/make_seeds.py "$corpus" "$maps"
+  max_len=65536
+elif [ -d "$maps" ]; then
   find "$maps" \( -iname '*.smf' -o -iname '*.smt' \) | while read -r f; do
     # The first 4 KiB of each file behind a zero-padding count that restores its full length.
     size=$(stat -c %s "$f")
@@ -15,6 +20,6 @@ if [ -d "$maps" ]; then
       head -c 4096 "$f"; } > "$corpus/head-$(basename "$f" | tr ' ' _)"
   done
 fi
-if [ -d tests/fuzz_regressions ]; then cp tests/fuzz_regressions/* "$corpus/" 2>/dev/null || true; fi
-exec build-fuzz/fuzz/fuzz_springmap "$corpus" -max_total_time="${FUZZ_SECONDS:-600}" -rss_limit_mb=4096 \
-  -max_len=8192 -artifact_prefix=build-fuzz/artifacts/ -print_final_stats=1
+if [ -d "tests/fuzz_regressions/$target" ]; then cp "tests/fuzz_regressions/$target"/* "$corpus/" 2>/dev/null || true; fi
+exec build-fuzz/fuzz/fuzz_$target "$corpus" -max_total_time="${FUZZ_SECONDS:-600}" -rss_limit_mb=4096 \
+  -max_len="${max_len:-8192}" -timeout=10 -artifact_prefix=build-fuzz/artifacts/ -print_final_stats=1

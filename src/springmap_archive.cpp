@@ -36,7 +36,8 @@ std::string OneLine(std::string Text)
     return Text;
 }
 
-bool ReadWholeFile(const std::string& Path, std::vector<std::uint8_t>& Out, std::string& Error)
+bool ReadWholeFile(const std::string& Path, std::vector<std::uint8_t>& Out, std::string& Error,
+                   std::uint64_t MaxBytes)
 {
     std::error_code ec;
     const std::uintmax_t size = fs::file_size(Path, ec);
@@ -45,9 +46,10 @@ bool ReadWholeFile(const std::string& Path, std::vector<std::uint8_t>& Out, std:
         Error = Path + ": cannot read the file (" + ec.message() + ")";
         return false;
     }
-    if (size > MaxFileBytes)
+    if (size > MaxBytes)
     {
-        Error = Path + ": file is " + std::to_string(size) + " bytes, too large for a map file";
+        Error = Path + ": file is " + std::to_string(size) + " bytes, more than the " +
+                std::to_string(MaxBytes) + " one map file may have";
         return false;
     }
     std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(Path.c_str(), "rb"), &std::fclose);
@@ -94,7 +96,16 @@ std::string DescribeFailure(archive* reader)
 
 // Large reads: fewer system calls, and libarchive rarely has to stitch a request across two blocks.
 constexpr std::size_t ReadBlockBytes = 1 << 20;
-constexpr la_int64_t MaxReserveBytes = la_int64_t(256) << 20;
+// Listing problems shown one by one; past this many, only their number.
+constexpr std::size_t MaxListWarnings = 8;
+
+// A name that would climb out of the map's root, were it ever written to disk.
+bool LeavesTheMap(std::string path)
+{
+    std::replace(path.begin(), path.end(), '\\', '/');
+    return path.starts_with('/') || (path.size() > 1 && path[1] == ':') ||
+           ("/" + path + "/").find("/../") != std::string::npos;
+}
 
 bool IsHeader(int status)
 {
@@ -123,25 +134,52 @@ std::string SpringMapArchive::Normalise(const std::string& Path)
 
 void SpringMapArchive::AddEntry(std::string Entry, std::size_t Ordinal)
 {
+    std::string problem;
+    const std::string raw = Entry;
     Entry = Normalise(Entry);
     const std::string lower = SpringMapFiles::ToLower(Entry);
-    if (Entry.empty() || EntryByLowerPath.count(lower))
+    const auto same = EntryByLowerPath.find(lower);
+    if (Entry.empty())
         return;
+    if (LeavesTheMap(raw))
+        problem = "its path leaves the map";
+    else if (same != EntryByLowerPath.end())
+        problem = "the same name as " + Entries[same->second] + " ignoring case";
+    if (!problem.empty())
+        return AddWarning("entry " + raw + " skipped: " + problem);
     EntryByLowerPath.emplace(lower, Entries.size());
     Entries.push_back(std::move(Entry));
     Ordinals.push_back(Ordinal);
 }
 
-bool SpringMapArchive::Open(const std::string& Path, std::string& Error)
+void SpringMapArchive::AddWarning(const std::string& Text)
+{
+    if (Warnings.size() < MaxListWarnings)
+        Warnings.push_back(RootPath + ": " + Text);
+    else
+        ++UnlistedWarnings;
+}
+
+void SpringMapArchive::Reset(const std::string& Path, const SpringMapFiles::Limits& Limits)
 {
     RootPath = Path;
+    Caps = Limits;
     Entries.clear();
     Ordinals.clear();
     EntryByLowerPath.clear();
     Unpacked.clear();
     ReadEntries.clear();
+    Warnings.clear();
+    UnlistedWarnings = 0;
     Reader.reset();
-    UnpackedBytes = 0;
+    Memory = {};
+    bInMemory = bMemorySmf = false;
+    BytesRead = 0;
+}
+
+bool SpringMapArchive::Open(const std::string& Path, std::string& Error, const SpringMapFiles::Limits& Limits)
+{
+    Reset(Path, Limits);
     std::error_code ec;
     bFolder = fs::is_directory(Path, ec);
     if (!bFolder && !fs::is_regular_file(Path, ec))
@@ -152,6 +190,20 @@ bool SpringMapArchive::Open(const std::string& Path, std::string& Error)
     return bFolder ? OpenFolder(Error) : ListArchive(Error);
 }
 
+bool SpringMapArchive::OpenMemory(const std::string& Label, std::span<const std::uint8_t> Bytes,
+                                  std::string& Error, const SpringMapFiles::Limits& Limits)
+{
+    Reset(Label, Limits);
+    bFolder = false;
+    bInMemory = true;
+    Memory = Bytes;
+    bMemorySmf = SpringMapFiles::EndsWithIgnoreCase(Label, ".smf");
+    if (!bMemorySmf)
+        return ListArchive(Error);
+    AddEntry(fs::path(Label).filename().string(), 0);
+    return true;
+}
+
 bool SpringMapArchive::OpenFolder(std::string& Error)
 {
     std::error_code ec;
@@ -160,10 +212,9 @@ bool SpringMapArchive::OpenFolder(std::string& Error)
          end;
          !ec && it != end; it.increment(ec))
     {
-        if (found.size() >= SpringMapFiles::MaxEntries)
+        if (found.size() >= Caps.MaxEntries)
         {
-            Error = RootPath + ": more than " + std::to_string(SpringMapFiles::MaxEntries) +
-                    " files in the folder";
+            Error = RootPath + ": more than " + std::to_string(Caps.MaxEntries) + " files in the folder";
             return false;
         }
         if (it->is_regular_file(ec))
@@ -188,7 +239,9 @@ bool SpringMapArchive::OpenReader(std::string& Error)
     NextOrdinal = 0;
     archive_read_support_format_zip(Reader.get());
     archive_read_support_format_7zip(Reader.get());
-    if (archive_read_open_filename(Reader.get(), RootPath.c_str(), ReadBlockBytes) == ARCHIVE_OK)
+    const int status = bInMemory ? archive_read_open_memory(Reader.get(), Memory.data(), Memory.size())
+                                 : archive_read_open_filename(Reader.get(), RootPath.c_str(), ReadBlockBytes);
+    if (status == ARCHIVE_OK)
         return true;
     Error = RootPath + ": not a readable zip or 7z archive (" + DescribeFailure(Reader.get()) + ")";
     Reader.reset();
@@ -205,15 +258,23 @@ bool SpringMapArchive::ListArchive(std::string& Error)
     while (IsHeader(status = archive_read_next_header(Reader.get(), &entry)))
     {
         const std::size_t ordinal = NextOrdinal++;
-        if (Entries.size() >= SpringMapFiles::MaxEntries)
+        if (ordinal >= Caps.MaxEntries)
         {
-            Error = RootPath + ": more than " + std::to_string(SpringMapFiles::MaxEntries) +
-                    " entries in the archive";
+            Error = RootPath + ": more than " + std::to_string(Caps.MaxEntries) + " entries in the archive";
             return false;
         }
-        if (archive_entry_filetype(entry) == AE_IFREG && archive_entry_pathname(entry))
-            AddEntry(archive_entry_pathname(entry), ordinal);
+        const char* name = archive_entry_pathname(entry);
+        const bool bLink = archive_entry_filetype(entry) == AE_IFLNK || archive_entry_hardlink(entry);
+        if (!name || archive_entry_filetype(entry) == AE_IFDIR)
+            continue;
+        if (bLink || archive_entry_filetype(entry) != AE_IFREG)
+            AddWarning(std::string("entry ") + name +
+                       " skipped: " + (bLink ? "links are not followed" : "not a file"));
+        else
+            AddEntry(name, ordinal);
     }
+    if (UnlistedWarnings > 0)
+        Warnings.push_back(RootPath + ": " + std::to_string(UnlistedWarnings) + " more entries skipped");
     if (status != ARCHIVE_EOF)
     {
         Error = RootPath + ": not a readable zip or 7z archive (" + DescribeFailure(Reader.get()) + ")";
@@ -224,7 +285,7 @@ bool SpringMapArchive::ListArchive(std::string& Error)
 
 bool SpringMapArchive::Unpack(const std::vector<std::string>& Wanted, std::string& Error)
 {
-    if (bFolder)
+    if (bFolder || bMemorySmf)
         return true;
     std::vector<std::pair<std::size_t, std::string>> queue; // (ordinal, entry)
     for (const std::string& path : Wanted)
@@ -264,25 +325,26 @@ bool SpringMapArchive::Unpack(const std::vector<std::string>& Wanted, std::strin
 
 bool SpringMapArchive::UnpackCurrent(archive_entry* Header, const std::string& Entry, std::string& Error)
 {
-    // The stated size only reserves address space (capped, and pages are touched only when written),
-    // so a lying header costs nothing; it spares the copies of a growing buffer.
+    const la_int64_t declaredBytes = archive_entry_size_is_set(Header) ? archive_entry_size(Header) : 0;
+    if (archive_entry_is_encrypted(Header))
+        return Error = RootPath + ": " + Entry + " is encrypted; map files must open without a password",
+               false;
+    if (declaredBytes > 0 && static_cast<std::uint64_t>(declaredBytes) > Caps.MaxEntryBytes)
+        return Error = RootPath + ": " + Entry + " declares " + std::to_string(declaredBytes) +
+                       " bytes, more than the " + std::to_string(Caps.MaxEntryBytes) +
+                       " one map file may have",
+               false;
+    // The stated size, within the cap, spares the copies of a growing buffer; a lie costs only that.
     std::vector<std::uint8_t> data;
-    if (archive_entry_size_is_set(Header) && archive_entry_size(Header) > 0)
-        data.reserve(
-            static_cast<std::size_t>(std::min<la_int64_t>(archive_entry_size(Header), MaxReserveBytes)));
+    data.reserve(static_cast<std::size_t>(std::max<la_int64_t>(declaredBytes, 0)));
     const void* block = nullptr;
     std::size_t blockBytes = 0;
     la_int64_t offset = 0;
     int status = ARCHIVE_OK;
     while ((status = archive_read_data_block(Reader.get(), &block, &blockBytes, &offset)) == ARCHIVE_OK)
     {
-        UnpackedBytes += blockBytes;
-        if (UnpackedBytes > SpringMapFiles::MaxFileBytes)
-        {
-            Error = RootPath + ": map files in the archive unpack to more than " +
-                    std::to_string(SpringMapFiles::MaxFileBytes) + " bytes";
+        if (!CountRead(Entry, data.size(), blockBytes, Error))
             return false;
-        }
         const auto* bytes = static_cast<const std::uint8_t*>(block);
         data.insert(data.end(), bytes, bytes + blockBytes);
     }
@@ -296,6 +358,20 @@ bool SpringMapArchive::UnpackCurrent(archive_entry* Header, const std::string& E
     return true;
 }
 
+bool SpringMapArchive::CountRead(const std::string& Entry, std::uint64_t EntryBytes, std::uint64_t NewBytes,
+                                 std::string& Error)
+{
+    if (EntryBytes + NewBytes > Caps.MaxEntryBytes)
+        Error = RootPath + ": " + Entry + " unpacks to more than the " + std::to_string(Caps.MaxEntryBytes) +
+                " bytes one map file may have";
+    else if (BytesRead + NewBytes > Caps.MaxTotalBytes)
+        Error = RootPath + ": the map's files unpack to more than " + std::to_string(Caps.MaxTotalBytes) +
+                " bytes in all";
+    else
+        return BytesRead += NewBytes, true;
+    return false;
+}
+
 bool SpringMapArchive::Find(const std::string& Path, std::string& OutEntry) const
 {
     const auto it = EntryByLowerPath.find(SpringMapFiles::ToLower(Normalise(Path)));
@@ -307,10 +383,14 @@ bool SpringMapArchive::Find(const std::string& Path, std::string& OutEntry) cons
 
 bool SpringMapArchive::Read(const std::string& Entry, std::vector<std::uint8_t>& Out, std::string& Error)
 {
-    if (bFolder)
+    if (bFolder || bMemorySmf)
     {
-        if (!SpringMapFiles::ReadWholeFile((fs::path(RootPath) / Entry).string(), Out, Error))
+        std::vector<std::uint8_t> data(Memory.begin(), Memory.end());
+        if ((bFolder && !SpringMapFiles::ReadWholeFile((fs::path(RootPath) / Entry).string(), data, Error,
+                                                       Caps.MaxEntryBytes)) ||
+            !CountRead(Entry, 0, data.size(), Error))
             return false;
+        Out = std::move(data);
         ReadEntries.push_back(Entry);
         return true;
     }
@@ -325,6 +405,18 @@ bool SpringMapArchive::Read(const std::string& Entry, std::vector<std::uint8_t>&
     const auto it = Unpacked.find(entry);
     Out = std::move(it->second);
     Unpacked.erase(it);
+    return true;
+}
+
+bool SpringMapArchive::ReadView(const std::string& Entry, std::vector<std::uint8_t>& Storage,
+                                std::span<const std::uint8_t>& Out, std::string& Error)
+{
+    if (!bMemorySmf)
+        return Read(Entry, Storage, Error) && (Out = Storage, true);
+    if (!CountRead(Entry, 0, Memory.size(), Error))
+        return false;
+    ReadEntries.push_back(Entry);
+    Out = Memory;
     return true;
 }
 

@@ -64,9 +64,20 @@ struct MapFiles
     std::string Label;    // how errors name the map's files
 };
 
-bool OpenMapFiles(const std::string& path, MapFiles& files, std::string& error)
+bool OpenMapFiles(const std::string& path, const std::span<const std::uint8_t>* pBytes, MapFiles& files,
+                  std::string& error, const SpringMapFiles::Limits& caps)
 {
     std::error_code ec;
+    if (pBytes)
+    {
+        // A bare .smf in memory is the one entry there is.
+        files.Label = path + ":";
+        if (!files.Archive.OpenMemory(path, *pBytes, error, caps))
+            return false;
+        if (SpringMapFiles::EndsWithIgnoreCase(path, ".smf") && !files.Archive.GetEntries().empty())
+            files.SmfEntry = files.Archive.GetEntries().front();
+        return true;
+    }
     if (SpringMapFiles::EndsWithIgnoreCase(path, ".smf") && fs::is_regular_file(path, ec))
     {
         // A bare .smf: its folder, or the map folder around a "maps" folder, is the map's root.
@@ -78,16 +89,17 @@ bool OpenMapFiles(const std::string& path, MapFiles& files, std::string& error)
             entry = root.filename().string() + "/" + entry;
             root = root.parent_path();
         }
-        if (!files.Archive.Open(root.string(), error) || !files.Archive.Find(entry, files.SmfEntry))
+        if (!files.Archive.Open(root.string(), error, caps) || !files.Archive.Find(entry, files.SmfEntry))
             return error = path + ": cannot read the map's folder", false;
         files.Label = root.string() + "/";
         return true;
     }
     files.Label = path + (fs::is_directory(path, ec) ? "/" : ":");
-    return files.Archive.Open(path, error);
+    return files.Archive.Open(path, error, caps);
 }
 
-void RunMapInfo(MapFiles& files, SpringMapInfo& info, std::vector<std::string>& warnings)
+void RunMapInfo(MapFiles& files, SpringMapInfo& info, std::vector<std::string>& warnings,
+                const SpringMapFiles::Limits& caps)
 {
     std::string entry, error;
     std::vector<std::uint8_t> source;
@@ -95,7 +107,8 @@ void RunMapInfo(MapFiles& files, SpringMapInfo& info, std::vector<std::string>& 
         return;
     const std::string label = files.Label + entry + ": ";
     if (!files.Archive.Read(entry, source, error) ||
-        !SpringMapInfoLua::Run(std::string(source.begin(), source.end()), entry, files.Archive, info, error))
+        !SpringMapInfoLua::Run(std::string(source.begin(), source.end()), entry, files.Archive, info, error,
+                               caps))
         warnings.push_back(label + error + "; using the .smf header values");
     for (const std::string& ignored : info.Ignored)
         warnings.push_back(label + ignored);
@@ -150,7 +163,11 @@ bool FindSmf(MapFiles& files, const SpringMapInfo& info, std::string& error)
         return error += "); open one of them", false;
     }
     if (files.SmfEntry.empty())
-        return error = files.Archive.GetPath() + ": no .smf file in the map", false;
+        return error =
+                   files.Archive.GetPath() + ": no .smf file in the map" +
+                   (maps.empty() ? ""
+                                 : " (archives inside an archive, such as " + maps[0] + ", are not opened)"),
+               false;
     return true;
 }
 
@@ -237,19 +254,22 @@ void WarnIfFlat(const MapFiles& files, SpringMap& map)
                            " look like a placeholder; the ground is drawn less than 1 unit tall");
 }
 
-bool LoadMap(const std::string& path, SpringMap& map, std::string& error, const Options& opts)
+bool LoadMap(const std::string& path, const std::span<const std::uint8_t>* pBytes, SpringMap& map,
+             std::string& error, const Options& opts)
 {
     MapFiles files;
     SpringMapInfo info;
-    if (!OpenMapFiles(path, files, error) ||
+    if (!OpenMapFiles(path, pBytes, files, error, opts.Caps) ||
         (opts.bUnpackWholeArchive && !files.Archive.Unpack(files.Archive.GetEntries(), error)))
         return false;
-    RunMapInfo(files, info, map.Warnings);
+    map.Warnings = files.Archive.GetWarnings();
+    RunMapInfo(files, info, map.Warnings, opts.Caps);
     if (!FindSmf(files, info, error))
         return false;
     std::vector<std::uint8_t> smfData;
-    if (!files.Archive.Read(files.SmfEntry, smfData, error) ||
-        !SpringMapSmfFormat::Parse(smfData, files.Label + files.SmfEntry, map.Smf, error))
+    std::span<const std::uint8_t> smfView;
+    if (!files.Archive.ReadView(files.SmfEntry, smfData, smfView, error) ||
+        !SpringMapSmfFormat::Parse(smfView, files.Label + files.SmfEntry, map.Smf, error))
         return false;
     smfData = {};
     map.SourcePath = path;
@@ -266,6 +286,19 @@ bool LoadMap(const std::string& path, SpringMap& map, std::string& error, const 
     map.ReadEntries = files.Archive.GetReadEntries();
     return true;
 }
+
+bool LoadOneLine(const std::string& path, const std::span<const std::uint8_t>* pBytes, SpringMap& out,
+                 std::string& error, const Options& opts)
+{
+    SpringMap map;
+    // Names inside map files (tile files, Lua messages) may hold line breaks; every line we print is one.
+    if (!LoadMap(path, pBytes, map, error, opts))
+        return error = SpringMapFiles::OneLine(error), false;
+    for (std::string& warning : map.Warnings)
+        warning = SpringMapFiles::OneLine(warning);
+    out = std::move(map);
+    return true;
+}
 } // namespace
 
 const std::uint8_t* GetPlaceholderTile()
@@ -276,13 +309,12 @@ const std::uint8_t* GetPlaceholderTile()
 
 bool Load(const std::string& Path, SpringMap& Out, std::string& Error, const Options& Opts)
 {
-    SpringMap map;
-    // Names inside map files (tile files, Lua messages) may hold line breaks; every line we print is one.
-    if (!LoadMap(Path, map, Error, Opts))
-        return Error = SpringMapFiles::OneLine(Error), false;
-    for (std::string& warning : map.Warnings)
-        warning = SpringMapFiles::OneLine(warning);
-    Out = std::move(map);
-    return true;
+    return LoadOneLine(Path, nullptr, Out, Error, Opts);
+}
+
+bool LoadFromMemory(const std::string& Name, std::span<const std::uint8_t> Bytes, SpringMap& Out,
+                    std::string& Error, const Options& Opts)
+{
+    return LoadOneLine(Name, &Bytes, Out, Error, Opts);
 }
 } // namespace SpringMapLoader

@@ -1,9 +1,11 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 #include <string>
 #include <vector>
 
+#include "springmap_limits.h"
 #include "springmap_smf.h"
 
 // A Spring map as loaded from an .smf path, an .sdd folder or an .sdz/.sd7 archive: the parsed .smf,
@@ -47,12 +49,16 @@ struct Options
     // Unpacks every archive entry up front instead of only the ones needed: the reference the
     // selective reading is checked against.
     bool bUnpackWholeArchive = false;
+    SpringMapFiles::Limits Caps; // on the bytes and entries read from the map's files
 };
 
 // Opens a map. Returns false with a one-line Error naming the file and the problem, leaving Out
 // untouched. Archives are read only as far as the map needs: mapinfo.lua and what it includes, the
 // .smf and the tile files it names.
 bool Load(const std::string& Path, SpringMap& Out, std::string& Error, const Options& Opts = {});
+// The same over a map held in memory: Name's ending picks an .smf, else a zip or 7z archive.
+bool LoadFromMemory(const std::string& Name, std::span<const std::uint8_t> Bytes, SpringMap& Out,
+                    std::string& Error, const Options& Opts = {});
 // The placeholder drawn for tiles whose .smt cannot be found: a magenta and black checker.
 const std::uint8_t* GetPlaceholderTile();
 } // namespace SpringMapLoader

@@ -14,13 +14,9 @@ namespace SpringMapInfoLua
 {
 namespace
 {
-constexpr std::size_t MemoryLimitBytes = 16u << 20; // real mapinfo files need well under 1 MiB
-constexpr int InstructionBudget = 20'000'000;
 constexpr int HookEveryInstructions = 10'000;
 constexpr int MaxIncludeDepth = 16;
-// Instructions alone do not bound time: a garbage collector near the memory cap or string functions
-// on large inputs can be slow per instruction.
-constexpr std::chrono::milliseconds TimeLimit{2000};
+constexpr std::size_t LuaStringOverheadBytes = 1024; // generous room for a string's header
 
 struct Sandbox
 {
@@ -28,7 +24,8 @@ struct Sandbox
     std::size_t UsedBytes = 0;
     int InstructionsRun = 0;
     int IncludeDepth = 0;
-    std::chrono::steady_clock::time_point Deadline = std::chrono::steady_clock::now() + TimeLimit;
+    SpringMapFiles::Limits Caps;
+    std::chrono::steady_clock::time_point Deadline;
 };
 
 Sandbox* GetSandbox(lua_State* L)
@@ -47,7 +44,7 @@ void* CappedAlloc(void* ud, void* ptr, std::size_t oldSize, std::size_t newSize)
         std::free(ptr);
         return nullptr;
     }
-    if (newSize > oldSize && sandbox->UsedBytes + (newSize - oldSize) > MemoryLimitBytes)
+    if (newSize > oldSize && sandbox->UsedBytes + (newSize - oldSize) > sandbox->Caps.MapInfoBytes)
         return nullptr; // Lua raises "not enough memory"
     void* grown = std::realloc(ptr, newSize);
     if (grown)
@@ -59,23 +56,40 @@ void CountInstructions(lua_State* L, lua_Debug*)
 {
     Sandbox* sandbox = GetSandbox(L);
     sandbox->InstructionsRun += HookEveryInstructions;
-    if (sandbox->InstructionsRun > InstructionBudget || std::chrono::steady_clock::now() > sandbox->Deadline)
-        luaL_error(L, "mapinfo ran too long (limits: %d instructions, %d ms)", InstructionBudget,
-                   static_cast<int>(TimeLimit.count()));
+    if (sandbox->InstructionsRun > sandbox->Caps.MapInfoInstructions ||
+        std::chrono::steady_clock::now() > sandbox->Deadline)
+        luaL_error(L, "mapinfo ran too long (limits: %d instructions, %d ms)",
+                   sandbox->Caps.MapInfoInstructions, sandbox->Caps.MapInfoMs);
+}
+
+// Reads an archive file for Lua: false with a message pushed when it is absent, unreadable or more
+// than the sandbox could hold. Nothing is pushed that could fail for memory while Out holds the bytes
+// of a large file, so a Lua error never skips its destructor.
+bool ReadArchiveFile(lua_State* L, const char* function, const char* path, std::string& entry,
+                     std::vector<std::uint8_t>& out)
+{
+    std::string error;
+    Sandbox* sandbox = GetSandbox(L);
+    if (!sandbox->pArchive->Find(path, entry))
+        error = "cannot open '" + std::string(path) + "'";
+    else if (sandbox->pArchive->Read(entry, out, error) &&
+             out.size() + LuaStringOverheadBytes > sandbox->Caps.MapInfoBytes - sandbox->UsedBytes)
+        error = entry + " is " + std::to_string(out.size()) + " bytes, more than mapinfo may use";
+    if (error.empty())
+        return true;
+    out = {};
+    lua_pushstring(L, (std::string(function) + ": " + error).c_str());
+    return false;
 }
 
 // Loads an archive file as a chunk; leaves it on the stack, or an error message and returns false.
 // No C++ object outlives a Lua error raised by the caller, so longjmp never skips a destructor.
 bool LoadArchiveChunk(lua_State* L, const char* path)
 {
-    std::string entry, error;
+    std::string entry;
     std::vector<std::uint8_t> data;
-    SpringMapArchive& archive = *GetSandbox(L)->pArchive;
-    if (!archive.Find(path, entry) || !archive.Read(entry, data, error))
-    {
-        lua_pushfstring(L, "VFS: cannot open '%s'", path);
+    if (!ReadArchiveFile(L, "VFS.Include", path, entry, data))
         return false;
-    }
     const std::string chunkName = "@" + entry;
     return luaL_loadbuffer(L, reinterpret_cast<const char*>(data.data()), data.size(), chunkName.c_str()) ==
            0;
@@ -104,23 +118,21 @@ int VfsInclude(lua_State* L)
     return lua_gettop(L) - base;
 }
 
+// nil for a file that is not there, as the engine gives; an error for one that cannot be read.
 int VfsLoadFile(lua_State* L)
 {
     const char* path = luaL_checkstring(L, 1);
-    bool bFound = false;
+    bool bRead = false, bAbsent = false;
     {
-        std::string entry, error;
+        std::string entry;
         std::vector<std::uint8_t> data;
-        SpringMapArchive& archive = *GetSandbox(L)->pArchive;
-        if (archive.Find(path, entry) && archive.Read(entry, data, error))
-        {
+        bAbsent = !GetSandbox(L)->pArchive->Find(path, entry);
+        if (!bAbsent && (bRead = ReadArchiveFile(L, "VFS.LoadFile", path, entry, data)))
             lua_pushlstring(L, reinterpret_cast<const char*>(data.data()), data.size());
-            bFound = true;
-        }
     }
-    if (!bFound)
+    if (bAbsent)
         lua_pushnil(L);
-    return 1;
+    return bRead || bAbsent ? 1 : lua_error(L);
 }
 
 int VfsFileExists(lua_State* L)
@@ -351,10 +363,12 @@ int RunProtected(lua_State* L)
 } // namespace
 
 bool Run(const std::string& Source, const std::string& ChunkName, SpringMapArchive& Archive,
-         SpringMapInfo& Out, std::string& Error)
+         SpringMapInfo& Out, std::string& Error, const SpringMapFiles::Limits& Caps)
 {
     Sandbox sandbox;
     sandbox.pArchive = &Archive;
+    sandbox.Caps = Caps;
+    sandbox.Deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(Caps.MapInfoMs);
     std::unique_ptr<lua_State, void (*)(lua_State*)> state(lua_newstate(CappedAlloc, &sandbox), &lua_close);
     lua_State* L = state.get();
     if (!L)
@@ -380,7 +394,7 @@ bool Run(const std::string& Source, const std::string& ChunkName, SpringMapArchi
         const char* message = lua_tostring(L, -1);
         Error = SpringMapFiles::OneLine(message ? std::string(message) : ChunkName + ": failed");
         if (status == LUA_ERRMEM)
-            Error += " (mapinfo may use " + std::to_string(MemoryLimitBytes >> 20) + " MiB)";
+            Error += " (mapinfo may use " + std::to_string(Caps.MapInfoBytes >> 20) + " MiB)";
         return false;
     }
     Out = std::move(info);

@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "springmap_limits.h"
+
 class SpringMapArchive;
 
 // What the viewer takes from a map's mapinfo.lua. Every field is optional: absent keys keep the
@@ -23,8 +25,8 @@ namespace SpringMapInfoLua
 {
 // Runs Source (a Lua 5.1 program returning a table) in a sandbox where io, os, debug and file loading
 // raise "... is blocked", with VFS and Spring stubs that read from Archive, a memory cap and an
-// instruction budget. Keys are read ignoring case, as the engine lower-cases them. False with a
-// one-line Error when the program fails.
+// instruction budget (Caps.MapInfo*). Keys are read ignoring case, as the engine lower-cases them. False with
+// a one-line Error when the program fails.
 bool Run(const std::string& Source, const std::string& ChunkName, SpringMapArchive& Archive,
-         SpringMapInfo& Out, std::string& Error);
+         SpringMapInfo& Out, std::string& Error, const SpringMapFiles::Limits& Caps = {});
 } // namespace SpringMapInfoLua

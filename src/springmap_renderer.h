@@ -64,9 +64,11 @@ class SpringMapRenderer
     // Off: decode the ground on the CPU even where the driver has S3TC. Takes effect on the next upload.
     bool bAllowCompressedUpload = true;
 
-  private:
+    // The mesh the first Render uploads: 6 floats per corner (position, normal) and two triangles per
+    // square, grouped by ground patch. Needs no GL context.
     void BuildMesh(std::vector<float>& positionsNormals, std::vector<std::uint32_t>& indices);
 
+  private:
     bool bLoaded = false;
     int GridWidth = 0;
     int GridHeight = 0;
