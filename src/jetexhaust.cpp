@@ -209,14 +209,15 @@ bool JetExhaustSystem::Render(const JetExhaustFrameInput& Input, JetExhaustFigur
     const double buildMs =
         std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - buildStart).count();
     gl.Timers.Collect();
-    const bool bDraw = !gl.Particles.empty();
+    // With no plume on screen every pass is skipped: their figures read as not run.
+    const bool bDraw = !gl.Particles.empty() && gl.FindVisibleRect(frame);
     const bool bRun[JetExhaustPassCount] = {bDraw && gl.HasProgram(JetExhaustPass::Scene), bDraw && bShimmer,
                                             bDraw && bShimmer, bDraw && bBloom,
                                             bDraw && gl.HasProgram(JetExhaustPass::Composite)};
     void (JetExhaustGL::*const passes[JetExhaustPassCount])(const JetExhaustPassFrame&) = {
         &JetExhaustGL::RunScenePass, &JetExhaustGL::RunMaskPass, &JetExhaustGL::RunShimmerPass,
         &JetExhaustGL::RunBloomPass, &JetExhaustGL::RunCompositePass};
-    if (!bRun[0])
+    if (bDraw && !bRun[0])
         gl.ClearPlume();
     gl.Timers.BeginFrame();
     for (int i = 0; i < JetExhaustPassCount; ++i)

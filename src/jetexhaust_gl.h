@@ -20,6 +20,9 @@ struct JetExhaustPassFrame
     GLuint OutputFramebuffer = 0; // bound at Render: read for the shimmer, drawn on by the composite
     float CameraRight[3] = {1.0f, 0.0f, 0.0f};
     float CameraUp[3] = {0.0f, 1.0f, 0.0f};
+    // Where the billboards, their glow and their heat can show (0..1 of the viewport, left, bottom,
+    // right, top): the screen-wide passes work there only.
+    float VisibleUv[4] = {0.0f, 0.0f, 1.0f, 1.0f};
 };
 
 // The effect's GL objects and the five passes. Created at the first Render with a context current;
@@ -41,6 +44,9 @@ class JetExhaustGL
 
     // Fills Particles for the frame; the scene and mask passes draw them.
     void BuildParticles(const JetExhaustPassFrame& Frame);
+    // Sets Frame.VisibleUv around the particles, with room for the blur and the heat's
+    // displacement; false when none is in view.
+    bool FindVisibleRect(JetExhaustPassFrame& Frame) const;
     void RunScenePass(const JetExhaustPassFrame& Frame);
     void RunMaskPass(const JetExhaustPassFrame& Frame);
     void RunShimmerPass(const JetExhaustPassFrame& Frame);
@@ -61,6 +67,8 @@ class JetExhaustGL
     void BlurInto(JetExhaustTargets::Target From, JetExhaustTargets::Target Into, float StepX, float StepY,
                   int Taps, float Threshold);
     void DrawFullScreen() const;
+    // Limits drawing to the frame's visible part of a WidthPx x HeightPx area at (XPx, YPx).
+    static void ScissorVisible(const JetExhaustPassFrame& Frame, int XPx, int YPx, int WidthPx, int HeightPx);
 
     GLuint Programs[JetExhaustPassCount] = {};
     bool bProgramsBuilt = false;

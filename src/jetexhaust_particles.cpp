@@ -1,5 +1,6 @@
 #include "jetexhaust_particles.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 
@@ -151,4 +152,39 @@ int BuildJetExhaustParticles(const std::vector<JetExhaustEmitter>& Emitters, con
             plumeCount += pStream == &plume ? pStream->Count : 0;
         }
     return plumeCount;
+}
+
+bool FindJetExhaustScreenRect(const std::vector<JetExhaustParticle>& Particles,
+                              const std::array<float, 16>& ViewProjection, float MarginU, float MarginV,
+                              float RectUv[4])
+{
+    const std::array<float, 16>& m = ViewProjection;
+    // A billboard's corners lie SizeWorld along the camera's right and up axes: their reach in
+    // clip units is the size times the length of those rows.
+    const float reachX = std::hypot(m[0], m[4], m[8]), reachY = std::hypot(m[1], m[5], m[9]);
+    float left = 1.0f, bottom = 1.0f, right = -1.0f, top = -1.0f; // normalised device units
+    for (const JetExhaustParticle& p : Particles)
+    {
+        const float x = m[0] * p.X + m[4] * p.Y + m[8] * p.Z + m[12];
+        const float y = m[1] * p.X + m[5] * p.Y + m[9] * p.Z + m[13];
+        const float w = m[3] * p.X + m[7] * p.Y + m[11] * p.Z + m[15];
+        // The billboard faces the camera, so its corners share the centre's depth w.
+        if (!(w > 1e-3f))
+        {
+            // At the eye's plane or behind it: its projection is unbounded, so take everything.
+            left = bottom = -1.0f, right = top = 1.0f;
+            break;
+        }
+        const float rx = p.SizeWorld * reachX / w, ry = p.SizeWorld * reachY / w;
+        left = std::min(left, x / w - rx), right = std::max(right, x / w + rx);
+        bottom = std::min(bottom, y / w - ry), top = std::max(top, y / w + ry);
+    }
+    const float u0 = std::max(0.0f, (left + 1.0f) * 0.5f - MarginU),
+                u1 = std::min(1.0f, (right + 1.0f) * 0.5f + MarginU);
+    const float v0 = std::max(0.0f, (bottom + 1.0f) * 0.5f - MarginV),
+                v1 = std::min(1.0f, (top + 1.0f) * 0.5f + MarginV);
+    if (!(u0 < u1 && v0 < v1))
+        return false;
+    RectUv[0] = u0, RectUv[1] = v0, RectUv[2] = u1, RectUv[3] = v1;
+    return true;
 }

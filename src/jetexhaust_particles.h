@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <vector>
 
 #include "jetexhaust.h"
@@ -36,3 +37,10 @@ constexpr float JetExhaustContrailLengthFactor = 6.0f; // contrails trail this m
 // direction are skipped. The hot plume particles of all emitters come first; returns their count.
 int BuildJetExhaustParticles(const std::vector<JetExhaustEmitter>& Emitters, const JetExhaustWork& Work,
                              float PlumeLength, double TimeSec, std::vector<JetExhaustParticle>& Particles);
+
+// The part of the viewport the billboards can cover, as 0..1 across and up (left, bottom, right,
+// top), grown by MarginU and MarginV and clipped to the viewport. False when none is in view. A
+// billboard at the eye's plane or behind it may cover anything: the rect is then the whole viewport.
+bool FindJetExhaustScreenRect(const std::vector<JetExhaustParticle>& Particles,
+                              const std::array<float, 16>& ViewProjection, float MarginU, float MarginV,
+                              float RectUv[4]);

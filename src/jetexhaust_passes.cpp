@@ -1,5 +1,6 @@
 #include "jetexhaust_gl.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstddef>
 
@@ -143,6 +144,32 @@ void JetExhaustGL::BuildParticles(const JetExhaustPassFrame& Frame)
                                                   Frame.pInput->TimeSec, Particles);
 }
 
+bool JetExhaustGL::FindVisibleRect(JetExhaustPassFrame& Frame) const
+{
+    // The blur spreads light this many bloom texels; the heat moves the background by its amplitude.
+    const int blurTexels = Frame.Work.BlurIterations * (Frame.Work.BlurTaps / 2) + 2;
+    const int divisor = std::max(Frame.Work.BloomDivisor, 1);
+    const float heatUv = ShimmerAmplitudeUv * Frame.pSettings->DistortionScale;
+    const float marginU =
+        static_cast<float>(blurTexels * divisor) / Targets.GetWidth(JetExhaustTargets::Plume) + heatUv;
+    const float marginV =
+        static_cast<float>(blurTexels * divisor) / Targets.GetHeight(JetExhaustTargets::Plume) + heatUv;
+    return FindJetExhaustScreenRect(Particles, Frame.pInput->ViewProjection, marginU, marginV,
+                                    Frame.VisibleUv);
+}
+
+void JetExhaustGL::ScissorVisible(const JetExhaustPassFrame& Frame, int XPx, int YPx, int WidthPx,
+                                  int HeightPx)
+{
+    const float* uv = Frame.VisibleUv;
+    const int left = static_cast<int>(std::floor(uv[0] * WidthPx)),
+              bottom = static_cast<int>(std::floor(uv[1] * HeightPx));
+    const int right = static_cast<int>(std::ceil(uv[2] * WidthPx)),
+              top = static_cast<int>(std::ceil(uv[3] * HeightPx));
+    glEnable(GL_SCISSOR_TEST);
+    glScissor(XPx + left, YPx + bottom, right - left, top - bottom);
+}
+
 void JetExhaustGL::RunScenePass(const JetExhaustPassFrame& Frame)
 {
     glBindBuffer(GL_ARRAY_BUFFER, InstanceBuffer);
@@ -169,6 +196,9 @@ void JetExhaustGL::RunShimmerPass(const JetExhaustPassFrame& Frame)
 {
     // The heat bends what lies behind it, so copy the scene under the viewport first.
     const JetExhaustFrameInput& input = *Frame.pInput;
+    // Only where heat can be: outside, the composite adds nothing from this target.
+    ScissorVisible(Frame, 0, 0, Targets.GetWidth(JetExhaustTargets::Shimmer),
+                   Targets.GetHeight(JetExhaustTargets::Shimmer));
     glBindFramebuffer(GL_READ_FRAMEBUFFER, Frame.OutputFramebuffer);
     glBindFramebuffer(GL_DRAW_FRAMEBUFFER, Targets.GetFramebuffer(JetExhaustTargets::Background));
     glBlitFramebuffer(input.ViewportXPx, input.ViewportYPx, input.ViewportXPx + input.ViewportWidthPx,
@@ -189,6 +219,7 @@ void JetExhaustGL::RunShimmerPass(const JetExhaustPassFrame& Frame)
     glUniform1f(Uniform(program, "TimeSec"), static_cast<float>(std::fmod(input.TimeSec, 3600.0)));
     glUniform1f(Uniform(program, "AmplitudeUv"), ShimmerAmplitudeUv * Frame.pSettings->DistortionScale);
     DrawFullScreen();
+    glDisable(GL_SCISSOR_TEST);
 }
 
 void JetExhaustGL::BlurInto(JetExhaustTargets::Target From, JetExhaustTargets::Target Into, float StepX,
@@ -213,6 +244,10 @@ void JetExhaustGL::RunBloomPass(const JetExhaustPassFrame& Frame)
     glUniform1i(Uniform(program, "Source"), 0);
     const float bloomTexelX = 1.0f / static_cast<float>(Targets.GetWidth(T::BloomA));
     const float bloomTexelY = 1.0f / static_cast<float>(Targets.GetHeight(T::BloomA));
+    // The blur runs only around the plumes: the rest of both targets is dark, and stays so.
+    for (T::Target target : {T::BloomA, T::BloomB})
+        BindTarget(target, true);
+    ScissorVisible(Frame, 0, 0, Targets.GetWidth(T::BloomA), Targets.GetHeight(T::BloomA));
     // The first run reads the full-size plume, steps a bloom texel wide and cuts the dim light; the
     // result always ends in BloomB.
     for (int i = 0; i < Frame.Work.BlurIterations; ++i)
@@ -222,6 +257,7 @@ void JetExhaustGL::RunBloomPass(const JetExhaustPassFrame& Frame)
                  bFirst ? BloomThreshold : 0.0f);
         BlurInto(T::BloomA, T::BloomB, 0.0f, bloomTexelY, Frame.Work.BlurTaps, 0.0f);
     }
+    glDisable(GL_SCISSOR_TEST);
 }
 
 void JetExhaustGL::RunCompositePass(const JetExhaustPassFrame& Frame)
@@ -249,5 +285,8 @@ void JetExhaustGL::RunCompositePass(const JetExhaustPassFrame& Frame)
     glUniform1i(Uniform(program, "bShimmer"), bShimmer ? 1 : 0);
     glUniform1i(Uniform(program, "bBloom"), bBloom ? 1 : 0);
     glUniform1f(Uniform(program, "BloomStrength"), 0.8f * Frame.pSettings->BrightnessScale);
+    ScissorVisible(Frame, input.ViewportXPx, input.ViewportYPx, input.ViewportWidthPx,
+                   input.ViewportHeightPx);
     DrawFullScreen();
+    glDisable(GL_SCISSOR_TEST);
 }
