@@ -113,37 +113,32 @@ void SpringMapRenderer::BuildMesh(std::vector<float>& positionsNormals, std::vec
             vertex[4] = 1.0f / length;
             vertex[5] = -dhdz / length;
         }
-    // Indices grouped by ground patch so each patch draws with its own texture.
-    indices.clear();
-    indices.reserve(static_cast<std::size_t>(IndexCount));
+    // Patches of the level-of-detail mesh, each drawn with the texture of the ground patch it lies in.
+    std::vector<terrainlod::Patch> lodPatches;
+    terrainlod::BuildMesh(HeightGrid, GridWidth, GridHeight, SquareSize, positionsNormals, indices,
+                          lodPatches);
     pRanges->Ranges.clear();
-    const auto& patches = Ground.GetPatches();
+    const int patchCount = static_cast<int>(Ground.GetPatches().size());
     const int squaresX = GridWidth - 1, squaresZ = GridHeight - 1;
-    const int patchSquares = SpringMapGround::PatchSquares;
-    int patchIndex = 0;
-    for (int pz = 0; pz < squaresZ; pz += patchSquares)
-        for (int px = 0; px < squaresX; px += patchSquares, ++patchIndex)
-        {
-            SpringMapTerrainGL::MeshRange range;
-            range.FirstIndex = static_cast<int>(indices.size());
-            const int endX = std::min(px + patchSquares, squaresX),
-                      endZ = std::min(pz + patchSquares, squaresZ);
-            for (int z = pz; z < endZ; ++z)
-                for (int x = px; x < endX; ++x)
-                {
-                    const std::uint32_t v00 = static_cast<std::uint32_t>(z * GridWidth + x);
-                    const std::uint32_t v01 = v00 + static_cast<std::uint32_t>(GridWidth);
-                    indices.insert(indices.end(), {v00, v01, v00 + 1, v00 + 1, v01, v01 + 1});
-                }
-            range.IndexCount = static_cast<int>(indices.size()) - range.FirstIndex;
-            const bool bPatch = patchIndex < static_cast<int>(patches.size());
-            range.PatchIndex = bPatch ? patchIndex : -1;
-            range.UvRect[0] = bPatch ? px * SquareSize : 0.0f;
-            range.UvRect[1] = bPatch ? pz * SquareSize : 0.0f;
-            range.UvRect[2] = 1.0f / ((bPatch ? endX - px : squaresX) * SquareSize);
-            range.UvRect[3] = 1.0f / ((bPatch ? endZ - pz : squaresZ) * SquareSize);
-            pRanges->Ranges.push_back(range);
-        }
+    const int groundSquares = SpringMapGround::PatchSquares;
+    const int groundPatchesX = (squaresX + groundSquares - 1) / groundSquares;
+    for (terrainlod::Patch& lod : lodPatches)
+    {
+        SpringMapTerrainGL::MeshRange range;
+        const int px = lod.SquareX / groundSquares * groundSquares,
+                  pz = lod.SquareZ / groundSquares * groundSquares;
+        const int patchIndex = pz / groundSquares * groundPatchesX + px / groundSquares;
+        const bool bPatch = patchIndex < patchCount;
+        const int endX = std::min(px + groundSquares, squaresX),
+                  endZ = std::min(pz + groundSquares, squaresZ);
+        range.PatchIndex = bPatch ? patchIndex : -1;
+        range.UvRect[0] = bPatch ? px * SquareSize : 0.0f;
+        range.UvRect[1] = bPatch ? pz * SquareSize : 0.0f;
+        range.UvRect[2] = 1.0f / ((bPatch ? endX - px : squaresX) * SquareSize);
+        range.UvRect[3] = 1.0f / ((bPatch ? endZ - pz : squaresZ) * SquareSize);
+        range.Lod = std::move(lod);
+        pRanges->Ranges.push_back(std::move(range));
+    }
 }
 
 bool SpringMapRenderer::Render(const float* ViewProj4x4ColumnMajor)
@@ -168,6 +163,7 @@ bool SpringMapRenderer::Render(const float* ViewProj4x4ColumnMajor)
     source.MinHeight = LowestHeight;
     source.MaxHeight = HighestHeight;
     source.bAllowCompressedUpload = bAllowCompressedUpload;
+    source.LodErrorPx = LodErrorPx;
     return pTerrainGL->Draw(source, ViewProj4x4ColumnMajor);
 }
 
@@ -180,4 +176,9 @@ void SpringMapRenderer::ReleaseGL()
 bool SpringMapRenderer::UsedCompressedUpload() const
 {
     return pTerrainGL->UsedCompressedUpload();
+}
+
+long long SpringMapRenderer::GetDrawnTriangles() const
+{
+    return pTerrainGL->GetDrawnTriangles();
 }

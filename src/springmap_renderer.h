@@ -63,6 +63,11 @@ class SpringMapRenderer
     int IndexCount = 0;
     // Off: decode the ground on the CPU even where the driver has S3TC. Takes effect on the next upload.
     bool bAllowCompressedUpload = true;
+    // Each patch in view is drawn with the fewest triangles whose heights stay within this many
+    // pixels of the full grid's on screen; 0 or less draws every square.
+    float LodErrorPx = 1.0f;
+    // Triangles the last Render drew (skirts included): what the view, not the map, asks for.
+    long long GetDrawnTriangles() const;
 
     // The mesh the first Render uploads: 6 floats per corner (position, normal) and two triangles per
     // square, grouped by ground patch. Needs no GL context.

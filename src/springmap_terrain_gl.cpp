@@ -204,8 +204,17 @@ bool SpringMapTerrainGL::Draw(const Source& From, const float* ViewProj4x4Column
     glUniform2f(HeightRangeLocation, From.MinHeight, From.MaxHeight);
     glActiveTexture(GL_TEXTURE0);
     glBindVertexArray(Vao);
+    GLint viewport[4] = {};
+    glGetIntegerv(GL_VIEWPORT, viewport);
+    const terrainlod::ViewSelector selector(ViewProj4x4ColumnMajor, viewport[3], From.LodErrorPx);
+    DrawnTriangles = 0;
     for (const MeshRange& range : *From.pRanges)
     {
+        const int level = selector.ChooseLevel(range.Lod);
+        if (level < 0)
+            continue;
+        const terrainlod::Level& indices = range.Lod.Levels[static_cast<std::size_t>(level)];
+        DrawnTriangles += indices.IndexCount / 3;
         const bool bPatch =
             range.PatchIndex >= 0 && range.PatchIndex < static_cast<int>(PatchTextures.size());
         const GLuint texture = bPatch ? PatchTextures[range.PatchIndex] : MinimapTexture;
@@ -213,8 +222,8 @@ bool SpringMapTerrainGL::Draw(const Source& From, const float* ViewProj4x4Column
         glUniform1i(ModeLocation, texture ? 1 : 0);
         glUniform4fv(UvRectLocation, 1, range.UvRect);
         glDrawElements(
-            GL_TRIANGLES, range.IndexCount, GL_UNSIGNED_INT,
-            reinterpret_cast<void*>(static_cast<std::uintptr_t>(range.FirstIndex) * sizeof(std::uint32_t)));
+            GL_TRIANGLES, indices.IndexCount, GL_UNSIGNED_INT,
+            reinterpret_cast<void*>(static_cast<std::uintptr_t>(indices.FirstIndex) * sizeof(std::uint32_t)));
     }
     glBindVertexArray(0);
     glBindTexture(GL_TEXTURE_2D, 0);

@@ -5,6 +5,8 @@
 
 #include <epoxy/gl.h>
 
+#include "springmap_terrain_lod.h"
+
 class SpringMapGround;
 
 // The GL side of the terrain: one vertex buffer (position + normal), indices grouped by ground patch,
@@ -15,8 +17,7 @@ class SpringMapTerrainGL
   public:
     struct MeshRange
     {
-        int FirstIndex = 0;
-        int IndexCount = 0;
+        terrainlod::Patch Lod;          // the patch's index lists, finest first, and its bounds
         float UvRect[4] = {0, 0, 1, 1}; // world X, Z of the texture's corner and 1 / its size
         int PatchIndex = -1;            // ground patch drawn on it; -1: the minimap or the height ramp
     };
@@ -30,6 +31,7 @@ class SpringMapTerrainGL
         float MinHeight = 0.0f, MaxHeight = 1.0f;            // for the ramp when nothing else is there
         bool bAllowCompressedUpload = true;
         std::uint64_t DecodedBudgetBytes = 128ull << 20;
+        float LodErrorPx = 1.0f; // see SpringMapRenderer::LodErrorPx
     };
 
     // Creates what is missing, then draws. False when the program cannot be built. The GL objects
@@ -37,6 +39,8 @@ class SpringMapTerrainGL
     bool Draw(const Source& From, const float* ViewProj4x4ColumnMajor);
     void Release();
     bool UsedCompressedUpload() const { return bCompressed; }
+    // Triangles the last Draw sent, skirts included.
+    long long GetDrawnTriangles() const { return DrawnTriangles; }
 
   private:
     bool CreateProgram();
@@ -51,4 +55,5 @@ class SpringMapTerrainGL
     GLuint MinimapTexture = 0;
     bool bCreated = false;
     bool bCompressed = false;
+    long long DrawnTriangles = 0;
 };

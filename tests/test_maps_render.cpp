@@ -194,3 +194,51 @@ TEST_F(MapRender, HeightGridWithoutATextureIsShadedByHeight)
     terrain.Unload();
     EXPECT_FALSE(terrain.Render(view.data())) << "nothing loaded";
 }
+
+TEST_F(MapRender, LevelOfDetailLooksLikeTheFullGridWithFewerTriangles)
+{
+    SKIP_WITHOUT_MAPS();
+    // Framed whole, and from low over the middle looking north-east (near patches detailed, the
+    // rest coarse or out of view): against every square drawn, the picture barely changes.
+    for (const char* path : {"bridge.sdd", "Blank16.sdd"})
+    {
+        SpringMap map;
+        ASSERT_NO_FATAL_FAILURE(LoadFixture(path, map));
+        SpringMapRenderer terrain;
+        ASSERT_TRUE(terrain.LoadMap(map));
+        OrbitCamera low;
+        low.WorldOffsetX = terrain.GetWorldWidth() * 0.5, low.WorldOffsetZ = terrain.GetWorldDepth() * 0.5;
+        low.YawDeg = 135.0, low.PitchDeg = 25.0, low.Distance = 1500.0,
+        low.Aspect = double(WidthPx) / HeightPx;
+        const std::array<float, 16> lowView =
+            (BuildPerspectiveMatrix(45.0, low.Aspect, 1.0, 20000.0) * BuildOrbitViewMatrix(low)).ToFloat();
+        const long long gridTriangles = terrain.IndexCount / 3;
+        for (const auto& [viewName, view] :
+             {std::pair{"oblique", ObliqueView(terrain)}, std::pair{"low", lowView}})
+        {
+            const std::string name = std::string("lod_") + viewName + "_" + path;
+            terrain.LodErrorPx = 0.0f;
+            const Image full = Draw(terrain, view, name + "_full");
+            const long long fullTriangles = terrain.GetDrawnTriangles();
+            terrain.LodErrorPx = 1.0f;
+            const Image lod = Draw(terrain, view, name);
+            std::size_t changed = 0;
+            for (std::size_t i = 0; i < full.size(); i += 4)
+                changed += std::abs(full[i] - lod[i]) + std::abs(full[i + 1] - lod[i + 1]) +
+                               std::abs(full[i + 2] - lod[i + 2]) >
+                           48;
+            EXPECT_LT(changed, full.size() / 4 / 200) << name << ": pixels that changed visibly";
+            EXPECT_LT(MeanAbsDifference(full, lod), 1.0) << name;
+            // Flat ground needs a couple of triangles a patch; hills keep detail near the eye.
+            EXPECT_LT(terrain.GetDrawnTriangles(),
+                      std::string(path) == "Blank16.sdd" ? fullTriangles / 100 : fullTriangles)
+                << name;
+            if (std::string(viewName) == "low")
+            {
+                EXPECT_LT(fullTriangles, gridTriangles * 3 / 4)
+                    << name << ": patches out of view are skipped";
+            }
+        }
+        terrain.ReleaseGL();
+    }
+}
