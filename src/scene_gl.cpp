@@ -147,23 +147,31 @@ void AppendArrowIcon(std::vector<float>& out, const HeadingFrame& frame, const V
         AppendVertex(out, v, colour, 0.8f);
 }
 
-void DrawVehicle(std::vector<float>& solid, const VehicleUnit& vehicle, bool bSelected, double Scale)
+// A vehicle's shape at heading 0, base at the origin, one radius across each unit: the instanced
+// draw turns, scales and colours it. Shade and turret flag travel as the red and green of the colour.
+std::vector<float> BuildVehicleShape(bool bIcon)
 {
-    const HeadingFrame frame(vehicle.HeadingDeg);
-    const double r = std::max(vehicle.Radius, 1.0f) * Scale;
-    const Rgb hull = bSelected ? Rgb{0.35f, 0.9f, 0.45f} : Rgb{0.25f, 0.5f, 0.9f};
-    const Rgb turret = bSelected ? Rgb{0.6f, 1.0f, 0.65f} : Rgb{0.55f, 0.75f, 1.0f};
-    if (Scale > SceneGL::IconScale)
+    const HeadingFrame frame(0.0);
+    const Vec3D base;
+    const Rgb hull{1.0f, 0.0f, 0.0f}, turret{1.0f, 1.0f, 0.0f};
+    std::vector<float> vertices;
+    if (bIcon)
+        AppendArrowIcon(vertices, frame, base, 1.0, turret);
+    else
     {
-        AppendArrowIcon(solid, frame, vehicle.Position, r, turret);
-        return;
+        AppendBox(vertices, frame, base, 1.0, 0.7, 0.6, hull);
+        // Turret behind the middle, barrel reaching past the front: the heading reads from any side.
+        AppendBox(vertices, frame, frame.At(base, -0.15, 0.0, 0.6), 0.45, 0.4, 0.4, turret);
+        AppendBox(vertices, frame, frame.At(base, 0.85, 0.0, 0.72), 0.55, 0.1, 0.14, turret);
     }
-    AppendBox(solid, frame, vehicle.Position, r, r * 0.7, r * 0.6, hull);
-    // Turret behind the middle, barrel reaching past the front: the heading reads from any side.
-    AppendBox(solid, frame, frame.At(vehicle.Position, -r * 0.15, 0.0, r * 0.6), r * 0.45, r * 0.4, r * 0.4,
-              turret);
-    AppendBox(solid, frame, frame.At(vehicle.Position, r * 0.85, 0.0, r * 0.72), r * 0.55, r * 0.1, r * 0.14,
-              turret);
+    // At heading 0 forward is +Z and right is -X.
+    std::vector<float> shape;
+    for (std::size_t i = 0; i < vertices.size(); i += FloatsPerVertex)
+    {
+        const float* v = &vertices[i];
+        shape.insert(shape.end(), {v[2], -v[0], v[1], v[3], v[4] > 0.5f * v[3] ? 1.0f : 0.0f});
+    }
+    return shape;
 }
 
 void DrawAircraft(std::vector<float>& solid, const AirUnit& air, const SpringMapRenderer& map, bool bSelected,
@@ -287,12 +295,14 @@ bool SceneGL::Create(std::string& Error)
     ViewProjectionLocation = glGetUniformLocation(Program, "ViewProjection");
     CreateVertexArray(UnitArray, UnitBuffer);
     glBindVertexArray(0);
-    return true;
+    return Vehicles.Create(BuildVehicleShape(false), BuildVehicleShape(true), Error);
 }
 
 void SceneGL::BuildGeometry(const SceneContent& Content)
 {
     SolidVertices.clear();
+    VehicleModels.clear();
+    VehicleIcons.clear();
     LineVertices.clear();
     PointVertices.clear();
     const SpringMapRenderer* pMap = Content.Map.IsLoaded() ? &Content.Map : nullptr;
@@ -307,7 +317,13 @@ void SceneGL::BuildGeometry(const SceneContent& Content)
             maskIndex < Content.VehicleSelectionMask.size() && Content.VehicleSelectionMask[maskIndex];
         const double radius = std::max(vehicle->Radius, 1.0f);
         const double scale = GetDrawScale(Content, vehicle->Position, radius * 2.0);
-        DrawVehicle(SolidVertices, *vehicle, bSelected, scale);
+        const Vec3D& at = vehicle->Position;
+        // Beyond IconScale a vehicle is drawn as a flat arrow.
+        std::vector<float>& instances = scale > IconScale ? VehicleIcons : VehicleModels;
+        instances.insert(instances.end(),
+                         {static_cast<float>(at.X), static_cast<float>(at.Y), static_cast<float>(at.Z),
+                          static_cast<float>(vehicle->HeadingDeg * M_PI / 180.0),
+                          static_cast<float>(radius * scale), bSelected ? 1.0f : 0.0f});
         if (bSelected)
             AppendRing(LineVertices, vehicle->Position, radius * VehicleRingRadii * scale, pMap,
                        ToRgb(SelectionRingColour));
@@ -338,9 +354,16 @@ void SceneGL::Draw(const SceneContent& Content, const std::array<float, 16>& Vie
     if (Program == 0)
         return;
     BuildGeometry(Content);
+    glDisable(GL_BLEND);
+    glEnable(GL_DEPTH_TEST);
+    glDepthFunc(GL_LESS);
+    Vehicles.Draw(VehicleModels, VehicleIcons, ViewProjection);
     const std::size_t totalFloats = SolidVertices.size() + LineVertices.size() + PointVertices.size();
     if (totalFloats == 0)
+    {
+        glDisable(GL_DEPTH_TEST);
         return;
+    }
     glUseProgram(Program);
     glUniformMatrix4fv(ViewProjectionLocation, 1, GL_FALSE, ViewProjection.data());
     glBindVertexArray(UnitArray);
@@ -355,9 +378,6 @@ void SceneGL::Draw(const SceneContent& Content, const std::array<float, 16>& Vie
         glBufferSubData(GL_ARRAY_BUFFER, offsetBytes, bytes, part->data());
         offsetBytes += bytes;
     }
-    glDisable(GL_BLEND);
-    glEnable(GL_DEPTH_TEST);
-    glDepthFunc(GL_LESS);
     GLint first = 0;
     glDrawArrays(GL_TRIANGLES, first, VertexCount(SolidVertices));
     first += VertexCount(SolidVertices);

@@ -9,6 +9,7 @@
 
 #include "sky_gl.h"
 #include "vec3d.h"
+#include "vehicleinstances_gl.h"
 
 class SpringMapRenderer;
 class VehicleUnit;
@@ -37,8 +38,8 @@ struct SceneContent
 // to the terrain, a ring under every selected unit, and each unit's orders as a line from the unit
 // through its goals with a dot at every goal; an aircraft's goals (at its flying height) each with a
 // ring on the ground below and a line down to it. Units are depth-tested; rings, lines and dots are
-// drawn over everything so an order is never hidden behind a hill. Three draw calls per frame, after
-// the sky behind everything (DrawSky).
+// drawn over everything so an order is never hidden behind a hill. Five draw calls per frame (near
+// and far vehicles instanced, aircraft, lines, dots), after the sky behind everything (DrawSky).
 //
 //          goal o - - - - o goal      flying height
 //               |         |
@@ -75,8 +76,11 @@ class SceneGL
     GLuint Program = 0;
     GLint ViewProjectionLocation = -1;
     GLuint UnitArray = 0, UnitBuffer = 0;
-    // This frame's vertices, position and colour interleaved, one list per primitive type.
-    std::vector<float> SolidVertices; // depth-tested triangles: the units
+    VehicleInstancesGL Vehicles;
+    // This frame's vehicles as instances (VehicleInstancesGL's layout), near and far ones.
+    std::vector<float> VehicleModels, VehicleIcons;
+    // This frame's other vertices, position and colour interleaved, one list per primitive type.
+    std::vector<float> SolidVertices; // depth-tested triangles: the aircraft
     std::vector<float> LineVertices;  // rings and order lines
     std::vector<float> PointVertices; // goal dots
 };
