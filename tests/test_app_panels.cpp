@@ -152,12 +152,6 @@ TEST_F(AppPanels, OverlaysAreDrawnOverTheScene)
     App->GetWindow().SetStatusBarText("");
     App->DrawFrame();
     EXPECT_NE(App->ReadBackBuffer(), withText) << "the status bar's text is drawn";
-    SDL_MinimizeWindow(App->GetCoreSDL().pWindow);
-    Frame();
-    EXPECT_FALSE(p->pRend->bDrawingAllowed) << "a minimized window is not drawn";
-    SDL_RestoreWindow(App->GetCoreSDL().pWindow);
-    Frame();
-    EXPECT_TRUE(p->pRend->bDrawingAllowed);
     double x1 = 0, y1 = 0, x2 = 0, y2 = 0, mx1 = 0, my1 = 0, mx2 = 0, my2 = 0;
     ASSERT_TRUE(View().GetNavWidgetPanelRect(x1, y1, x2, y2));
     ASSERT_TRUE(App->GetMinimap().GetMapRectPx(View(), 1280, 720, mx1, my1, mx2, my2));

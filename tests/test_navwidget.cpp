@@ -66,12 +66,12 @@ TEST(NavWidgetLayout, PanelRectClampsSizeAndMarginAndHiddenElementsWriteNothing)
         EXPECT_NEAR(r.Y2, c.Expected.Y2, 1e-12) << "size " << c.Size << " margin " << c.Margin;
     }
 
-    // A hidden toggle writes zeros (its drawn rectangle is checked with the toggle below).
+    // A hidden toggle writes nothing (its drawn rectangle is checked with the toggle below).
     TestApp app;
     app.View.bAutoRotateToggleVisible = false;
     PanelRect hidden{1, 1, 1, 1};
     EXPECT_FALSE(app.View.GetAutoRotateToggleRect(hidden.X1, hidden.Y1, hidden.X2, hidden.Y2));
-    EXPECT_TRUE(hidden.X1 == 0.0 && hidden.Y1 == 0.0 && hidden.X2 == 0.0 && hidden.Y2 == 0.0);
+    EXPECT_TRUE(hidden.X1 == 1.0 && hidden.Y1 == 1.0 && hidden.X2 == 1.0 && hidden.Y2 == 1.0);
 }
 
 // The double near Lo + Target * Extent whose panel coordinate, computed the way the hit test computes
