@@ -96,6 +96,7 @@ TEST_F(AppPanels, KeysShowAndHidePanelsSwitchTheEffectAndQuit)
     EXPECT_LE(App->GetFrameStats().GetCpuMs(), (SDL_GetTicksNS() - beforeNs) * 1e-6) << "one frame's time";
     EXPECT_NE(App->GetFrameStats().FormatLine().find(" fps | CPU "), std::string::npos);
     EXPECT_GT(App->GetFrameStats().GetCpuMs(), 0.0);
+    EXPECT_GE(App->GetFrameStats().GetGpuMs(), 0.0) << "the GPU timer answered some frames ago";
     EXPECT_FALSE(Press(SDLK_Q, SDL_KMOD_RCTRL));
     for (const SDL_EventType quit : {SDL_EVENT_QUIT, SDL_EVENT_WINDOW_CLOSE_REQUESTED})
     {
@@ -155,9 +156,12 @@ TEST_F(AppPanels, OverlaysAreDrawnOverTheScene)
     double x1 = 0, y1 = 0, x2 = 0, y2 = 0, mx1 = 0, my1 = 0, mx2 = 0, my2 = 0;
     ASSERT_TRUE(View().GetNavWidgetPanelRect(x1, y1, x2, y2));
     ASSERT_TRUE(App->GetMinimap().GetMapRectPx(View(), 1280, 720, mx1, my1, mx2, my2));
-    // The middles of the navigation widget, the minimap and the effects panel (right of its text).
-    const std::pair<double, double> points[] = {
-        {(x1 + x2) * 640, (y1 + y2) * 360}, {(mx1 + mx2) / 2, (my1 + my2) / 2}, {0.97 * 1280, 0.3 * 720}};
+    // The middles of the navigation widget, the minimap, the Rotate toggle and the effects panel (right
+    // of its text).
+    const std::pair<double, double> points[] = {{(x1 + x2) * 640, (y1 + y2) * 360},
+                                                {(mx1 + mx2) / 2, (my1 + my2) / 2},
+                                                {0.9375 * 1280, 0.96 * 720},
+                                                {0.97 * 1280, 0.3 * 720}};
     for (const auto& [x, y] : points)
     {
         const std::size_t at = (static_cast<std::size_t>(y) * 1280 + static_cast<std::size_t>(x)) * 4;
