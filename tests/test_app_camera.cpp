@@ -1,5 +1,5 @@
-// The scene's camera: the auto-rotation phase, worked view numbers and a collapsed window. (Random
-// cameras and window sizes are checked against picking in test_picking.)
+// The scene's camera: worked view numbers and a collapsed window. (Random cameras and window sizes are
+// checked against picking, and the auto-rotation phase through picks and the application, elsewhere.)
 #include <cmath>
 
 #include <gtest/gtest.h>
@@ -13,19 +13,6 @@ bool ProjectToLocal(const GLViewport& view, const Vec3D& world, double& x01, dou
     return ordertest::ProjectToLocal(view, world.X, world.Y, world.Z, x01, y01);
 }
 } // namespace
-
-TEST(SceneCamera, AutoRotationAddsTheClockPhaseToTheYaw)
-{
-    TestApp app;
-    app.View.bAutoRotate = true;
-    app.View.AutoRotateDegPerSec = 7.5;
-    app.View.CameraYawDeg = 20;
-    for (std::uint64_t ms : {0, 1, 1500, 61000, 3600123})
-    {
-        sdlseam::SetTicks(ms);
-        EXPECT_DOUBLE_EQ(app.View.GetSceneCamera().YawDeg, 20 + ms * 0.001 * 7.5) << "at " << ms << " ms";
-    }
-}
 
 TEST(SceneCamera, WorkedViewNumbers)
 {

@@ -9,10 +9,9 @@
 #include <SDL3/SDL.h>
 #include <gtest/gtest.h>
 
-#include "application.h"
+#include "headless_app.h"
 #include "mapcatalog.h"
 #include "mapwatcher.h"
-#include "sdl_seam.h"
 #include "statejson.h"
 #include "vehicleunit.h"
 
@@ -22,10 +21,9 @@ namespace
 {
 const fs::path Maps = QUINDLE_MAPS_DIR;
 
-class AppMaps : public ::testing::Test
+class AppMaps : public HeadlessApp
 {
   protected:
-    std::unique_ptr<Application> App;
     fs::path Dir = fs::temp_directory_path() / ("quindle-app-maps-" + std::to_string(getpid()));
 
     void SetUp() override
@@ -44,41 +42,24 @@ class AppMaps : public ::testing::Test
     }
     void Start(const std::string& MapPath, bool bWatch = false)
     {
-        SDL_SetHint(SDL_HINT_VIDEO_DRIVER, "offscreen");
-        sdlseam::Reset();
-        App = std::make_unique<Application>();
         AppOptions options;
-        options.MapPath = MapPath;
-        options.bWatch = bWatch;
-        options.WidthPx = 320;
-        options.HeightPx = 240;
-        options.VehicleCount = 5;
-        options.AircraftCount = 2;
-        options.FrameCount = 1;
-        std::string error;
-        ASSERT_TRUE(App->Start(options, error)) << error;
+        options.MapPath = MapPath, options.VehicleCount = 5, options.AircraftCount = 2;
+        options.WidthPx = 320, options.HeightPx = 240, options.FrameCount = 1, options.bWatch = bWatch;
+        HeadlessApp::Start(options);
     }
-    void Frame()
-    {
-        App->ProcessInput();
-        App->DrawFrame();
-    }
-    const std::string& Status() { return App->GetWindow().GetStatusBarText(); }
-    int GridWidth() { return App->GetViewport().SpringMap.GetGridWidth(); }
+    int GridWidth() { return View().SpringMap.GetGridWidth(); }
 };
 
 TEST_F(AppMaps, DroppedMapReplacesTheOldOneWholeOrNotAtAll)
 {
     Start("");
-    GLViewport& view = App->GetViewport();
+    GLViewport& view = View();
     view.VehicleSelectionMask.assign(view.Vehicles.size(), true);
     view.CameraYawDeg = 77.0;
     const std::string bridge = (Dir / "bridge.sdd").string();
     SDL_Event drop{};
-    drop.type = SDL_EVENT_DROP_FILE;
-    drop.drop.windowID = SDL_GetWindowID(App->GetCoreSDL().pWindow);
-    drop.drop.data = bridge.c_str();
-    ASSERT_TRUE(SDL_PushEvent(&drop)) << SDL_GetError();
+    drop.type = SDL_EVENT_DROP_FILE, drop.drop.data = bridge.c_str();
+    Push(drop);
     Frame();
     EXPECT_EQ(App->GetMapName(), "The Bridge");
     EXPECT_EQ(App->GetMapPath(), bridge);
@@ -111,7 +92,7 @@ TEST_F(AppMaps, DroppedMapReplacesTheOldOneWholeOrNotAtAll)
 TEST_F(AppMaps, EveryFixtureMapInTurnAndBackLeavesNoStaleState)
 {
     Start("");
-    GLViewport& view = App->GetViewport();
+    GLViewport& view = View();
     for (const char* map : {"Blank16.sdd", "Map_Blueprint_V1.sdd", "bridge.sdd", "map_blueprint_v1.sd7",
                             "map_blueprint_v1.sdz", "Blank16.sdd"})
     {
@@ -136,16 +117,10 @@ TEST_F(AppMaps, ReloadKeepsTheCameraAndAFailedOneKeepsTheMap)
 {
     const fs::path smf = Dir / "bridge.sdd" / "maps" / "bridge.smf";
     Start((Dir / "bridge.sdd").string(), true);
-    GLViewport& view = App->GetViewport();
+    GLViewport& view = View();
     view.CameraYawDeg = 33.0;
     view.CameraDistance = 900.0;
-    SDL_Event f5{};
-    f5.type = SDL_EVENT_KEY_DOWN;
-    f5.key.windowID = SDL_GetWindowID(App->GetCoreSDL().pWindow);
-    f5.key.key = SDLK_F5;
-    f5.key.down = true;
-    ASSERT_TRUE(SDL_PushEvent(&f5));
-    Frame();
+    Tap(SDLK_F5);
     EXPECT_EQ(App->GetMapReloads(), 1);
     EXPECT_EQ(Status(), "Reloaded (1) | Map The Bridge: 640x640 squares, 5 vehicles, 2 aircraft");
     EXPECT_EQ(view.CameraYawDeg, 33.0);
@@ -205,13 +180,7 @@ TEST(MapWatcherClock, ArchiveChangesCountOnceAfterTheQuietPeriod)
 TEST_F(AppMaps, NoFileDialogIsSaidInTheStatusBar)
 {
     Start("");
-    SDL_Event ctrlO{};
-    ctrlO.type = SDL_EVENT_KEY_DOWN;
-    ctrlO.key.windowID = SDL_GetWindowID(App->GetCoreSDL().pWindow);
-    ctrlO.key.key = SDLK_O;
-    ctrlO.key.mod = SDL_KMOD_LCTRL;
-    ctrlO.key.down = true;
-    ASSERT_TRUE(SDL_PushEvent(&ctrlO));
+    Key(true, SDLK_O, SDL_KMOD_LCTRL);
     const std::string before = Status();
     for (int frame = 0; frame < 300 && Status() == before; ++frame)
     {
@@ -275,60 +244,44 @@ TEST(MapCatalog, UserFoldersFromTheEnvironmentAndTheHomeFolder)
 
 TEST_F(AppMaps, BrowserFiltersAsYouTypeAndOpensTheChoice)
 {
-    SDL_SetHint(SDL_HINT_VIDEO_DRIVER, "offscreen");
-    sdlseam::Reset();
-    App = std::make_unique<Application>();
     AppOptions options;
-    options.bBrowse = true;
+    options.VehicleCount = 1, options.AircraftCount = 0, options.FrameCount = 1, options.bBrowse = true;
     options.BrowseFolder = Maps.string();
-    options.VehicleCount = 1;
-    options.AircraftCount = 0;
-    options.FrameCount = 1;
-    std::string error;
-    ASSERT_TRUE(App->Start(options, error)) << error;
+    HeadlessApp::Start(options);
     MapBrowser& browser = App->GetMapBrowser();
     for (int i = 0; i < 1000 && !browser.IsScanDone(); ++i)
         SDL_Delay(10);
     ASSERT_TRUE(browser.IsScanDone());
     Frame();
-    EXPECT_FALSE(App->GetViewport().bHasFocus) << "typing goes to the filter, not the view's keys";
-    const Uint32 window = SDL_GetWindowID(App->GetCoreSDL().pWindow);
-    const auto key = [&](SDL_Keycode Code)
-    {
-        SDL_Event event{};
-        event.type = SDL_EVENT_KEY_DOWN;
-        event.key.windowID = window;
-        event.key.key = Code;
-        event.key.down = true;
-        ASSERT_TRUE(SDL_PushEvent(&event));
-        Frame();
-    };
+    EXPECT_FALSE(View().bHasFocus) << "typing goes to the filter, not the view's keys";
+    const double distance = View().CameraDistance;
+    SDL_Event wheel{};
+    wheel.type = SDL_EVENT_MOUSE_WHEEL, wheel.wheel.y = 3, wheel.wheel.mouse_x = 10, wheel.wheel.mouse_y = 10;
+    Push(wheel);
+    Frame();
+    EXPECT_EQ(View().CameraDistance, distance) << "the pointer is the browser's while it is open";
     const auto type = [&](const char* Text)
     {
         SDL_Event event{};
-        event.type = SDL_EVENT_TEXT_INPUT;
-        event.text.windowID = window;
-        event.text.text = Text;
-        ASSERT_TRUE(SDL_PushEvent(&event));
+        event.type = SDL_EVENT_TEXT_INPUT, event.text.text = Text;
+        Push(event);
         Frame();
     };
     type("BLUE");
     EXPECT_EQ(browser.GetShown().size(), 3u) << "the filter ignores case";
     type("x");
     EXPECT_EQ(browser.GetShown().size(), 0u);
-    key(SDLK_BACKSPACE);
-    key(SDLK_DOWN);
-    key(SDLK_DOWN);
-    key(SDLK_DOWN);
+    for (SDL_Keycode key : {SDLK_BACKSPACE, SDLK_DOWN, SDLK_DOWN, SDLK_DOWN})
+        Tap(key);
     EXPECT_EQ(browser.GetChoice(), 2) << "the choice stops at the last map shown";
-    key(SDLK_RETURN);
+    Tap(SDLK_RETURN);
     EXPECT_FALSE(browser.IsOpen());
     EXPECT_EQ(App->GetMapPath(), (Maps / "map_blueprint_v1.sdz").string());
     EXPECT_EQ(App->GetMapName(), "MAP_BLUEPRINT_V1");
-    key(SDLK_TAB);
+    Tap(SDLK_TAB);
     EXPECT_TRUE(browser.IsOpen());
     EXPECT_EQ(browser.GetFilter(), "BLUE") << "the filter stays for the next look";
-    key(SDLK_ESCAPE);
+    Tap(SDLK_ESCAPE);
     EXPECT_FALSE(browser.IsOpen());
 }
 } // namespace

@@ -11,8 +11,8 @@
 #include <SDL3/SDL.h>
 #include <gtest/gtest.h>
 
-#include "application.h"
 #include "controls.h"
+#include "headless_app.h"
 #include "helpoverlay.h"
 #include "test_app.h"
 
@@ -20,43 +20,22 @@ namespace
 {
 using Panel = AppOptions::Panel;
 
-class AppPanels : public ::testing::Test
+class AppPanels : public HeadlessApp
 {
   protected:
-    std::unique_ptr<Application> App;
-
-    // A fresh application, one window at a time; FrameCount 0 runs by the clock as without --frames.
+    // FrameCount 0 runs by the clock as without --frames.
     void Start(int WidthPx, int HeightPx, Panel EffectsPanel = Panel::Auto, int FrameCount = 1)
     {
-        App.reset();
-        App = std::make_unique<Application>();
-        SDL_SetHint(SDL_HINT_VIDEO_DRIVER, "offscreen");
-        sdlseam::Reset();
         AppOptions options;
         options.WidthPx = WidthPx, options.HeightPx = HeightPx, options.FrameCount = FrameCount;
         options.EffectsPanel = EffectsPanel;
-        std::string error;
-        ASSERT_TRUE(App->Start(options, error)) << error;
+        HeadlessApp::Start(options);
     }
-    // Queues the events, then runs one frame; false once the application asked to quit.
-    bool Frame(std::vector<SDL_Event> Events = {})
+    // A key pressed (or repeated), then a frame; false once the application asked to quit.
+    bool Press(SDL_Keycode Code, SDL_Keymod Mods = SDL_KMOD_NONE, bool bRepeat = false)
     {
-        for (SDL_Event& event : Events)
-        {
-            event.common.timestamp = SDL_GetTicksNS();
-            event.window.windowID = SDL_GetWindowID(App->GetCoreSDL().pWindow);
-            EXPECT_TRUE(SDL_PushEvent(&event)) << SDL_GetError();
-        }
-        const bool bGoOn = App->ProcessInput();
-        App->DrawFrame();
-        return bGoOn;
-    }
-    bool Key(SDL_Keycode Code, SDL_Keymod Mods = SDL_KMOD_NONE, bool bRepeat = false)
-    {
-        SDL_Event event{};
-        event.type = SDL_EVENT_KEY_DOWN;
-        event.key.key = Code, event.key.mod = Mods, event.key.down = true, event.key.repeat = bRepeat;
-        return Frame({event});
+        Key(true, Code, Mods, bRepeat);
+        return Frame();
     }
     // The text calls one piece of drawing makes on its own; its shapes stay recorded.
     std::vector<TTFTextCall> RecordText(const std::function<void()>& Draw)
@@ -71,7 +50,7 @@ TEST_F(AppPanels, KeysShowAndHidePanelsSwitchTheEffectAndQuit)
 {
     Start(800, 500);
     Frame();
-    GLViewport& view = App->GetViewport();
+    GLViewport& view = View();
     JetExhaustDebugSettings& jet = view.JetExhaust.Debug();
     jet.BloomEnabled = false;
     // Help, frame counter, effects panel, minimap; the effect's shimmer, bloom, fog and trails.
@@ -106,37 +85,38 @@ TEST_F(AppPanels, KeysShowAndHidePanelsSwitchTheEffectAndQuit)
     // clang-format on
     for (std::size_t i = 0; i < std::size(steps); ++i)
     {
-        EXPECT_TRUE(Key(steps[i].Key, steps[i].Mods, steps[i].bRepeat));
+        EXPECT_TRUE(Press(steps[i].Key, steps[i].Mods, steps[i].bRepeat));
         EXPECT_EQ(shown(), steps[i].Shown) << "step " << i;
         EXPECT_EQ(view.JetEffectsStatusText, steps[i].Jet) << "step " << i;
         EXPECT_EQ(view.JetEffectsMemoryMiB > 0.0, jet.Enabled) << "step " << i;
     }
-    Key(SDLK_F2);
+    Press(SDLK_F2);
     const std::uint64_t beforeNs = SDL_GetTicksNS();
     Frame();
     EXPECT_LE(App->GetFrameStats().GetCpuMs(), (SDL_GetTicksNS() - beforeNs) * 1e-6) << "one frame's time";
     EXPECT_NE(App->GetFrameStats().FormatLine().find(" fps | CPU "), std::string::npos);
     EXPECT_GT(App->GetFrameStats().GetCpuMs(), 0.0);
-    EXPECT_FALSE(Key(SDLK_Q, SDL_KMOD_RCTRL));
+    EXPECT_GE(App->GetFrameStats().GetGpuMs(), 0.0) << "the GPU timer answered some frames ago";
+    EXPECT_FALSE(Press(SDLK_Q, SDL_KMOD_RCTRL));
     for (const SDL_EventType quit : {SDL_EVENT_QUIT, SDL_EVENT_WINDOW_CLOSE_REQUESTED})
     {
         Start(320, 180);
         SDL_Event event{};
         event.type = quit;
         EXPECT_TRUE(Frame());
-        EXPECT_FALSE(Frame({event})) << "event " << quit;
+        Push(event);
+        EXPECT_FALSE(Frame()) << "event " << quit;
     }
 }
 
 TEST_F(AppPanels, WithoutAFrameCountTheViewTurnsAndTheUnitsMoveByTheClock)
 {
     Start(320, 180, Panel::Auto, 0);
-    GLViewport& view = App->GetViewport();
+    // The first frame steps from the end of the start (give it a millisecond), not from SDL's start.
+    std::uint64_t lastBeforeNs = SDL_GetTicksNS() - 1'000'000;
+    GLViewport& view = View();
     const Vec3D aircraftAt = view.AirUnits.at(0)->Aircraft.Position;
-    SDL_Event key{}; // E turns 90 degrees a second while held
-    key.type = SDL_EVENT_KEY_DOWN, key.key.key = SDLK_E, key.key.down = true;
-    ASSERT_TRUE(SDL_PushEvent(&key));
-    std::uint64_t lastBeforeNs = 0;
+    Key(true, SDLK_E); // E turns 90 degrees a second while held
     for (int frame = 0; frame < 3; ++frame)
     {
         SDL_Delay(frame ? 100 : 0);
@@ -149,10 +129,7 @@ TEST_F(AppPanels, WithoutAFrameCountTheViewTurnsAndTheUnitsMoveByTheClock)
         {
             EXPECT_GE(turnedDeg, 9.0 - 1e-9) << "a tenth of a second waited turns 9 degrees";
         }
-        if (frame > 1)
-        {
-            EXPECT_LE(turnedDeg, 90.0 * (SDL_GetTicksNS() - lastBeforeNs) * 1e-9 + 1e-9);
-        }
+        EXPECT_LE(turnedDeg, 90.0 * (SDL_GetTicksNS() - lastBeforeNs) * 1e-9 + 1e-9) << "frame " << frame;
         lastBeforeNs = beforeNs;
     }
     EXPECT_NE(view.AirUnits[0]->Aircraft.Position.X, aircraftAt.X) << "the aircraft fly on";
@@ -166,12 +143,25 @@ TEST_F(AppPanels, OverlaysAreDrawnOverTheScene)
     const std::vector<std::uint8_t> bare = App->ReadBackBuffer();
     App->DrawFrame(true);
     const std::vector<std::uint8_t> full = App->ReadBackBuffer();
+    // The status bar is drawn with or without the overlays.
+    const std::size_t barAt = (static_cast<std::size_t>(718) * 1280 + 5) * 4;
+    EXPECT_EQ(std::vector(bare.begin() + barAt, bare.begin() + barAt + 3),
+              std::vector(full.begin() + barAt, full.begin() + barAt + 3));
+    App->GetWindow().SetStatusBarText(std::string(40, 'W'));
+    App->DrawFrame();
+    const std::vector<std::uint8_t> withText = App->ReadBackBuffer();
+    App->GetWindow().SetStatusBarText("");
+    App->DrawFrame();
+    EXPECT_NE(App->ReadBackBuffer(), withText) << "the status bar's text is drawn";
     double x1 = 0, y1 = 0, x2 = 0, y2 = 0, mx1 = 0, my1 = 0, mx2 = 0, my2 = 0;
-    ASSERT_TRUE(App->GetViewport().GetNavWidgetPanelRect(x1, y1, x2, y2));
-    ASSERT_TRUE(App->GetMinimap().GetMapRectPx(App->GetViewport(), 1280, 720, mx1, my1, mx2, my2));
-    // The middles of the navigation widget, the minimap and the effects panel (right of its text).
-    const std::pair<double, double> points[] = {
-        {(x1 + x2) * 640, (y1 + y2) * 360}, {(mx1 + mx2) / 2, (my1 + my2) / 2}, {0.97 * 1280, 0.3 * 720}};
+    ASSERT_TRUE(View().GetNavWidgetPanelRect(x1, y1, x2, y2));
+    ASSERT_TRUE(App->GetMinimap().GetMapRectPx(View(), 1280, 720, mx1, my1, mx2, my2));
+    // The middles of the navigation widget, the minimap, the Rotate toggle and the effects panel (right
+    // of its text).
+    const std::pair<double, double> points[] = {{(x1 + x2) * 640, (y1 + y2) * 360},
+                                                {(mx1 + mx2) / 2, (my1 + my2) / 2},
+                                                {0.9375 * 1280, 0.96 * 720},
+                                                {0.97 * 1280, 0.3 * 720}};
     for (const auto& [x, y] : points)
     {
         const std::size_t at = (static_cast<std::size_t>(y) * 1280 + static_cast<std::size_t>(x)) * 4;
@@ -185,7 +175,7 @@ TEST_F(AppPanels, TooltipAfterHalfASecondOnOneTarget)
 {
     Start(1280, 720);
     double x1 = 0, y1 = 0, x2 = 0, y2 = 0;
-    ASSERT_TRUE(App->GetViewport().GetNavWidgetPanelRect(x1, y1, x2, y2));
+    ASSERT_TRUE(View().GetNavWidgetPanelRect(x1, y1, x2, y2));
     // Button 6 (turn left) at u 0.27..0.41, v 0.38..0.49 of the panel; the Rotate toggle's middle.
     const double leftX = (x1 + 0.34 * (x2 - x1)) * 1280, leftY = (y1 + 0.435 * (y2 - y1)) * 720;
     // clang-format off
@@ -198,9 +188,9 @@ TEST_F(AppPanels, TooltipAfterHalfASecondOnOneTarget)
     for (const auto& s : steps)
     {
         sdlseam::AdvanceTicks(s.AdvanceMs);
-        SDL_Event motion{}; // none while the pointer rests: the frame goes on without events
-        motion.type = SDL_EVENT_MOUSE_MOTION, motion.motion.x = float(s.XPx), motion.motion.y = float(s.YPx);
-        Frame(s.AdvanceMs ? std::vector<SDL_Event>{} : std::vector{motion});
+        if (!s.AdvanceMs) // none while the pointer rests: the frame goes on without events
+            Move(float(s.XPx), float(s.YPx));
+        Frame();
         const char* shown = App->GetTooltip().GetShownText();
         EXPECT_STREQ(shown ? shown : "", s.Expected) << s.XPx << "," << s.YPx;
     }
@@ -223,7 +213,7 @@ TEST_F(AppPanels, EffectsPanelFontAndStatusBarFitEveryWindow)
         Start(c.W, c.H, c.Choice);
         Frame();
         SCOPED_TRACE(::testing::Message() << c.W << "x" << c.H << " choice " << static_cast<int>(c.Choice));
-        GLViewport& view = App->GetViewport();
+        GLViewport& view = View();
         ASSERT_EQ(view.bJetEffectsPanelVisible, c.bShown);
         view.bJetEffectsPanelVisible = true;
         const auto rows = RecordText([&] { view.RenderJetEffectsOverlay(); });

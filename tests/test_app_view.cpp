@@ -9,10 +9,9 @@
 #include <SDL3/SDL.h>
 #include <gtest/gtest.h>
 
-#include "application.h"
 #include "cameraguard.h"
+#include "headless_app.h"
 #include "rotatecontinuity.h"
-#include "sdl_seam.h"
 #include "statejson.h"
 #include "vehicleunit.h"
 
@@ -20,88 +19,23 @@ namespace
 {
 constexpr int WidthPx = 320, HeightPx = 180;
 
-class AppView : public ::testing::Test
+class AppView : public HeadlessApp
 {
   protected:
-    std::unique_ptr<Application> pApp;
-    SDL_WindowID WindowId = 0;
-
     void Start(const std::string& MapPath = {}, int VehicleCount = 12)
     {
-        SDL_SetHint(SDL_HINT_VIDEO_DRIVER, "offscreen");
-        sdlseam::Reset();
         AppOptions options;
-        options.MapPath = MapPath;
-        options.VehicleCount = VehicleCount;
-        options.WidthPx = WidthPx;
-        options.HeightPx = HeightPx;
-        options.FrameCount = 1; // the simulation steps at a fixed 60 Hz
-        std::string error;
-        pApp.reset();
-        pApp = std::make_unique<Application>();
-        ASSERT_TRUE(pApp->Start(options, error)) << error;
-        WindowId = SDL_GetWindowID(pApp->GetCoreSDL().pWindow);
+        options.MapPath = MapPath, options.VehicleCount = VehicleCount, options.WidthPx = WidthPx;
+        options.HeightPx = HeightPx, options.FrameCount = 1;
+        HeadlessApp::Start(options);
         Frame();
-    }
-    GLViewport& View() { return pApp->GetViewport(); }
-    const std::string& Status() { return pApp->GetWindow().GetStatusBarText(); }
-    void Frame(int Count = 1)
-    {
-        for (int i = 0; i < Count; ++i)
-            pApp->ProcessInput();
-    }
-    void Push(SDL_Event Event) { ASSERT_TRUE(SDL_PushEvent(&Event)) << SDL_GetError(); }
-    void Move(float X, float Y)
-    {
-        SDL_Event e{};
-        e.motion.type = SDL_EVENT_MOUSE_MOTION;
-        e.motion.windowID = WindowId;
-        e.motion.x = X;
-        e.motion.y = Y;
-        Push(e);
-    }
-    void Button(bool bDown, Uint8 Which, float X, float Y)
-    {
-        SDL_Event e{};
-        e.button.type = bDown ? SDL_EVENT_MOUSE_BUTTON_DOWN : SDL_EVENT_MOUSE_BUTTON_UP;
-        e.button.windowID = WindowId;
-        e.button.button = Which;
-        e.button.down = bDown;
-        e.button.x = X;
-        e.button.y = Y;
-        Push(e);
     }
     void Wheel(float Notches)
     {
         SDL_Event e{};
-        e.wheel.type = SDL_EVENT_MOUSE_WHEEL;
-        e.wheel.windowID = WindowId;
-        e.wheel.y = Notches;
-        e.wheel.mouse_x = WidthPx * 0.5f;
-        e.wheel.mouse_y = HeightPx * 0.5f;
+        e.type = SDL_EVENT_MOUSE_WHEEL, e.wheel.y = Notches;
+        e.wheel.mouse_x = WidthPx * 0.5f, e.wheel.mouse_y = HeightPx * 0.5f;
         Push(e);
-    }
-    void Click(Uint8 Which, float X, float Y)
-    {
-        Button(true, Which, X, Y);
-        Button(false, Which, X, Y);
-        Frame();
-    }
-    void Key(bool bDown, SDL_Keycode Code, SDL_Keymod Mods = SDL_KMOD_NONE)
-    {
-        SDL_Event e{};
-        e.key.type = bDown ? SDL_EVENT_KEY_DOWN : SDL_EVENT_KEY_UP;
-        e.key.windowID = WindowId;
-        e.key.key = Code;
-        e.key.mod = Mods;
-        e.key.down = bDown;
-        Push(e);
-    }
-    void Tap(SDL_Keycode Code, SDL_Keymod Mods = SDL_KMOD_NONE)
-    {
-        Key(true, Code, Mods);
-        Key(false, Code, Mods);
-        Frame();
     }
     // A world point in window pixels through the matrix the scene is drawn with; false behind the eye.
     bool Project(const Vec3D& At, double& XPx, double& YPx)
@@ -169,10 +103,14 @@ TEST_F(AppView, SwitchingRotationKeepsTheDrawnYaw)
         lastMs = atMs;
         EXPECT_NEAR(std::remainder(drawnYaw() - drawnDeg - turnedDeg, 360.0), 0.0, 1e-9) << "at " << atMs;
         drawnDeg = drawnYaw();
-        Click(SDL_BUTTON_LEFT, 0.95f * WidthPx, 0.96f * HeightPx); // the Rotate toggle
+        // The Rotate toggle flips on the press: the frame that saw it already draws the same yaw.
+        Button(true, SDL_BUTTON_LEFT, 0.95f * WidthPx, 0.96f * HeightPx);
+        Frame();
         ASSERT_NE(View().bAutoRotate, bWasRotating) << "at " << atMs << " ms";
         EXPECT_NEAR(std::remainder(drawnYaw() - drawnDeg, 360.0), 0.0, 1e-9) << "at " << atMs;
-        const std::string json = BuildStateJson(View(), pApp->GetWindow(), 1);
+        Button(false, SDL_BUTTON_LEFT, 0.95f * WidthPx, 0.96f * HeightPx);
+        Frame();
+        const std::string json = BuildStateJson(View(), App->GetWindow(), 1);
         EXPECT_NE(json.find("\"yawDeg\": " + JsonNumber(WrapAngleDeg(drawnYaw()))), std::string::npos)
             << json;
     }
@@ -265,6 +203,23 @@ TEST_F(AppView, ViewKeysMoveWhatTheySay)
         EXPECT_NEAR(view.CameraYawDeg - yawDeg, c.DYawDeg, 1e-9) << what;
         EXPECT_NEAR(view.CameraPitchDeg, c.PitchDeg, 1e-9) << what;
         EXPECT_NEAR(view.CameraDistance, distance * c.DistanceScale, 1e-6) << what;
+    }
+}
+
+TEST_F(AppView, EdgeScrollingOnlyInFullscreen)
+{
+    Start();
+    const double startZ = View().WorldOffsetZ;
+    for (const SDL_EventType event : {SDL_EVENT_WINDOW_ENTER_FULLSCREEN, SDL_EVENT_WINDOW_LEAVE_FULLSCREEN})
+    {
+        SDL_Event e{};
+        e.type = event;
+        Push(e);
+        Move(WidthPx * 0.5f, 1); // the top edge: forward
+        Frame(6);
+        const double movedZ = View().WorldOffsetZ - startZ;
+        EXPECT_TRUE(event == SDL_EVENT_WINDOW_ENTER_FULLSCREEN ? movedZ < -1.0 : movedZ == 0.0) << movedZ;
+        View().WorldOffsetZ = startZ;
     }
 }
 
@@ -364,7 +319,7 @@ TEST_F(AppView, SelectionKeysConfirmWhatTheyDid)
         EXPECT_FALSE(air->bHasActiveOrder);
 
     // While a text field takes the keys, the view's keys do nothing.
-    ASSERT_TRUE(SDL_StartTextInput(pApp->GetCoreSDL().pWindow));
+    ASSERT_TRUE(SDL_StartTextInput(App->GetCoreSDL().pWindow));
     const double offsetZ = view.WorldOffsetZ;
     Key(true, SDLK_UP);
     Frame(10);
@@ -372,6 +327,6 @@ TEST_F(AppView, SelectionKeysConfirmWhatTheyDid)
     Tap(SDLK_A, SDL_KMOD_LCTRL);
     EXPECT_EQ(view.WorldOffsetZ, offsetZ);
     EXPECT_EQ(Status(), "Stopped 12 vehicles and the aircraft");
-    SDL_StopTextInput(pApp->GetCoreSDL().pWindow);
+    SDL_StopTextInput(App->GetCoreSDL().pWindow);
 }
 } // namespace

@@ -1,7 +1,6 @@
 // Per-frame mouse processing: guards, pointer, camera orbit and pan, the interaction gate and the
 // end-of-frame bookkeeping.
 #include <cmath>
-#include <limits>
 
 #include <gtest/gtest.h>
 
@@ -9,19 +8,6 @@
 
 namespace
 {
-
-TEST(WrapAngleDeg, WrapsIntoHalfOpenRange)
-{
-    // clang-format off
-    struct Case { double In, Out; } cases[] = {
-        {181.0, -179.0}, {-180.0, 180.0}, {180.0, 180.0}, {540.0, 180.0}, {-540.0, 180.0},
-        {360.0, 0.0}, {-181.0, 179.0}, {-179.5, -179.5}, {719.0, -1.0}, {180.05, -179.95},
-    };
-    // clang-format on
-    for (const Case& c : cases)
-        EXPECT_DOUBLE_EQ(WrapAngleDeg(c.In), c.Out) << "input " << c.In;
-    EXPECT_TRUE(std::isnan(WrapAngleDeg(std::numeric_limits<double>::quiet_NaN())));
-}
 
 TEST(MouseProcessing, HiddenDisabledOrEmptyViewportTouchesNothing)
 {

@@ -188,30 +188,31 @@ TEST_F(NavWidgetGL, ScreenshotShowsTheWidgetAndTheToggle)
     ASSERT_TRUE(WritePngRgb(std::string(NAV_SCREENSHOT_DIR) + "/navwidget.png", widthPx, heightPx,
                             pixels.data(), error))
         << error;
-    // The pixel under a viewport-local point (the viewport is the whole image), and the straight alpha
-    // blending of a colour over an opaque one expected there.
-    const auto at = [&](double x01, double y01)
-    { return PixelAt(pixels, widthPx, static_cast<int>(x01 * widthPx), static_cast<int>(y01 * heightPx)); };
+    // Straight alpha blending of each listed colour over what lies below, at viewport-local points
+    // (the viewport is the whole image): the panel's gap, and each face 15 % in from its top-left corner,
+    // away from its outline and glyph.
     const auto expectPixel = [&](double x01, double y01, const Rgba& top, const Rgba& below, const char* what)
     {
-        const Pixel px = at(x01, y01);
-        EXPECT_NEAR(px.R, (top.R * top.A + below.R * (1 - top.A)) * 255, 3) << what;
-        EXPECT_NEAR(px.G, (top.G * top.A + below.G * (1 - top.A)) * 255, 3) << what;
-        EXPECT_NEAR(px.B, (top.B * top.A + below.B * (1 - top.A)) * 255, 3) << what;
+        const Pixel px = PixelAt(pixels, widthPx, int(x01 * widthPx), int(y01 * heightPx));
+        const float want[3] = {top.R * top.A + below.R * (1 - top.A), top.G * top.A + below.G * (1 - top.A),
+                               top.B * top.A + below.B * (1 - top.A)};
+        EXPECT_TRUE(std::abs(px.R - want[0] * 255) <= 3 && std::abs(px.G - want[1] * 255) <= 3 &&
+                    std::abs(px.B - want[2] * 255) <= 3)
+            << what << ": " << px.R << ", " << px.G << ", " << px.B;
     };
     const Rgba background{0.22f, 0.30f, 0.20f, 1.0f}, panelColour{0.04f, 0.06f, 0.11f, 0.72f};
     expectPixel(0.3, 0.3, background, background, "outside the widget");
     expectPixel(0.68 + 0.1 * 0.3, 0.515 + 0.45 * 0.465, panelColour, background, "a gap of the panel");
     const Rgba panel{0.04f * 0.72f + 0.22f * 0.28f, 0.06f * 0.72f + 0.30f * 0.28f,
-                     0.11f * 0.72f + 0.20f * 0.28f, 1.0f};
-    // A point of each face away from its outline and glyph: 15 % in from the top-left corner.
+                     0.11f * 0.72f + 0.20f * 0.28f, 1};
     for (const NavButtonCase& b : NavButtonCases)
         expectPixel(0.68 + (b.U1 + 0.15 * (b.U2 - b.U1)) * 0.3, 0.515 + (b.V1 + 0.15 * (b.V2 - b.V1)) * 0.465,
                     ExpectedFace(b.Id, b.Id == 10), panel, b.Name);
-    // The up arrow's shaft runs through the middle of button 4, white; the checked toggle's indicator is lit
-    // blue.
-    const Pixel shaft = at(0.68 + 0.50 * 0.3, 0.515 + 0.315 * 0.465),
-                indicator = at(0.89 + 0.15 * 0.095, 0.96);
+    // The up arrow's shaft through the middle of button 4 is white; the checked toggle's indicator lit blue.
+    const Pixel shaft =
+        PixelAt(pixels, widthPx, int(0.83 * widthPx), int((0.515 + 0.315 * 0.465) * heightPx));
+    const Pixel indicator =
+        PixelAt(pixels, widthPx, int((0.89 + 0.15 * 0.095) * widthPx), int(0.96 * heightPx));
     EXPECT_TRUE(shaft.R > 216 && shaft.G > 216) << shaft.R << ", " << shaft.G;
     EXPECT_TRUE(indicator.B > 216 && indicator.B > indicator.R + 100) << indicator.R << ", " << indicator.B;
 }

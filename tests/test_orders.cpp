@@ -77,12 +77,13 @@ TEST(MoveOrder, SlotsFollowTheProjectionOnRightAndTheLargestRadiusSetsTheSpacing
 
 TEST(MoveOrder, DegenerateSelectionsStillCallThePlannerExactlyOnce)
 {
+    // A selected aircraft gets a one-point route at its own altitude whatever the vehicles' mask.
     // clang-format off
-    struct Case { const char* Name; int Vehicles; std::vector<bool> Mask; std::vector<bool> ExpectedActive; std::size_t ExpectedSnaps; } cases[] = {
-        {"nothing selected", 2, {false, false}, {false, false}, 0},
-        {"empty vehicle list", 0, {true}, {}, 0},
-        {"stale mask", 2, {true, true, true}, {false, false}, 0},
-        {"one vehicle", 3, {false, true, false}, {false, true, false}, 1},
+    struct Case { const char* Name; int Vehicles; std::vector<bool> Mask; bool bAir; std::vector<bool> ExpectedActive; std::size_t ExpectedSnaps; } cases[] = {
+        {"nothing selected", 2, {false, false}, false, {false, false}, 0},
+        {"empty vehicle list", 0, {true}, false, {}, 0},
+        {"stale mask", 2, {true, true, true}, true, {false, false}, 0},
+        {"one vehicle", 3, {false, true, false}, true, {false, true, false}, 1},
     };
     // clang-format on
     const Vec3D waypoint(40.0, 12.5, 60.0);
@@ -92,8 +93,10 @@ TEST(MoveOrder, DegenerateSelectionsStillCallThePlannerExactlyOnce)
         app.LoadFlatMap();
         for (int i = 0; i < c.Vehicles; ++i)
             AddVehicle(app, 10.0 * i, 500.0, 50.0f);
+        AirUnit& aircraft = AddAircraft(app, 0.0, 300.0, 0.0, 250.0f);
+        app.View.bAirUnitsSelected = c.bAir;
         app.View.VehicleSelectionMask = c.Mask;
-        app.View.SubmitSelectedVehicleRoute(waypoint, false);
+        app.View.SubmitSelectedVehicleRoute(waypoint, true);
 
         ASSERT_EQ(app.View.RoutePlans.size(), 1u) << c.Name;
         const auto& plan = app.View.RoutePlans[0];
@@ -102,28 +105,14 @@ TEST(MoveOrder, DegenerateSelectionsStillCallThePlannerExactlyOnce)
         ASSERT_EQ(plan.Goals.size(), static_cast<std::size_t>(c.Vehicles)) << c.Name;
         // Every goal is the waypoint itself: a lone vehicle is snapped from it, height included.
         for (std::size_t i = 0; i < plan.Goals.size(); ++i)
-            ExpectPoint(plan.Goals[i], Vec3D(40.0, 12.5, 60.0), c.Name);
+            ExpectPoint(plan.Goals[i], waypoint, c.Name);
         ASSERT_EQ(app.View.DriveableRequests.size(), c.ExpectedSnaps) << c.Name;
         for (const Vec3D& request : app.View.DriveableRequests)
-            ExpectPoint(request, Vec3D(40.0, 12.5, 60.0), c.Name);
+            ExpectPoint(request, waypoint, c.Name);
+        ASSERT_EQ(aircraft.ActiveCommand.Points.size(), c.bAir ? 1u : 0u) << c.Name;
+        if (c.bAir)
+            ExpectPoint(aircraft.ActiveCommand.Points[0], Vec3D(40.0, 250.0, 60.0), c.Name);
     }
-}
-
-TEST(MoveOrder, SelectedAircraftGetAOnePointRouteEvenWithAStaleMask)
-{
-    TestApp app;
-    app.LoadFlatMap();
-    AddVehicle(app, 0.0, 0.0);
-    AirUnit& aircraft = AddAircraft(app, 0.0, 300.0, 0.0, 250.0f);
-    app.View.VehicleSelectionMask = {true, true};
-    app.View.bAirUnitsSelected = true;
-    app.View.SubmitSelectedVehicleRoute(Vec3D(10.0, 99.0, 20.0), true);
-
-    ASSERT_EQ(aircraft.ActiveCommand.Points.size(), 1u);
-    ExpectPoint(aircraft.ActiveCommand.Points[0], Vec3D(10.0, 250.0, 20.0), "air route point");
-    ASSERT_EQ(app.View.RoutePlans.size(), 1u);
-    EXPECT_EQ(app.View.RoutePlans[0].Active, std::vector<bool>({false}));
-    EXPECT_FALSE(app.View.Vehicles[0]->bHasTarget);
 }
 
 // --- Formation order ---

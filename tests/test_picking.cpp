@@ -14,8 +14,7 @@ TEST(Picking, WorkedPicksStraightDownAndAtTheViewportCentre)
 {
     TestApp app;
     app.LoadFlatMap();
-    app.View.WorldOffsetX = 300.0;
-    app.View.WorldOffsetZ = 700.0;
+    app.View.WorldOffsetX = 300.0, app.View.WorldOffsetZ = 700.0;
     for (double yaw : {-179.0, 0.0, 45.0, 180.0})
         for (double pitch : {8.0, 60.0, 90.0})
             for (double distance : {10.0, 1000.0})
@@ -30,9 +29,7 @@ TEST(Picking, WorkedPicksStraightDownAndAtTheViewportCentre)
             }
     // Straight down, the top edge lies distance x tan(fov / 2) away along the screen's up.
     app.View.WorldOffsetX = app.View.WorldOffsetZ = 0.0;
-    app.View.CameraPitchDeg = 90.0;
-    app.View.CameraDistance = 400.0;
-    app.View.CameraFovDeg = 60.0;
+    app.View.CameraPitchDeg = 90.0, app.View.CameraDistance = 400.0, app.View.CameraFovDeg = 60.0;
     const double reach = 400.0 * std::tan(30.0 * M_PI / 180.0);
     // clang-format off
     struct Case { double YawDeg, DirX, DirZ; } cases[] = {{0.0, 0.0, -1.0}, {90.0, 1.0, 0.0}, {180.0, 0.0, 1.0}, {-90.0, -1.0, 0.0}};
@@ -51,8 +48,7 @@ TEST(Picking, RaysAboveOrAlongTheHorizonAndMissingMapsFailLeavingTheOutputAlone)
 {
     TestApp app;
     app.LoadFlatMap();
-    app.View.CameraPitchDeg = 10.0;
-    app.View.CameraFovDeg = 60.0;
+    app.View.CameraPitchDeg = 10.0, app.View.CameraFovDeg = 60.0;
     const Vec3D sentinel(1.5, 2.5, 3.5);
     Vec3D world = sentinel;
     EXPECT_FALSE(app.View.ScreenToSpringMapWorld(0.5, 0.0, world)) << "top edge looks above the horizon";
@@ -75,9 +71,7 @@ TEST(Picking, RaisedFlatGroundFieldOfViewClampAndTheAutoRotationPhase)
 {
     TestApp app;
     app.LoadFlatMap(128, 75.0f);
-    app.View.CameraYawDeg = 30.0;
-    app.View.CameraPitchDeg = 40.0;
-    app.View.CameraDistance = 600.0;
+    app.View.CameraYawDeg = 30.0, app.View.CameraPitchDeg = 40.0, app.View.CameraDistance = 600.0;
     Vec3D terrain, plane;
     ASSERT_TRUE(app.View.ScreenToSpringMapWorld(0.3, 0.6, terrain));
     ASSERT_TRUE(app.View.ScreenToSpringMapWorldAtHeight(0.3, 0.6, 75.0, plane));
@@ -99,17 +93,13 @@ TEST(Picking, RaisedFlatGroundFieldOfViewClampAndTheAutoRotationPhase)
     EXPECT_EQ(pick(200.0).X, pick(170.0).X);
 
     // Auto-rotation adds 9 deg/s x 10 s = 90 degrees without changing the yaw field.
-    app.View.CameraFovDeg = 45.0;
-    app.View.CameraPitchDeg = 45.0;
-    app.View.CameraYawDeg = 10.0;
-    app.View.AutoRotateDegPerSec = 9.0;
-    app.View.bAutoRotate = true;
+    app.View.CameraFovDeg = 45.0, app.View.CameraPitchDeg = 45.0, app.View.CameraYawDeg = 10.0;
+    app.View.AutoRotateDegPerSec = 9.0, app.View.bAutoRotate = true;
     sdlseam::SetTicks(10000);
     Vec3D rotated, reference, later;
     ASSERT_TRUE(app.View.ScreenToSpringMapWorldAtHeight(0.2, 0.8, 0.0, rotated));
     EXPECT_EQ(app.View.CameraYawDeg, 10.0);
-    app.View.bAutoRotate = false;
-    app.View.CameraYawDeg = 100.0;
+    app.View.bAutoRotate = false, app.View.CameraYawDeg = 100.0;
     ASSERT_TRUE(app.View.ScreenToSpringMapWorldAtHeight(0.2, 0.8, 0.0, reference));
     EXPECT_NEAR(rotated.X, reference.X, 1e-9);
     EXPECT_NEAR(rotated.Z, reference.Z, 1e-9);
