@@ -1,9 +1,36 @@
 #include <algorithm>
+#include <string>
+#include <vector>
 
 #include <SDL3/SDL.h>
+#include <dlfcn.h>
 #include <epoxy/gl.h>
+#include <link.h>
 
 #include "core.h"
+
+namespace
+{
+// SDL unloads the GL driver when video shuts down, while the driver's globals still hold its
+// allocations; once it is unmapped, a leak checker at exit no longer sees those pointers and blames
+// them on us. One more reference on every library loaded by now (the driver and what it pulled in)
+// keeps them mapped until the process ends, as they would be in any program that keeps its window.
+void KeepGLDriverLoaded()
+{
+    std::vector<std::string> names;
+    dl_iterate_phdr(
+        [](dl_phdr_info* Info, std::size_t, void* pNames) -> int
+        {
+            if (Info->dlpi_name && *Info->dlpi_name)
+                static_cast<std::vector<std::string>*>(pNames)->push_back(Info->dlpi_name);
+            return 0;
+        },
+        &names);
+    // Not from inside the walk: it holds the loader's lock.
+    for (const std::string& name : names)
+        dlopen(name.c_str(), RTLD_NOW | RTLD_NOLOAD | RTLD_NODELETE);
+}
+} // namespace
 
 CoreSDL::~CoreSDL()
 {
@@ -45,6 +72,7 @@ bool CoreSDL::Open(const char* Title, int WidthPx, int HeightPx, bool bVSync, st
         Close();
         return false;
     }
+    KeepGLDriverLoaded();
     SDL_GL_SetSwapInterval(bVSync ? 1 : 0);
     UpdatePixelSize();
     return true;

@@ -2,6 +2,7 @@
 #include "jetexhaust.h"
 
 #include <algorithm>
+#include <array>
 #include <chrono>
 #include <cmath>
 
@@ -214,7 +215,9 @@ bool JetExhaustSystem::Render(const JetExhaustFrameInput& Input, JetExhaustFigur
     const bool bRun[JetExhaustPassCount] = {bDraw && gl.HasProgram(JetExhaustPass::Scene), bDraw && bShimmer,
                                             bDraw && bShimmer, bDraw && bBloom,
                                             bDraw && gl.HasProgram(JetExhaustPass::Composite)};
-    void (JetExhaustGL::*const passes[JetExhaustPassCount])(const JetExhaustPassFrame&) = {
+    // std::array, not a built-in array: GCC 12's bounds sanitizer misreads the index of a built-in
+    // array of member function pointers in a call and stops the program.
+    const std::array<void (JetExhaustGL::*)(const JetExhaustPassFrame&), JetExhaustPassCount> passes = {
         &JetExhaustGL::RunScenePass, &JetExhaustGL::RunMaskPass, &JetExhaustGL::RunShimmerPass,
         &JetExhaustGL::RunBloomPass, &JetExhaustGL::RunCompositePass};
     if (bDraw && !bRun[0])
