@@ -259,6 +259,7 @@ bool LoadMap(const std::string& path, SpringMap& map, std::string& error, const 
     map.MinHeight = info.MinHeight.value_or(map.Smf.MinHeight);
     map.MaxHeight = info.MaxHeight.value_or(map.Smf.MaxHeight);
     map.MaxMetal = info.MaxMetal.value_or(0.02f);
+    map.Look = info.Look;
     if (!LoadTileFiles(files, info, opts, map, error))
         return false;
     FindRawRange(map);

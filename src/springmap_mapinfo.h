@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "springmap_look.h"
+
 class SpringMapArchive;
 
 // What the viewer takes from a map's mapinfo.lua. Every field is optional: absent keys keep the
@@ -16,6 +18,7 @@ struct SpringMapInfo
     std::optional<float> MinHeight;
     std::optional<float> MaxHeight;
     std::vector<std::string> SmtFileNames; // smtFileName0..N, consecutive from 0
+    SpringMapLook Look;
     std::vector<std::string> Ignored; // "<key> ...; ignored" for each value of the wrong type or not finite
 };
 

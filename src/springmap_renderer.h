@@ -5,6 +5,8 @@
 #include <vector>
 
 #include "springmap_ground.h"
+#include "springmap_layers.h"
+#include "terrain_shading.h"
 
 struct SpringMap;
 class SpringMapTerrainGL;
@@ -32,6 +34,8 @@ class SpringMapRenderer
     void Unload();
 
     bool IsLoaded() const { return bLoaded; }
+    // Counts the loads, so GL copies of the map's data can tell when they are stale.
+    int GetLoadRevision() const { return LoadRevision; }
     // Bilinear over the corner heights; points off the map take the nearest edge's height.
     float GetTerrainHeight(float x, float z) const;
 
@@ -49,6 +53,8 @@ class SpringMapRenderer
     bool HasMinimap() const { return !Minimap.empty(); }
     // The map's own minimap: DXT1 1024x1024 with its 9 mip levels; empty when the map has none.
     const std::vector<std::uint8_t>& GetMinimap() const { return Minimap; }
+    // The loaded map's grids and features; empty for a bare height grid.
+    const SpringMapLayers& GetLayers() const { return Layers; }
 
     // Draws the terrain with the scene's view-projection (column-major 4x4, world units in, clip space
     // out): the same transform picking inverts. Needs a current GL 3.3 core context; false when
@@ -63,11 +69,14 @@ class SpringMapRenderer
     int IndexCount = 0;
     // Off: decode the ground on the CPU even where the driver has S3TC. Takes effect on the next upload.
     bool bAllowCompressedUpload = true;
+    // How Render shades the ground; a load sets the map's look and leaves the rest.
+    TerrainShading Shading;
 
   private:
     void BuildMesh(std::vector<float>& positionsNormals, std::vector<std::uint32_t>& indices);
 
     bool bLoaded = false;
+    int LoadRevision = 0;
     int GridWidth = 0;
     int GridHeight = 0;
     float SquareSize = 8.0f;
@@ -75,6 +84,7 @@ class SpringMapRenderer
     std::vector<float> HeightGrid;
     SpringMapGround Ground;
     std::vector<std::uint8_t> Minimap;
+    SpringMapLayers Layers;
     std::unique_ptr<SpringMapTerrainGL> pTerrainGL;
     struct MeshRanges;
     std::unique_ptr<MeshRanges> pRanges;
