@@ -105,7 +105,7 @@ double MeasureTerrainOnlyMs(Application& app, int frames)
     for (int i = 0; i < frames; ++i)
     {
         glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
-        view.pScene->DrawSky(view.CameraPitchDeg, view.CameraFovDeg);
+        view.pScene->DrawSky(view.CameraPitchDeg, view.CameraFovDeg, view.SpringMap.Shading.Look);
         view.SpringMap.Render(viewProjection.data());
         glFinish();
     }

@@ -45,6 +45,9 @@ bool Application::Start(const AppOptions& Options, std::string& Error)
     Windows.AddChild(&Viewport);
 
     VehicleCount = Options.VehicleCount;
+    Viewport.MapDisplay.bWater = Options.bWater;
+    Viewport.MapDisplay.bFeatures = Options.bFeatures;
+    Viewport.MapDisplay.View = static_cast<AuthorView>(Options.AuthorViewIndex);
     AircraftCount = Options.AircraftCount;
     if (!LoadMapFrom(Options.MapPath, false, Error))
         return false;
@@ -92,7 +95,8 @@ void Application::HandleWindowEvent(const SDL_Event& Event)
         if (const Control* pControl = FindKeyControl(Event.key.key, Event.key.mod);
             pControl &&
             !(SDL_TextInputActive(CoreSdl.pWindow) || Keys.HandleKeyDown(*pControl, Event.key, Viewport)))
-            ApplyKeyAction(pControl->Action, Event.key.repeat);
+            ApplyKeyAction(pControl->Action, Event.key.repeat,
+                           FindChordIndex(*pControl, Event.key.key, Event.key.mod));
         break;
     case SDL_EVENT_KEY_UP:
         Keys.HandleKeyUp(Event.key);
@@ -113,7 +117,7 @@ void Application::HandleWindowEvent(const SDL_Event& Event)
     }
 }
 
-void Application::ApplyKeyAction(AppAction Action, bool bRepeat)
+void Application::ApplyKeyAction(AppAction Action, bool bRepeat, int Chord)
 {
     // A held key repeats only what is harmless to repeat: switching or reloading twice would undo
     // or redo work the person asked for once.
@@ -161,6 +165,21 @@ void Application::ApplyKeyAction(AppAction Action, bool bRepeat)
     case AppAction::OpenMapDialog:
         if (!bRepeat)
             ShowMapDialog();
+        break;
+    case AppAction::ToggleWater:
+        if (!bRepeat)
+            Viewport.MapDisplay.bWater = !Viewport.MapDisplay.bWater;
+        break;
+    case AppAction::ToggleFeatures:
+        if (!bRepeat)
+            Viewport.MapDisplay.bFeatures = !Viewport.MapDisplay.bFeatures;
+        break;
+    case AppAction::ShowAuthorView:
+        if (!bRepeat)
+        {
+            const auto view = static_cast<AuthorView>(Chord + 1);
+            Viewport.MapDisplay.View = Viewport.MapDisplay.View == view ? AuthorView::Off : view;
+        }
         break;
     default: // the view's keys: ViewKeys
         break;
@@ -300,6 +319,10 @@ void Application::RecordAppOverlays()
     MiniMap.Render(canvas, Viewport);
     BatchRecorded();
     Stats.Render(canvas, GLWindow::StatusBarHeightPx);
+    BatchRecorded();
+    // Above the frame counter's corner, so the two never overlap.
+    RenderAuthorViewLegend(canvas, Viewport.MapDisplay.View, Viewport.SpringMap,
+                           CoreSdl.Height - GLWindow::StatusBarHeightPx - 32.0);
     BatchRecorded();
     Help.Render(canvas, Metrics, CoreSdl.Height - GLWindow::StatusBarHeightPx);
     BatchRecorded();

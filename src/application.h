@@ -105,8 +105,9 @@ class Application
     void UpdateWindowFlags();
     // Hands the mouse input gathered since the last call to the window system as one frame.
     void RouteMouseFrame();
-    // Does what a key of the controls table asks; bRepeat: the key is held and auto-repeating.
-    void ApplyKeyAction(AppAction Action, bool bRepeat);
+    // Does what a key of the controls table asks; bRepeat: the key is held and auto-repeating;
+    // Chord: which of the row's keys it was.
+    void ApplyKeyAction(AppAction Action, bool bRepeat, int Chord);
     // Where the status bar ends, in global units: left of the viewport's Rotate toggle.
     float GetStatusBarRightX() const;
     void RecordOverlays();

@@ -12,6 +12,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "authorview.h"
 #include "controls.h"
 
 namespace
@@ -62,6 +63,12 @@ const OptionHelp Options[] = {
                             "writable. Default: no state file."},
     {"--effects-panel", "on|off", "Show or hide the jet-effects panel at start (F3 switches it later).\n"
                                   "Default: shown when the window is wide enough for its text."},
+    {"--water", "on|off", "Show or hide the water over ground below height 0 at start (W switches it later).\n"
+                          "Default: on."},
+    {"--features", "on|off", "Show or hide the map's features (trees, rocks, geovents) at start (T switches\n"
+                             "them later). Default: on."},
+    {"--view", "NAME", "Start in an author view: height, slope, metal, type or grass (F6 to F10 switch them\n"
+                       "later). Default: off, the map's own look."},
     {"--watch", nullptr, "Reload the map whenever its files change (an exporter's new .smf or .smt, an edited\n"
                          "mapinfo.lua), keeping the camera; needs --map. F5 reloads by hand."},
     {"--browse", "[FOLDER]", "Open the map browser (Tab) at start, listing the maps in FOLDER first, then those in\n"
@@ -134,6 +141,15 @@ std::optional<std::string> ParseCount(const char* Name, const std::string& Text,
     Out = static_cast<int>(value);
     return std::nullopt;
 }
+
+// "on" or "off" into Out, or the line that says what is wrong with Text.
+std::optional<std::string> ParseOnOff(const char* Name, const std::string& Text, bool& Out)
+{
+    if (Text != "on" && Text != "off")
+        return "quindle: " + std::string(Name) + ": expected on or off, got '" + Text + "'";
+    Out = Text == "on";
+    return std::nullopt;
+}
 } // namespace
 
 bool ParseWindowSize(const std::string& Text, int& WidthPx, int& HeightPx)
@@ -174,7 +190,7 @@ ParseOutcome ParseCommandLine(int Argc, const char* const* Argv, AppOptions& Opt
     app.set_help_flag();
     bool bHelp = false, bVersion = false;
     AppOptions parsed;
-    std::string vehicles, aircraft, size, frames, panel;
+    std::string vehicles, aircraft, size, frames, panel, water, features, view;
     app.add_flag("--help,-h", bHelp);
     app.add_flag("--version", bVersion);
     app.add_option("--map", parsed.MapPath);
@@ -185,6 +201,9 @@ ParseOutcome ParseCommandLine(int Argc, const char* const* Argv, AppOptions& Opt
     app.add_option("--screenshot", parsed.ScreenshotPath);
     app.add_option("--state-out", parsed.StateOutPath);
     app.add_option("--effects-panel", panel);
+    app.add_option("--water", water);
+    app.add_option("--features", features);
+    app.add_option("--view", view);
     app.add_flag("--watch", parsed.bWatch);
     CLI::Option* browse = app.add_option("--browse", parsed.BrowseFolder)->expected(0, 1);
     CLI::Option* info = app.add_flag("--info", parsed.bInfo);
@@ -228,12 +247,22 @@ ParseOutcome ParseCommandLine(int Argc, const char* const* Argv, AppOptions& Opt
         error = ParseCount("--frames", frames, 1, 100000000, parsed.FrameCount);
     if (!size.empty() && !error && !ParseWindowSize(size, parsed.WidthPx, parsed.HeightPx))
         error = "quindle: --size: expected WIDTHxHEIGHT with each side in 64..16384, got '" + size + "'";
-    if (!panel.empty() && !error)
+    bool bPanel = false;
+    if (!panel.empty() && !error && !(error = ParseOnOff("--effects-panel", panel, bPanel)))
+        parsed.EffectsPanel = bPanel ? AppOptions::Panel::On : AppOptions::Panel::Off;
+    if (!water.empty() && !error)
+        error = ParseOnOff("--water", water, parsed.bWater);
+    if (!features.empty() && !error)
+        error = ParseOnOff("--features", features, parsed.bFeatures);
+    if (!view.empty() && !error)
     {
-        if (panel == "on" || panel == "off")
-            parsed.EffectsPanel = panel == "on" ? AppOptions::Panel::On : AppOptions::Panel::Off;
+        int index = 0;
+        while (index <= static_cast<int>(AuthorView::Grass) && view != GetAuthorViewName(AuthorView(index)))
+            ++index;
+        if (index > static_cast<int>(AuthorView::Grass))
+            error = "quindle: --view: expected off, height, slope, metal, type or grass, got '" + view + "'";
         else
-            error = "quindle: --effects-panel: expected on or off, got '" + panel + "'";
+            parsed.AuthorViewIndex = index;
     }
     if (!parsed.ScreenshotPath.empty() && !error)
     {

@@ -21,6 +21,9 @@ struct AppOptions
     std::string ScreenshotPath; // PNG of the last frame
     std::string StateOutPath;   // JSON written at exit
     Panel EffectsPanel = Panel::Auto;
+    bool bWater = true;       // the water over ground below height 0 (W switches it)
+    bool bFeatures = true;    // the map's trees, rocks and vents (T switches them)
+    int AuthorViewIndex = 0;  // 0: the map's own look; 1..5: height, slope, metal, type, grass (F6..F10)
     bool bInfo = false;       // print the map's facts and warnings instead of opening a window
     bool bJson = false;       // with bInfo: as JSON
     bool bWatch = false;      // reload the map whenever its files change

@@ -37,6 +37,9 @@ enum class AppAction
     ReloadMap,
     OpenMapDialog,
     ToggleMapBrowser,
+    ToggleWater,
+    ToggleFeatures,
+    ShowAuthorView, // chord i shows author view i + 1 (AuthorView order), or the map's look again
 };
 
 // A key with the modifiers it needs. Ctrl, Shift and Alt count on either side and must match

@@ -237,17 +237,20 @@ void GLViewport::Render()
     if (bSpringMapView)
     {
         const std::array<float, 16> viewProjection = GetSceneViewProjection().ToFloat();
+        Vec3D eye;
+        CameraGuard::GetEyePosition(*this, CameraDistance, eye.X, eye.Y, eye.Z);
         {
             const ScopedFramePart part(pPartsTimer, FramePartsTimer::Part::Terrain);
             if (pScene)
-                pScene->DrawSky(CameraPitchDeg, CameraFovDeg);
+                pScene->DrawSky(CameraPitchDeg, CameraFovDeg, SpringMap.Shading.Look);
+            MapLook.PrepareTerrain(SpringMap, Units.GetDriveability(), MapDisplay, eye);
             SpringMap.Render(viewProjection.data());
+            if (std::string error; !MapLook.DrawOverTerrain(SpringMap, MapDisplay, viewProjection.data(), error))
+                ShowStatus("Map drawn without water or features: " + error);
         }
         if (pScene)
         {
             const ScopedFramePart part(pPartsTimer, FramePartsTimer::Part::Units);
-            Vec3D eye;
-            CameraGuard::GetEyePosition(*this, CameraDistance, eye.X, eye.Y, eye.Z);
             const SceneContent content{SpringMap,
                                        Vehicles,
                                        AirUnits,

@@ -12,6 +12,7 @@
 #include "glchildwindow.h"
 #include "gltogglebutton.h"
 #include "jetexhaust.h"
+#include "maplook_gl.h"
 #include "springmap_renderer.h"
 #include "unitsimulation.h"
 #include "vec3d.h"
@@ -74,6 +75,8 @@ class GLViewport : public GLChildWindow
 
     // --- Embedded objects ---
     SpringMapRenderer SpringMap;
+    MapLookOptions MapDisplay; // water, features and the author view
+    MapLookGL MapLook;         // GL objects made by the first Render that needs them
     std::vector<std::unique_ptr<AirUnit>> AirUnits;
     JetExhaustSystem JetExhaust;
 

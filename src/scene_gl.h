@@ -67,7 +67,10 @@ class SceneGL
     // ViewProjection: column-major, world to clip space.
     void Draw(const SceneContent& Content, const std::array<float, 16>& ViewProjection);
     // The sky gradient for a camera looking down by PitchDeg; drawn before the terrain.
-    void DrawSky(double PitchDeg, double FovDeg) const { Sky.Draw(PitchDeg, FovDeg); }
+    void DrawSky(double PitchDeg, double FovDeg, const SpringMapLook& Look) const
+    {
+        Sky.Draw(PitchDeg, FovDeg, Look);
+    }
 
   private:
     void BuildGeometry(const SceneContent& Content);

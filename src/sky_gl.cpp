@@ -18,20 +18,19 @@ void main()
 }
 )";
 
-// Haze at the horizon, blue overhead; below the horizon (only seen past the map's edge) the haze
-// darkens a little towards the ground.
+// The map's fog colour at the horizon, its sky colour overhead; below the horizon (only seen past the
+// map's edge) the haze darkens a little towards the ground.
 const char* FragmentShader = R"(#version 330 core
 uniform float HorizonNdcY;
+uniform vec3 Haze;
+uniform vec3 Zenith;
 in float NdcY;
 out vec4 FragColour;
 void main()
 {
-    const vec3 haze = vec3(0.72, 0.80, 0.88);
-    const vec3 zenith = vec3(0.20, 0.38, 0.66);
-    const vec3 ground = vec3(0.12, 0.14, 0.17);
     float above = NdcY - HorizonNdcY;
-    vec3 colour = above >= 0.0 ? mix(haze, zenith, clamp(above * 0.9, 0.0, 1.0))
-                               : mix(haze, ground, clamp(-above * 2.0, 0.0, 1.0));
+    vec3 colour = above >= 0.0 ? mix(Haze, Zenith, clamp(above * 0.9, 0.0, 1.0))
+                               : mix(Haze, Haze * 0.2, clamp(-above * 2.0, 0.0, 1.0));
     FragColour = vec4(colour, 1.0);
 }
 )";
@@ -50,6 +49,8 @@ bool SkyGL::Create(std::string& Error)
     if (Program == 0)
         return false;
     HorizonLocation = glGetUniformLocation(Program, "HorizonNdcY");
+    HazeLocation = glGetUniformLocation(Program, "Haze");
+    ZenithLocation = glGetUniformLocation(Program, "Zenith");
     // A core context draws only with a vertex array bound, even one without attributes.
     glGenVertexArrays(1, &EmptyArray);
     return true;
@@ -63,7 +64,7 @@ double SkyGL::GetHorizonNdcY(double PitchDeg, double FovDeg)
     return std::tan(pitchRad) / std::tan(halfFovRad);
 }
 
-void SkyGL::Draw(double PitchDeg, double FovDeg) const
+void SkyGL::Draw(double PitchDeg, double FovDeg, const SpringMapLook& Look) const
 {
     if (Program == 0)
         return;
@@ -71,6 +72,8 @@ void SkyGL::Draw(double PitchDeg, double FovDeg) const
     glDisable(GL_BLEND);
     glUseProgram(Program);
     glUniform1f(HorizonLocation, static_cast<float>(GetHorizonNdcY(PitchDeg, FovDeg)));
+    glUniform3fv(HazeLocation, 1, Look.FogColour.data());
+    glUniform3fv(ZenithLocation, 1, Look.SkyColour.data());
     glBindVertexArray(EmptyArray);
     glDrawArrays(GL_TRIANGLES, 0, 3);
     glBindVertexArray(0);

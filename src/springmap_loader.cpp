@@ -279,6 +279,7 @@ bool LoadMap(const std::string& path, const std::span<const std::uint8_t>* pByte
     map.MinHeight = info.MinHeight.value_or(map.Smf.MinHeight);
     map.MaxHeight = info.MaxHeight.value_or(map.Smf.MaxHeight);
     map.MaxMetal = info.MaxMetal.value_or(0.02f);
+    map.Look = info.Look;
     if (!LoadTileFiles(files, info, opts, map, error))
         return false;
     FindRawRange(map);

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "springmap_limits.h"
+#include "springmap_look.h"
 #include "springmap_smf.h"
 
 // A Spring map as loaded from an .smf path, an .sdd folder or an .sdz/.sd7 archive: the parsed .smf,
@@ -28,6 +29,7 @@ struct SpringMap
     float MinHeight = 0.0f; // after the mapinfo overrides; MinHeight > MaxHeight is legal (inverted)
     float MaxHeight = 0.0f;
     float MaxMetal = 0.02f;
+    SpringMapLook Look;                          // mapinfo's lighting, sky and water
     std::uint16_t LowestRaw = 0, HighestRaw = 0; // range of the stored corner heights
     std::vector<TileFile> TileFiles;
     std::vector<std::string> Warnings; // "<file>: <problem>", one line each, for what did not stop the load

@@ -1,5 +1,6 @@
 #include "springmap_mapinfo.h"
 
+#include <array>
 #include <chrono>
 #include <cmath>
 #include <cstdio>
@@ -327,12 +328,102 @@ struct ResultReader
         return std::isfinite(value) ? std::optional<float>(value) : std::nullopt;
     }
 
+    // Reads {x, y, z} into Out (more entries are allowed, as in a sunDir with a distance); anything
+    // else is named in Ignored and Out keeps its value.
+    void ReadTriple(int table, const std::string& path, const char* key, std::array<float, 3>& Out)
+    {
+        if (!Push(table, path, key, LUA_TTABLE, "a table"))
+            return;
+        std::array<float, 3> value{};
+        bool bValid = true;
+        for (int i = 0; i < 3 && bValid; ++i)
+        {
+            lua_rawgeti(L, -1, i + 1);
+            bValid = lua_isnumber(L, -1) && std::isfinite(lua_tonumber(L, -1));
+            value[i] = static_cast<float>(lua_tonumber(L, -1));
+            lua_pop(L, 1);
+        }
+        lua_pop(L, 1);
+        if (bValid)
+            Out = value;
+        else
+            Ignored.push_back(path + key + " is not a list of 3 finite numbers; ignored");
+    }
+
+    // A number in Min..Max into Out; outside the range it is named in Ignored and Out keeps its value.
+    void ReadNumber(int table, const std::string& path, const char* key, float Min, float Max, float& Out)
+    {
+        const std::optional<float> value = GetNumber(table, path, key);
+        if (value && (*value < Min || *value > Max))
+            Ignored.push_back(path + key + " is " + DescribeNumber(*value) + ", outside " +
+                              DescribeNumber(Min) + ".." + DescribeNumber(Max) + "; ignored");
+        else if (value)
+            Out = *value;
+    }
+
+    // Pushes the table at Key for Read, which pops it; false when there is none.
+    template <typename Read> void ReadSection(int root, const char* key, Read read)
+    {
+        if (!Push(root, "", key, LUA_TTABLE, "a table"))
+            return;
+        read(lua_gettop(L), std::string(key) + ".");
+        lua_pop(L, 1);
+    }
+
+    void ReadLook(int root, SpringMapLook& look)
+    {
+        ReadSection(root, "lighting",
+                    [&](int table, const std::string& path)
+                    {
+                        std::array<float, 3> sunDir = look.SunDir;
+                        ReadTriple(table, path, "sunDir", sunDir);
+                        if (sunDir[0] == 0.0f && sunDir[1] == 0.0f && sunDir[2] == 0.0f)
+                            Ignored.push_back(path + "sunDir is 0, 0, 0, which points nowhere; ignored");
+                        else
+                            look.SunDir = sunDir;
+                        ReadTriple(table, path, "groundAmbientColor", look.GroundAmbient);
+                        ReadTriple(table, path, "groundDiffuseColor", look.GroundDiffuse);
+                    });
+        ReadSection(root, "atmosphere",
+                    [&](int table, const std::string& path)
+                    {
+                        ReadTriple(table, path, "skyColor", look.SkyColour);
+                        ReadTriple(table, path, "fogColor", look.FogColour);
+                        float fogStart = look.FogStart, fogEnd = look.FogEnd;
+                        ReadNumber(table, path, "fogStart", 0.0f, 1e6f, fogStart);
+                        ReadNumber(table, path, "fogEnd", 0.0f, 1e6f, fogEnd);
+                        if (fogStart < fogEnd)
+                            look.FogStart = fogStart, look.FogEnd = fogEnd;
+                        else
+                            Ignored.push_back(path + "fogStart " + DescribeNumber(fogStart) +
+                                              " is not below fogEnd " + DescribeNumber(fogEnd) +
+                                              "; both ignored");
+                    });
+        ReadSection(root, "water",
+                    [&](int table, const std::string& path)
+                    {
+                        ReadTriple(table, path, "surfaceColor", look.WaterSurface);
+                        ReadNumber(table, path, "surfaceAlpha", 0.0f, 1.0f, look.WaterSurfaceAlpha);
+                        ReadTriple(table, path, "absorb", look.WaterAbsorb);
+                        ReadTriple(table, path, "baseColor", look.WaterBase);
+                        ReadTriple(table, path, "minColor", look.WaterMin);
+                    });
+    }
+
+    static std::string DescribeNumber(float value)
+    {
+        char text[32];
+        std::snprintf(text, sizeof(text), "%g", value);
+        return text;
+    }
+
     void Read(SpringMapInfo& info)
     {
         const int root = lua_gettop(L);
         info.Name = GetString(root, "", "name");
         info.MapFile = GetString(root, "", "mapfile");
         info.MaxMetal = GetNumber(root, "", "maxmetal");
+        ReadLook(root, info.Look);
         if (!Push(root, "", "smf", LUA_TTABLE, "a table"))
             return;
         const int smf = lua_gettop(L);

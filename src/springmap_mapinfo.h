@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "springmap_limits.h"
+#include "springmap_look.h"
 
 class SpringMapArchive;
 
@@ -18,6 +19,7 @@ struct SpringMapInfo
     std::optional<float> MinHeight;
     std::optional<float> MaxHeight;
     std::vector<std::string> SmtFileNames; // smtFileName0..N, consecutive from 0
+    SpringMapLook Look;
     std::vector<std::string> Ignored; // "<key> ...; ignored" for each value of the wrong type or not finite
 };
 

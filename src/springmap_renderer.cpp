@@ -34,6 +34,9 @@ bool SpringMapRenderer::LoadHeightGrid(int Width, int Height, float SquareSizeWo
     IndexCount = (Width - 1) * (Height - 1) * 6;
     Ground.Clear();
     Minimap.clear();
+    Layers = {};
+    Shading.Look = {};
+    ++LoadRevision;
     bLoaded = true;
     bGLStale = true;
     return true;
@@ -54,6 +57,8 @@ bool SpringMapRenderer::LoadMap(const SpringMap& Map, std::uint64_t GroundBudget
         return false;
     Ground = std::move(ground);
     Minimap = Map.Smf.Minimap;
+    Layers = SpringMapLayers::From(Map);
+    Shading.Look = Map.Look;
     return true;
 }
 
@@ -65,6 +70,8 @@ void SpringMapRenderer::Unload()
     HeightGrid.clear();
     Ground.Clear();
     Minimap.clear();
+    Layers = {};
+    ++LoadRevision;
     bGLStale = true;
 }
 
@@ -164,6 +171,7 @@ bool SpringMapRenderer::Render(const float* ViewProj4x4ColumnMajor)
     source.MaxHeight = HighestHeight;
     source.bAllowCompressedUpload = bAllowCompressedUpload;
     source.LodErrorPx = LodErrorPx;
+    source.pShading = &Shading;
     return pTerrainGL->Draw(source, ViewProj4x4ColumnMajor);
 }
 

@@ -5,6 +5,8 @@
 #include <vector>
 
 #include "springmap_ground.h"
+#include "springmap_layers.h"
+#include "terrain_shading.h"
 
 struct SpringMap;
 class SpringMapTerrainGL;
@@ -32,6 +34,8 @@ class SpringMapRenderer
     void Unload();
 
     bool IsLoaded() const { return bLoaded; }
+    // Counts the loads, so GL copies of the map's data can tell when they are stale.
+    int GetLoadRevision() const { return LoadRevision; }
     // Bilinear over the corner heights; points off the map take the nearest edge's height.
     float GetTerrainHeight(float x, float z) const;
 
@@ -49,6 +53,8 @@ class SpringMapRenderer
     bool HasMinimap() const { return !Minimap.empty(); }
     // The map's own minimap: DXT1 1024x1024 with its 9 mip levels; empty when the map has none.
     const std::vector<std::uint8_t>& GetMinimap() const { return Minimap; }
+    // The loaded map's grids and features; empty for a bare height grid.
+    const SpringMapLayers& GetLayers() const { return Layers; }
 
     // Draws the terrain with the scene's view-projection (column-major 4x4, world units in, clip space
     // out): the same transform picking inverts. Needs a current GL 3.3 core context; false when
@@ -68,6 +74,8 @@ class SpringMapRenderer
     float LodErrorPx = 1.0f;
     // Triangles the last Render drew (skirts included): what the view, not the map, asks for.
     long long GetDrawnTriangles() const;
+    // How Render shades the ground; a load sets the map's look and leaves the rest.
+    TerrainShading Shading;
 
     // The mesh the first Render uploads: 6 floats per corner (position, normal) and two triangles per
     // square, grouped by ground patch. Needs no GL context.
@@ -75,6 +83,7 @@ class SpringMapRenderer
 
   private:
     bool bLoaded = false;
+    int LoadRevision = 0;
     int GridWidth = 0;
     int GridHeight = 0;
     float SquareSize = 8.0f;
@@ -82,6 +91,7 @@ class SpringMapRenderer
     std::vector<float> HeightGrid;
     SpringMapGround Ground;
     std::vector<std::uint8_t> Minimap;
+    SpringMapLayers Layers;
     std::unique_ptr<SpringMapTerrainGL> pTerrainGL;
     struct MeshRanges;
     std::unique_ptr<MeshRanges> pRanges;

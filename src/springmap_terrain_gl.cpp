@@ -7,48 +7,6 @@
 
 namespace
 {
-const char* VertexShader = R"(#version 330 core
-layout(location = 0) in vec3 Position;
-layout(location = 1) in vec3 Normal;
-uniform mat4 ViewProj;
-uniform vec4 UvRect;
-out vec2 Uv;
-out vec3 WorldNormal;
-out float Height;
-void main()
-{
-    Uv = (Position.xz - UvRect.xy) * UvRect.zw;
-    WorldNormal = Normal;
-    Height = Position.y;
-    gl_Position = ViewProj * vec4(Position, 1.0);
-}
-)";
-
-const char* FragmentShader = R"(#version 330 core
-in vec2 Uv;
-in vec3 WorldNormal;
-in float Height;
-uniform sampler2D Ground;
-uniform int Mode; // 0: height ramp, 1: texture
-uniform vec2 HeightRange;
-out vec4 Colour;
-void main()
-{
-    // Late-afternoon sun from the south-west, with enough ambient that shadowed slopes keep detail.
-    const vec3 SunDir = normalize(vec3(-0.45, 0.8, 0.4));
-    float light = 0.45 + 0.65 * max(dot(normalize(WorldNormal), SunDir), 0.0);
-    vec3 albedo;
-    if (Mode == 1)
-        albedo = texture(Ground, Uv).rgb;
-    else
-    {
-        float t = clamp((Height - HeightRange.x) / max(HeightRange.y - HeightRange.x, 1e-3), 0.0, 1.0);
-        albedo = mix(vec3(0.25, 0.45, 0.2), vec3(0.75, 0.7, 0.6), t);
-    }
-    Colour = vec4(albedo * light, 1.0);
-}
-)";
-
 GLuint CompileShader(GLenum type, const char* source)
 {
     const GLuint shader = glCreateShader(type);
@@ -67,8 +25,8 @@ GLuint CompileShader(GLenum type, const char* source)
 
 bool SpringMapTerrainGL::CreateProgram()
 {
-    const GLuint vertex = CompileShader(GL_VERTEX_SHADER, VertexShader);
-    const GLuint fragment = CompileShader(GL_FRAGMENT_SHADER, FragmentShader);
+    const GLuint vertex = CompileShader(GL_VERTEX_SHADER, TerrainShadingProgram::VertexSource);
+    const GLuint fragment = CompileShader(GL_FRAGMENT_SHADER, TerrainShadingProgram::FragmentSource);
     if (vertex && fragment)
     {
         Program = glCreateProgram();
@@ -91,6 +49,7 @@ bool SpringMapTerrainGL::CreateProgram()
     UvRectLocation = glGetUniformLocation(Program, "UvRect");
     ModeLocation = glGetUniformLocation(Program, "Mode");
     HeightRangeLocation = glGetUniformLocation(Program, "HeightRange");
+    Shading.Locate(Program);
     return true;
 }
 
@@ -202,6 +161,7 @@ bool SpringMapTerrainGL::Draw(const Source& From, const float* ViewProj4x4Column
     glUseProgram(Program);
     glUniformMatrix4fv(ViewProjLocation, 1, GL_FALSE, ViewProj4x4ColumnMajor);
     glUniform2f(HeightRangeLocation, From.MinHeight, From.MaxHeight);
+    Shading.Apply(From.pShading ? *From.pShading : TerrainShading{});
     glActiveTexture(GL_TEXTURE0);
     glBindVertexArray(Vao);
     GLint viewport[4] = {};

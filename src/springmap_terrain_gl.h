@@ -6,11 +6,13 @@
 #include <epoxy/gl.h>
 
 #include "springmap_terrain_lod.h"
+#include "terrain_shading.h"
 
 class SpringMapGround;
 
 // The GL side of the terrain: one vertex buffer (position + normal), indices grouped by ground patch,
-// one texture per patch (or the minimap, or a height ramp), and a GL 3.3 core program with a sun.
+// one texture per patch (or the minimap, or a height ramp), and a GL 3.3 core program shaded as
+// TerrainShading says.
 // Everything is created on first use, so it needs a current context only when drawing.
 class SpringMapTerrainGL
 {
@@ -32,6 +34,7 @@ class SpringMapTerrainGL
         bool bAllowCompressedUpload = true;
         std::uint64_t DecodedBudgetBytes = 128ull << 20;
         float LodErrorPx = 1.0f; // see SpringMapRenderer::LodErrorPx
+        const TerrainShading* pShading = nullptr; // null: the engine's default light, no fog
     };
 
     // Creates what is missing, then draws. False when the program cannot be built. The GL objects
@@ -51,6 +54,7 @@ class SpringMapTerrainGL
 
     GLuint Program = 0, Vao = 0, Vbo = 0, Ibo = 0;
     GLint ViewProjLocation = -1, UvRectLocation = -1, ModeLocation = -1, HeightRangeLocation = -1;
+    TerrainShadingProgram Shading;
     std::vector<GLuint> PatchTextures;
     GLuint MinimapTexture = 0;
     bool bCreated = false;

@@ -162,6 +162,24 @@ std::string PanelsJson(const GLViewport& View, const PanelFacts& Panels)
            ", \"tooltip\": " + (Panels.pTooltip ? JsonQuote(Panels.pTooltip) : std::string("null")) + "},\n";
 }
 
+// What the map shows besides its ground, and its features counted by type (types without any left out).
+std::string MapLookJson(const GLViewport& View)
+{
+    const SpringMapLayers& layers = View.SpringMap.GetLayers();
+    std::vector<int> counts(layers.FeatureTypes.size(), 0);
+    for (const SpringMapLayers::Feature& feature : layers.Features)
+        ++counts[static_cast<std::size_t>(feature.Type)];
+    std::string features;
+    for (std::size_t i = 0; i < counts.size(); ++i)
+        if (counts[i] > 0)
+            features += (features.empty() ? "" : ", ") + JsonQuote(layers.FeatureTypes[i]) + ": " +
+                        std::to_string(counts[i]);
+    const MapLookOptions& display = View.MapDisplay;
+    return std::string("  \"look\": {\"water\": ") + JsonBool(display.bWater) +
+           ", \"features\": " + JsonBool(display.bFeatures) +
+           ", \"view\": " + JsonQuote(GetAuthorViewName(display.View)) + "},\n  \"features\": {" + features +
+           "},\n";
+}
 } // namespace
 
 std::string JsonStrings(const std::vector<std::string>& Texts)
@@ -178,7 +196,7 @@ std::string BuildStateJson(const GLViewport& View, const GLWindow& Window, int F
     return "{\n  \"frames\": " + std::to_string(FramesRendered) + ",\n" + CameraJson(View) +
            EffectsJson(View) + SelectionJson(View) + VehiclesJson(View) + AircraftJson(View) +
            "  \"map\": {\"name\": " + JsonQuote(Map.Name) + ", \"path\": " + JsonQuote(Map.Path) +
-           ", \"reloads\": " + std::to_string(Map.Reloads) + "},\n" +
+           ", \"reloads\": " + std::to_string(Map.Reloads) + "},\n" + MapLookJson(View) +
            "  \"warnings\": " + JsonStrings(Map.Warnings) + ",\n" + PanelsJson(View, Panels) +
            MessagesJson(Window) + "}\n";
 }

@@ -1,0 +1,181 @@
+#include "terrain_shading.h"
+
+#include <cmath>
+
+const char* const TerrainShadingProgram::VertexSource = R"(#version 330 core
+layout(location = 0) in vec3 Position;
+layout(location = 1) in vec3 Normal;
+uniform mat4 ViewProj;
+uniform vec4 UvRect;
+out vec2 Uv;
+out vec3 WorldNormal;
+out vec3 WorldPos;
+void main()
+{
+    Uv = (Position.xz - UvRect.xy) * UvRect.zw;
+    WorldNormal = Normal;
+    WorldPos = Position;
+    gl_Position = ViewProj * vec4(Position, 1.0);
+}
+)";
+
+// Light as the engine lights its ground: ambient plus diffuse by the sun, scaled by its 210/255;
+// under water the light fades with depth towards the water's colour (fully past one unit deep).
+const char* const TerrainShadingProgram::FragmentSource = R"(#version 330 core
+in vec2 Uv;
+in vec3 WorldNormal;
+in vec3 WorldPos;
+uniform sampler2D Ground;
+uniform sampler2D Layer;
+uniform int Mode; // 0: height ramp, 1: texture
+uniform vec2 HeightRange;
+uniform vec3 SunDir;
+uniform vec3 GroundAmbient;
+uniform vec3 GroundDiffuse;
+uniform vec3 Eye;
+uniform vec2 FogRange; // start and end distance; end 0: no fog
+uniform vec3 FogColour;
+uniform int Water;
+uniform vec3 WaterAbsorb;
+uniform vec3 WaterBase;
+uniform vec3 WaterMin;
+uniform int View; // 0 off, 1 height, 2 slope, 3 metal, 4 type, 5 grass
+uniform vec2 LayerExtent;
+uniform float LayerScale;
+uniform float ContourStep;
+uniform float DriveSlope;
+out vec4 Colour;
+
+const float IntensityMult = 210.0 / 255.0;
+
+vec3 HeightRamp(float t)
+{
+    vec3 c = mix(vec3(0.10, 0.30, 0.70), vec3(0.20, 0.62, 0.30), smoothstep(0.0, 0.35, t));
+    c = mix(c, vec3(0.85, 0.74, 0.35), smoothstep(0.35, 0.7, t));
+    return mix(c, vec3(0.97), smoothstep(0.7, 1.0, t));
+}
+
+vec3 TypeColour(int index)
+{
+    const vec3 palette[8] = vec3[8](vec3(0.55, 0.55, 0.6), vec3(0.9, 0.3, 0.25), vec3(0.3, 0.75, 0.3),
+                                    vec3(0.3, 0.45, 0.95), vec3(0.95, 0.8, 0.2), vec3(0.8, 0.35, 0.85),
+                                    vec3(0.25, 0.85, 0.85), vec3(0.95, 0.55, 0.15));
+    return palette[index % 8];
+}
+
+vec3 AuthorColour(vec3 albedo, vec3 n, float t)
+{
+    float cell = texture(Layer, WorldPos.xz / LayerExtent).r * 255.0;
+    vec3 muted = vec3(dot(albedo, vec3(0.3, 0.59, 0.11)) * 0.6);
+    if (View == 1)
+    {
+        float steps = WorldPos.y / ContourStep;
+        float pixelsFromLine = abs(fract(steps + 0.5) - 0.5) / max(fwidth(steps), 1e-4);
+        return HeightRamp(t) * mix(0.35, 1.0, clamp(pixelsFromLine - 0.5, 0.0, 1.0));
+    }
+    if (View == 2)
+    {
+        float rise = length(n.xz) / max(n.y, 1e-3);
+        vec3 c = mix(vec3(0.2, 0.7, 0.25), vec3(0.95, 0.85, 0.2), clamp(rise / DriveSlope, 0.0, 1.0));
+        return cell < 0.5 ? mix(c, vec3(0.85, 0.08, 0.08), 0.8) : c;
+    }
+    if (View == 3)
+        return mix(muted, vec3(0.2, 1.0, 1.0), clamp(cell * LayerScale / 255.0, 0.0, 1.0));
+    if (View == 4)
+        return mix(muted, TypeColour(int(cell + 0.5)), 0.75);
+    return cell > 0.5 ? mix(muted, vec3(0.25, 0.85, 0.2), 0.75) : muted;
+}
+
+void main()
+{
+    vec3 n = normalize(WorldNormal);
+    float t = clamp((WorldPos.y - HeightRange.x) / max(HeightRange.y - HeightRange.x, 1e-3), 0.0, 1.0);
+    vec3 albedo = Mode == 1 ? texture(Ground, Uv).rgb : mix(vec3(0.25, 0.45, 0.2), vec3(0.75, 0.7, 0.6), t);
+    float lightInt = max(dot(n, SunDir), 0.0);
+    if (View != 0)
+    {
+        // Plain light from the map's sun: the view's colours stay readable whatever the map's light.
+        Colour = vec4(AuthorColour(albedo, n, t) * (0.6 + 0.4 * lightInt), 1.0);
+        return;
+    }
+    vec3 shade = (GroundAmbient + GroundDiffuse * lightInt) * IntensityMult;
+    if (Water == 1 && WorldPos.y < 0.0)
+    {
+        float depth = -WorldPos.y;
+        vec3 water = max(WaterMin, WaterBase - WaterAbsorb * min(depth, 1023.0));
+        water *= IntensityMult * min(lightInt * 2.0 + 0.4, 1.0);
+        shade = mix(shade, water, min(depth, 1.0));
+    }
+    vec3 c = albedo * shade;
+    if (FogRange.y > 0.0)
+        c = mix(c, FogColour, clamp((distance(WorldPos, Eye) - FogRange.x) / (FogRange.y - FogRange.x), 0.0, 1.0));
+    Colour = vec4(c, 1.0);
+}
+)";
+
+void TerrainShadingProgram::Locate(GLuint Program)
+{
+    const auto at = [Program](const char* name) { return glGetUniformLocation(Program, name); };
+    SunDir = at("SunDir");
+    GroundAmbient = at("GroundAmbient");
+    GroundDiffuse = at("GroundDiffuse");
+    Eye = at("Eye");
+    FogRange = at("FogRange");
+    FogColour = at("FogColour");
+    Water = at("Water");
+    WaterAbsorb = at("WaterAbsorb");
+    WaterBase = at("WaterBase");
+    WaterMin = at("WaterMin");
+    View = at("View");
+    Layer = at("Layer");
+    LayerExtent = at("LayerExtent");
+    LayerScale = at("LayerScale");
+    ContourStep = at("ContourStep");
+    DriveSlope = at("DriveSlope");
+}
+
+void TerrainShadingProgram::Apply(const TerrainShading& Shading) const
+{
+    const SpringMapLook& look = Shading.Look;
+    float sun[3];
+    NormaliseSunDir(look, sun);
+    glUniform3fv(SunDir, 1, sun);
+    glUniform3fv(GroundAmbient, 1, look.GroundAmbient.data());
+    glUniform3fv(GroundDiffuse, 1, look.GroundDiffuse.data());
+    glUniform3fv(Eye, 1, Shading.EyeWorld);
+    float fogStart = 0.0f, fogEnd = 0.0f;
+    GetFogRangeWorld(look, Shading.ViewRangeWorld, fogStart, fogEnd);
+    glUniform2f(FogRange, fogStart, fogEnd);
+    glUniform3fv(FogColour, 1, look.FogColour.data());
+    glUniform1i(Water, Shading.bWater ? 1 : 0);
+    glUniform3fv(WaterAbsorb, 1, look.WaterAbsorb.data());
+    glUniform3fv(WaterBase, 1, look.WaterBase.data());
+    glUniform3fv(WaterMin, 1, look.WaterMin.data());
+    // Without its grid a view would read an unbound texture: it falls back to the plain ground.
+    const bool bNeedsLayer = Shading.View != AuthorView::Off && Shading.View != AuthorView::Height;
+    const bool bView = Shading.View != AuthorView::Off && (!bNeedsLayer || Shading.LayerTexture != 0);
+    glUniform1i(View, bView ? static_cast<int>(Shading.View) : 0);
+    glUniform1i(Layer, LayerTextureUnit);
+    glUniform2fv(LayerExtent, 1, Shading.LayerExtentWorld);
+    glUniform1f(LayerScale, Shading.LayerScale);
+    glUniform1f(ContourStep, Shading.ContourStepWorld);
+    glUniform1f(DriveSlope, Shading.DriveSlope);
+    glActiveTexture(GL_TEXTURE0 + LayerTextureUnit);
+    glBindTexture(GL_TEXTURE_2D, Shading.LayerTexture);
+    glActiveTexture(GL_TEXTURE0);
+}
+
+void GetFogRangeWorld(const SpringMapLook& Look, float ViewRangeWorld, float& StartWorld, float& EndWorld)
+{
+    const bool bFog = ViewRangeWorld > 0.0f && Look.FogEnd > Look.FogStart;
+    StartWorld = bFog ? Look.FogStart * ViewRangeWorld : 0.0f;
+    EndWorld = bFog ? Look.FogEnd * ViewRangeWorld : 0.0f;
+}
+
+void NormaliseSunDir(const SpringMapLook& Look, float Out[3])
+{
+    const auto& d = Look.SunDir;
+    const float length = std::sqrt(d[0] * d[0] + d[1] * d[1] + d[2] * d[2]);
+    for (int i = 0; i < 3; ++i)
+        Out[i] = length > 0.0f ? d[i] / length : (i == 1 ? 1.0f : 0.0f);
+}
