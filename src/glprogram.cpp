@@ -76,3 +76,12 @@ GLuint CreateGLProgram(const char* VertexSource, const char* FragmentSource, std
             (failedStage == GLProgramStage::Link ? "shader link failed: " : "shader compile failed: ") + log;
     return program;
 }
+
+const char* const VertexColourFragmentSource = R"(#version 330 core
+in vec4 VertexColour;
+out vec4 FragColour;
+void main()
+{
+    FragColour = VertexColour;
+}
+)";

@@ -18,3 +18,6 @@ GLuint BuildGLProgram(const char* VertexSource, const char* FragmentSource, GLPr
 
 // The same, with the failure as one message ("shader compile failed: ..." or "shader link failed: ...").
 GLuint CreateGLProgram(const char* VertexSource, const char* FragmentSource, std::string& Error);
+
+// A fragment shader that writes the colour its vertex shader passed on as VertexColour.
+extern const char* const VertexColourFragmentSource;

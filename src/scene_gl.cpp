@@ -22,15 +22,6 @@ void main()
 }
 )";
 
-const char* FragmentShader = R"(#version 330 core
-in vec4 VertexColour;
-out vec4 FragColour;
-void main()
-{
-    FragColour = VertexColour;
-}
-)";
-
 constexpr int FloatsPerVertex = 7;
 
 // Sizes of the markers: a ring clears the unit's outline, dots stay a few pixels at any zoom.
@@ -289,7 +280,7 @@ bool SceneGL::Create(std::string& Error)
 {
     if (!Sky.Create(Error))
         return false;
-    Program = CreateGLProgram(VertexShader, FragmentShader, Error);
+    Program = CreateGLProgram(VertexShader, VertexColourFragmentSource, Error);
     if (Program == 0)
         return false;
     ViewProjectionLocation = glGetUniformLocation(Program, "ViewProjection");

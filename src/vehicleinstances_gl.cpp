@@ -24,15 +24,6 @@ void main()
 }
 )";
 
-const char* FragmentShader = R"(#version 330 core
-in vec4 VertexColour;
-out vec4 FragColour;
-void main()
-{
-    FragColour = VertexColour;
-}
-)";
-
 // One array per shape: the shape's vertices from FirstVertex on, the instances from the shared buffer.
 void CreateShapeArray(GLuint& array, GLuint shapeBuffer, GLint firstVertex, GLuint instanceBuffer)
 {
@@ -72,7 +63,7 @@ VehicleInstancesGL::~VehicleInstancesGL()
 bool VehicleInstancesGL::Create(const std::vector<float>& ModelVertices,
                                 const std::vector<float>& IconVertices, std::string& Error)
 {
-    Program = CreateGLProgram(VertexShader, FragmentShader, Error);
+    Program = CreateGLProgram(VertexShader, VertexColourFragmentSource, Error);
     if (Program == 0)
         return false;
     ViewProjectionLocation = glGetUniformLocation(Program, "ViewProjection");
