@@ -146,10 +146,9 @@ FeaturesGL::~FeaturesGL()
     glDeleteBuffers(1, &ShapeBuffer);
 }
 
-bool FeaturesGL::Create()
+bool FeaturesGL::Create(std::string& Error)
 {
-    std::string error;
-    Program = CreateGLProgram(VertexShader, FragmentShader, error);
+    Program = CreateGLProgram(VertexShader, FragmentShader, Error);
     if (!Program)
         return false;
     ViewProjLocation = glGetUniformLocation(Program, "ViewProj");
@@ -226,11 +225,8 @@ bool FeaturesGL::Draw(const SpringMapRenderer& Map, const TerrainShading& Shadin
     LastDrawCalls = 0;
     if (!Map.IsLoaded() || Map.GetLayers().Features.empty())
         return true;
-    if (!Program && (bCreateFailed || !Create()))
-    {
-        bCreateFailed = true; // reported once by the caller, not retried every frame
+    if (!Program && (!CreateError.empty() || !Create(CreateError)))
         return false;
-    }
     if (BuiltRevision != Map.GetLoadRevision())
         BuildTypes(Map);
     for (TypeBatch& type : Types)

@@ -19,6 +19,8 @@ struct TerrainShading;
 class FeaturesGL
 {
   public:
+    // Why the last Draw that returned false could not build its shaders.
+    const std::string& GetCreateError() const { return CreateError; }
     enum class Kind
     {
         Tree,
@@ -52,7 +54,7 @@ class FeaturesGL
         std::vector<float> Visible; // x, y, z, heading per feature in range
     };
 
-    bool Create();
+    bool Create(std::string& Error);
     void BuildTypes(const SpringMapRenderer& Map);
     void ReleaseTypes();
 
@@ -65,5 +67,5 @@ class FeaturesGL
     std::vector<float> Placed; // type, x, ground y, z, heading per feature of the loaded map
     int BuiltRevision = -1;
     int LastDrawCalls = 0;
-    bool bCreateFailed = false;
+    std::string CreateError; // why the shaders could not be built; not retried every frame
 };

@@ -245,8 +245,13 @@ void GLViewport::Render()
                 pScene->DrawSky(CameraPitchDeg, CameraFovDeg, SpringMap.Shading.Look);
             MapLook.PrepareTerrain(SpringMap, Units.GetDriveability(), MapDisplay, eye);
             SpringMap.Render(viewProjection.data());
-            if (std::string error; !MapLook.DrawOverTerrain(SpringMap, MapDisplay, viewProjection.data(), error))
-                ShowStatus("Map drawn without water or features: " + error);
+            if (std::string error;
+                !MapLook.DrawOverTerrain(SpringMap, MapDisplay, viewProjection.data(), error))
+            {
+                const std::string message = "Map drawn without water or features: " + error;
+                std::fprintf(stderr, "quindle: %s\n", message.c_str());
+                ShowStatus(message);
+            }
         }
         if (pScene)
         {

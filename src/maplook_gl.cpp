@@ -35,6 +35,7 @@ bool MapLookGL::DrawOverTerrain(const SpringMapRenderer& Map, const MapLookOptio
     if ((bWaterDrawn && bFeaturesDrawn) || bReported)
         return true;
     bReported = true;
-    Error = !bWaterDrawn ? "the water's shaders cannot be built" : "the features' shaders cannot be built";
+    Error = !bWaterDrawn ? "the water's shaders cannot be built: " + Water.GetCreateError()
+                         : "the features' shaders cannot be built: " + Features.GetCreateError();
     return false;
 }

@@ -52,10 +52,9 @@ WaterGL::~WaterGL()
     glDeleteTextures(1, &HeightTexture);
 }
 
-bool WaterGL::Create()
+bool WaterGL::Create(std::string& Error)
 {
-    std::string error;
-    Program = CreateGLProgram(VertexShader, FragmentShader, error);
+    Program = CreateGLProgram(VertexShader, FragmentShader, Error);
     if (!Program)
         return false;
     ViewProjLocation = glGetUniformLocation(Program, "ViewProj");
@@ -88,11 +87,8 @@ bool WaterGL::Draw(const SpringMapRenderer& Map, const TerrainShading& Shading, 
 {
     if (!Map.IsLoaded() || !(Map.GetLowestHeight() < 0.0f))
         return true;
-    if (!Program && (bCreateFailed || !Create()))
-    {
-        bCreateFailed = true; // reported once by the caller, not retried every frame
+    if (!Program && (!CreateError.empty() || !Create(CreateError)))
         return false;
-    }
     glActiveTexture(GL_TEXTURE0);
     if (UploadedRevision != Map.GetLoadRevision())
         UploadHeights(Map);

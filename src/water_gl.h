@@ -13,6 +13,8 @@ struct TerrainShading;
 class WaterGL
 {
   public:
+    // Why the last Draw that returned false could not build its shaders.
+    const std::string& GetCreateError() const { return CreateError; }
     WaterGL() = default;
     WaterGL(const WaterGL&) = delete;
     WaterGL& operator=(const WaterGL&) = delete;
@@ -23,12 +25,12 @@ class WaterGL
     bool Draw(const SpringMapRenderer& Map, const TerrainShading& Shading, const float* ViewProj4x4);
 
   private:
-    bool Create();
+    bool Create(std::string& Error);
     void UploadHeights(const SpringMapRenderer& Map);
 
     GLuint Program = 0, EmptyArray = 0, HeightTexture = 0;
     GLint ViewProjLocation = -1, MapSizeLocation = -1, GridLocation = -1, SurfaceLocation = -1;
     GLint EyeLocation = -1, FogRangeLocation = -1, FogColourLocation = -1;
     int UploadedRevision = -1;
-    bool bCreateFailed = false;
+    std::string CreateError; // why the shaders could not be built; not retried every frame
 };
