@@ -7,6 +7,7 @@
 #include <string>
 
 #include "application.h"
+#include "heaptuning.h"
 #include "mapreport.h"
 #include "mapsetup.h"
 #include "pngwriter.h"
@@ -87,6 +88,7 @@ bool WriteOutputs(Application& App, const AppOptions& Options, int Frames,
 
 int main(int argc, char** argv)
 {
+    TuneHeapForMapLoading();
     AppOptions options;
     std::string text;
     switch (ParseCommandLine(argc, argv, options, text))
