@@ -1,83 +1,11 @@
 // libFuzzer target over the whole load path: an .sdz, .sd7 or bare .smf held in memory, the loader
 // with mapinfo.lua in its sandbox, then the ground texture and the terrain mesh a frame would upload.
 // Any crash, leak, overflow, undefined behaviour or message on more than one line is a bug.
-#include <algorithm>
-#include <cstdint>
-#include <cstring>
-#include <span>
-#include <string>
-#include <vector>
-
-#include "springmap_loader.h"
-#include "springmap_renderer.h"
-
-namespace
-{
-// Caps small enough that every input runs in milliseconds; the loader enforces them itself.
-SpringMapLoader::Options FuzzOptions()
-{
-    SpringMapLoader::Options opts;
-    opts.Caps.MaxEntryBytes = 1 << 20;
-    opts.Caps.MaxTotalBytes = 4 << 20;
-    opts.Caps.MaxEntries = 1000;
-    opts.Caps.MapInfoBytes = 2 << 20;
-    opts.Caps.MapInfoInstructions = 200'000;
-    opts.Caps.MapInfoMs = 100;
-    return opts;
-}
-
-// A bare .smf is at least its 700 KB minimap. Its input is a 4-byte little-endian length (modulo
-// 1 MiB) and the start of the file; the rest reads as zeros from a buffer kept zero between inputs,
-// so no input pays for clearing a fresh one.
-std::span<const std::uint8_t> ExpandSmf(std::span<const std::uint8_t> input)
-{
-    static std::vector<std::uint8_t> file;
-    static std::size_t dirtyBytes = 0;
-    std::fill_n(file.begin(), dirtyBytes, 0);
-    dirtyBytes = 0;
-    if (input.size() < 4)
-        return input;
-    const std::size_t length = std::max<std::size_t>(
-        (input[0] | input[1] << 8 | input[2] << 16 | std::uint32_t(input[3]) << 24) % (1u << 20), input.size() - 4);
-    if (file.size() < length)
-        file.resize(length);
-    std::copy(input.begin() + 4, input.end(), file.begin());
-    dirtyBytes = input.size() - 4;
-    return {file.data(), length};
-}
-
-void RequireOneLine(const std::string& text)
-{
-    if (text.empty() || text.find_first_of("\r\n") != std::string::npos)
-        __builtin_trap();
-}
-} // namespace
+#include "loadpath_check.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* Data, std::size_t Size)
 {
-    if (Size < 1)
-        return 0;
-    static const char* const names[] = {"fuzz.sdz", "fuzz.sd7", "fuzz.smf"};
-    const int packing = Data[0] % 3;
-    std::span<const std::uint8_t> bytes(Data + 1, Size - 1);
-    if (packing == 2)
-        bytes = ExpandSmf(bytes);
-    static const SpringMapLoader::Options opts = FuzzOptions();
-    SpringMap map;
-    std::string error;
-    if (!SpringMapLoader::LoadFromMemory(names[packing], bytes, map, error, opts))
-        return RequireOneLine(error), 0;
-    for (const std::string& warning : map.Warnings)
-        RequireOneLine(warning);
-    SpringMapRenderer renderer;
-    if (!renderer.LoadMap(map, 1 << 20))
-        return 0;
-    std::vector<float> positionsNormals;
-    std::vector<std::uint32_t> indices;
-    renderer.BuildMesh(positionsNormals, indices);
-    const std::size_t vertices = positionsNormals.size() / 6;
-    if (indices.size() != static_cast<std::size_t>(renderer.IndexCount) ||
-        std::any_of(indices.begin(), indices.end(), [&](std::uint32_t i) { return i >= vertices; }))
+    if (!CheckLoadPath({Data, Size}).empty())
         __builtin_trap();
     return 0;
 }

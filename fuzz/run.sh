@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Runs a map fuzzer for FUZZ_SECONDS (default 600): FUZZ_TARGET=maploader (default), the whole load
 # path from archive bytes, or springmap, the .smf/.smt parsers alone. New crashes land in
-# build-fuzz/artifacts; once fixed, copy them to tests/fuzz_regressions (make test replays them).
+# build-fuzz/artifacts; once fixed, copy them to tests/fuzz_regressions/TARGET (make test replays the maploader ones).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 maps=../shared/maps

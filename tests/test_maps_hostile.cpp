@@ -4,6 +4,11 @@
 #include <gtest/gtest.h>
 #include <zlib.h>
 
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+#include "loadpath_check.h"
 #include "springmap_generator.h"
 #include "springmap_loader.h"
 
@@ -155,4 +160,18 @@ TEST(MapHostile, LyingArchivesGiveOneLineWithinTheCaps)
         EXPECT_EQ(bLoaded, c.Expected.starts_with("warnings: ")) << c.What;
         EXPECT_EQ(map.SmfPath, bLoaded ? "maps/m.smf" : "") << c.What;
     }
+}
+
+// Every input that once broke the whole-load-path fuzzer, replayed through the fuzzer's own checks.
+TEST(MapHostile, FuzzRegressionsHoldEveryInvariant)
+{
+    int replayed = 0;
+    for (const auto& file : std::filesystem::directory_iterator(QUINDLE_FUZZ_REGRESSIONS))
+    {
+        std::ifstream in(file.path(), std::ios::binary);
+        const std::vector<std::uint8_t> bytes{std::istreambuf_iterator<char>(in), {}};
+        EXPECT_EQ(CheckLoadPath(bytes), "") << file.path();
+        ++replayed;
+    }
+    EXPECT_GT(replayed, 0);
 }
