@@ -67,7 +67,8 @@ std::string CheckLoadPath(std::span<const std::uint8_t> Input)
         if (!IsOneLine(warning))
             return "warning not on one line: " + warning;
     SpringMapRenderer renderer;
-    if (!renderer.LoadMap(map, 1 << 20))
+    // A quarter-MiB ground budget: the base level is chosen and its pyramid built as for a real map.
+    if (!renderer.LoadMap(map, 256 << 10))
         return "";
     std::vector<float> positionsNormals;
     std::vector<std::uint32_t> indices;
