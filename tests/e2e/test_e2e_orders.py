@@ -128,7 +128,8 @@ def shift_queues(s):
     messages = len(s.messages())
     s.xdo("key", "s")
     s.xdo("keydown", "shift")
-    s.click(cx + 120, cy - 80, button=3)
+    # The queued click lies far beyond the drag, so even a slow build draws the drag before arriving.
+    s.click(min(cx + 420, W - 40), max(cy - 260, 40), button=3)
     state = s.drag(3, [(cx + 120, cy - 120), (cx + 200, cy - 130), (cx + 300, cy - 140)])
     s.xdo("keyup", "shift")
     s.check_messages(messages, ["Stopped %d vehicles" % len(s.group), "Waypoint queued for selected units.",
