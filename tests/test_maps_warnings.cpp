@@ -128,6 +128,9 @@ TEST(MapWarnings, BadArchivesAndAmbiguousFoldersFailWithOneLine)
     CopyBlueprint(scratch.Path / "escaping",
                   "return {mapfile = '../../missing/m.sdd/maps/Map_Blueprint_V1.smf'}");
     fs::create_directories(scratch.Path / "empty.sdd");
+    fs::create_directories(scratch.Path / "two");
+    WriteBytes(scratch.Path / "two/a.sdz", {});
+    WriteBytes(scratch.Path / "two/b.sd7", {});
     const std::string dir = scratch.Path.string() + "/";
     // clang-format off
     const struct
@@ -140,6 +143,7 @@ TEST(MapWarnings, BadArchivesAndAmbiguousFoldersFailWithOneLine)
         {dir + "text.sd7", dir + "text.sd7: not a readable zip or 7z archive ("},
         {dir + "bad.sdz", dir + "bad.sdz: cannot unpack maps/Map_Blueprint_V1.smt ("},
         {dir + "empty.sdd", dir + "empty.sdd: no .smf file in the map"},
+        {dir + "two", dir + "two: holds several maps (a.sdz, b.sd7); open one of them"},
         {dir + "missing/m.sdd", dir + "missing/m.sdd/mapinfo.lua: mapfile 'maps/none.smf' is not in the map"},
         {dir + "backslash/m.sdd", dir + "backslash/m.sdd/mapinfo.lua: mapfile 'maps\\..\\..\\m.smf' points outside the map"},
         {dir + "escaping/m.sdd", dir + "escaping/m.sdd/mapinfo.lua: mapfile '../../missing/m.sdd/maps/Map_Blueprint_V1.smf' points outside the map"},
