@@ -190,7 +190,6 @@ bool LoadTileFiles(MapFiles& files, const SpringMapInfo& info, const Options& op
                                " tile files; using the names in the .smf");
     int firstTile = 0;
     std::vector<std::string> resolved;
-    map.TileFiles.reserve(refs.size());
     for (const SpringMapSmf::TileFileRef& ref : refs)
     {
         SpringMap::TileFile file;
