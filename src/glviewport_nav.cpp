@@ -1,12 +1,12 @@
 // Navigation and interaction layer of GLViewport.
 //
 // Index of this file:
-//   1. Input routing          MouseProcessing, EventMouseClick, EventMouseOut, camera drags
-//   2. Picking                ScreenToSpringMapWorld, ScreenToSpringMapWorldAtHeight
-//   3. Navigation widget      panel layout, hit testing, camera buttons, drawing, auto-rotate toggle
-//   4. Selection and orders   4.1 selection, 4.2 move orders, 4.3 formation orders, 4.4 air orders,
-//                             4.5 the order gestures of MouseProcessing, 4.6 their overlays
-//   5. Effects panel          panel layout and drawing, preset buttons
+//   Input routing          MouseProcessing, EventMouseClick, EventMouseOut, camera drags
+//   Picking                ScreenToSpringMapWorld, ScreenToSpringMapWorldAtHeight
+//   Navigation widget      panel layout, hit testing, camera buttons, drawing, auto-rotate toggle
+//   Selection and orders   selection, move orders, formation orders, air orders, the order
+//                          gestures of MouseProcessing, their overlays
+//   Effects panel          panel layout and drawing, preset buttons
 //
 // The layer throws nothing of its own and logs nothing: failures are bool results, and the only
 // report a person sees is a status-bar message.
@@ -80,7 +80,7 @@ void GLViewport::ShowStatus(const std::string& Text) const
 }
 
 // =====================================================================================================
-// 1. Input routing
+// Input routing
 // =====================================================================================================
 
 namespace
@@ -327,7 +327,7 @@ void GLViewport::EventMouseOut()
 }
 
 // =====================================================================================================
-// 2. Picking
+// Picking
 // =====================================================================================================
 //
 // The camera orbits the target (WorldOffsetX, 0, WorldOffsetZ) at CameraDistance; the pick rebuilds
@@ -402,7 +402,7 @@ bool GLViewport::ScreenToSpringMapWorldAtHeight(double x01, double y01, double h
 }
 
 // =====================================================================================================
-// 3. Navigation widget: the camera buttons in the viewport's bottom-right corner (layout, hit testing,
+// Navigation widget: the camera buttons in the viewport's bottom-right corner (layout, hit testing,
 // camera actions, drawing) and the auto-rotate toggle that shares that corner.
 // =====================================================================================================
 
@@ -779,13 +779,13 @@ void GLViewport::RenderAutoRotateToggleOverlay() const
 }
 
 // =====================================================================================================
-// 4. Selection and orders
-//   4.1 Selection          box and click selection
-//   4.2 Move orders        one waypoint for the selected vehicles, spread over spiral slots
-//   4.3 Formation orders   the vehicles lined up along a drawn path
-//   4.4 Air orders         routes and patrols of the selected aircraft
-//   4.5 Gestures           the patrol, box-selection and order steps of MouseProcessing
-//   4.6 Overlays           the selection band and the formation preview
+// Selection and orders
+//   Selection          box and click selection
+//   Move orders        one waypoint for the selected vehicles, spread over spiral slots
+//   Formation orders   the vehicles lined up along a drawn path
+//   Air orders         routes and patrols of the selected aircraft
+//   Gestures           the patrol, box-selection and order steps of MouseProcessing
+//   Overlays           the selection band and the formation preview
 // =====================================================================================================
 
 namespace
@@ -819,7 +819,7 @@ float LocalToGlobalY(const GLViewport& view, double y01)
 }
 } // namespace
 
-// --- 4.1 Selection -------------------------------------------------------------------------------
+// --- Selection -----------------------------------------------------------------------------------
 
 namespace
 {
@@ -1025,7 +1025,7 @@ bool GLViewport::SelectUnitsInBand(const std::vector<VehicleUnit*>& vehicles, do
     return true;
 }
 
-// --- 4.2 Move orders -----------------------------------------------------------------------------
+// --- Move orders ---------------------------------------------------------------------------------
 
 namespace
 {
@@ -1171,7 +1171,7 @@ bool GLViewport::SetSpringVehicleWaypointFromScreen(double globalX, double globa
     return true;
 }
 
-// --- 4.3 Formation orders ------------------------------------------------------------------------
+// --- Formation orders ----------------------------------------------------------------------------
 
 namespace
 {
@@ -1275,7 +1275,7 @@ void GLViewport::SubmitSelectedVehicleFormationRoute(const std::vector<Vec3D>& p
     SubmitVehicleRoutePlan(goals, active, append);
 }
 
-// --- 4.4 Air orders ------------------------------------------------------------------------------
+// --- Air orders ----------------------------------------------------------------------------------
 
 void GLViewport::SubmitSelectedAirRoute(const std::vector<Vec3D>& path, bool append)
 {
@@ -1315,7 +1315,7 @@ void GLViewport::SubmitSelectedAirPatrol(const Vec3D& waypoint, bool append)
     }
 }
 
-// --- 4.5 Gestures --------------------------------------------------------------------------------
+// --- Gestures ------------------------------------------------------------------------------------
 
 namespace
 {
@@ -1516,7 +1516,7 @@ void GLViewport::FinishOrderGesture()
     MarkFrameTaken();
 }
 
-// --- 4.6 Overlays --------------------------------------------------------------------------------
+// --- Overlays ------------------------------------------------------------------------------------
 
 namespace
 {
@@ -1603,7 +1603,7 @@ void GLViewport::RenderFormationOrderOverlay() const
 }
 
 // =====================================================================================================
-// 5. Effects panel
+// Effects panel
 // =====================================================================================================
 //
 // A fixed box in the upper right of the viewport that shows the jet-exhaust preset, the feature
