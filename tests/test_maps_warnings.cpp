@@ -4,6 +4,7 @@
 #include <sys/wait.h>
 
 #include "springmap_loader.h"
+#include "springmap_smt.h"
 #include "statejson.h"
 #include "test_maps_fixtures.h"
 
@@ -32,18 +33,24 @@ RunResult RunQuindle(const fs::path& dir, const std::string& args)
     return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, ReadText(dir / "out"), ReadText(dir / "err")};
 }
 
-// The .smf takes its last 24 tiles from a second file, gone.smt, that is not there.
-void AddMissingSecondTileFile(const fs::path& root)
+// The .smf takes its last 24 tiles from a second tile file, Name (12 characters), not written here.
+void AddSecondTileFile(const fs::path& root, const char (&Name)[13])
 {
     const fs::path smfPath = root / "maps/Map_Blueprint_V1.smf";
     std::vector<std::uint8_t> smf = ReadBytes(smfPath);
     const std::size_t tiles = static_cast<std::size_t>(GetInt32(smf, 60));
-    const std::uint8_t entry[13] = {24, 0, 0, 0, 'g', 'o', 'n', 'e', '.', 's', 'm', 't', 0};
-    smf.insert(smf.begin() + tiles + 12 + sizeof("Map_Blueprint_V1.smt"), entry, entry + 13);
+    std::uint8_t entry[17] = {24, 0, 0, 0};
+    std::memcpy(entry + 4, Name, 13);
+    smf.insert(smf.begin() + tiles + 12 + sizeof("Map_Blueprint_V1.smt"), entry, entry + 17);
     PutInt32(smf, tiles, 2);
     PutInt32(smf, tiles + 8, 1000);
-    PutInt32(smf, 72, GetInt32(smf, 72) + 13); // the feature section follows the tiles
+    PutInt32(smf, 72, GetInt32(smf, 72) + 17); // the feature section follows the tiles
     WriteBytes(smfPath, smf);
+}
+
+void AddMissingSecondTileFile(const fs::path& root)
+{
+    AddSecondTileFile(root, "gone_now.smt");
 }
 
 } // namespace
@@ -62,7 +69,7 @@ TEST(MapWarnings, EachReachesTheLoaderStderrStatusBarAndStateFile)
         std::size_t Count;
     } cases[] = {
         {"", noSmt, "Map_Blueprint_V1.smt", "tile file not found; the minimap stands in for its 1024 tiles", 1},
-        {"", AddMissingSecondTileFile, "gone.smt", "tile file not found; a magenta and black placeholder stands in for its 24 tiles", 1},
+        {"", AddMissingSecondTileFile, "gone_now.smt", "tile file not found; a magenta and black placeholder stands in for its 24 tiles", 1},
         {"error('broken on purpose')", {}, "mapinfo.lua", "mapinfo.lua:1: broken on purpose; using the .smf header values", 1},
         {"while true do end", {}, "mapinfo.lua", "mapinfo ran too long (limits: 20000000 instructions, 2000 ms); using the .smf header values", 1},
         {"local s = string.rep('x', 2 ^ 30) return {}", {}, "mapinfo.lua", "not enough memory (mapinfo may use 16 MiB); using the .smf header values", 1},
@@ -128,6 +135,9 @@ TEST(MapWarnings, BadArchivesAndAmbiguousFoldersFailWithOneLine)
     CopyBlueprint(scratch.Path / "escaping",
                   "return {mapfile = '../../missing/m.sdd/maps/Map_Blueprint_V1.smf'}");
     fs::create_directories(scratch.Path / "empty.sdd");
+    fs::create_directories(scratch.Path / "two");
+    WriteBytes(scratch.Path / "two/a.sdz", {});
+    WriteBytes(scratch.Path / "two/b.sd7", {});
     const std::string dir = scratch.Path.string() + "/";
     // clang-format off
     const struct
@@ -140,6 +150,7 @@ TEST(MapWarnings, BadArchivesAndAmbiguousFoldersFailWithOneLine)
         {dir + "text.sd7", dir + "text.sd7: not a readable zip or 7z archive ("},
         {dir + "bad.sdz", dir + "bad.sdz: cannot unpack maps/Map_Blueprint_V1.smt ("},
         {dir + "empty.sdd", dir + "empty.sdd: no .smf file in the map"},
+        {dir + "two", dir + "two: holds several maps (a.sdz, b.sd7); open one of them"},
         {dir + "missing/m.sdd", dir + "missing/m.sdd/mapinfo.lua: mapfile 'maps/none.smf' is not in the map"},
         {dir + "backslash/m.sdd", dir + "backslash/m.sdd/mapinfo.lua: mapfile 'maps\\..\\..\\m.smf' points outside the map"},
         {dir + "escaping/m.sdd", dir + "escaping/m.sdd/mapinfo.lua: mapfile '../../missing/m.sdd/maps/Map_Blueprint_V1.smf' points outside the map"},
@@ -203,4 +214,28 @@ TEST(MapWarnings, InfoStatesEachFixturesFactsWithoutAWindow)
         for (const std::string& part : c.Json)
             EXPECT_NE(json.Out.find(part), std::string::npos) << part << "\n" << json.Out;
     }
+}
+
+// Split over two tile files, the tiles read as from one: each file's tiles follow the ones before it.
+TEST(MapWarnings, TilesOfASecondTileFileFollowTheFirstFilesTiles)
+{
+    SKIP_WITHOUT_MAPS();
+    ScratchDir scratch;
+    const fs::path root = CopyBlueprint(scratch.Path, "");
+    SpringMap whole, split;
+    std::string error;
+    ASSERT_TRUE(SpringMapLoader::Load(root.string(), whole, error)) << error;
+    const std::vector<std::uint8_t> smt = ReadBytes(root / "maps/Map_Blueprint_V1.smt");
+    std::vector<std::uint8_t> second(smt.begin(), smt.begin() + SpringMapSmtFormat::HeaderBytes);
+    second.insert(second.end(),
+                  smt.begin() + SpringMapSmtFormat::HeaderBytes + 1000 * SpringMapSmtFormat::TileBytes,
+                  smt.begin() + SpringMapSmtFormat::HeaderBytes + 1024 * SpringMapSmtFormat::TileBytes);
+    WriteBytes(root / "maps/second_1.smt", second);
+    AddSecondTileFile(root, "second_1.smt");
+    ASSERT_TRUE(SpringMapLoader::Load(root.string(), split, error)) << error;
+    ASSERT_EQ(split.TileFiles.size(), 2u);
+    EXPECT_EQ(split.Warnings, std::vector<std::string>());
+    for (int tile = 0; tile < 1024; ++tile)
+        ASSERT_EQ(std::memcmp(whole.GetTile(tile), split.GetTile(tile), SpringMapSmtFormat::TileBytes), 0)
+            << "tile " << tile;
 }
