@@ -214,6 +214,9 @@ void BuildMesh(const std::vector<float>& Heights, int Width, int Height, float S
     for (int k = 1; k <= innerRows; ++k)
         addSkirtLine(false, k * PatchSquares);
 
+    // Six indices a square at the finest level and a third more for all the coarser ones: grown
+    // once, not copied at every doubling.
+    Indices.reserve(static_cast<std::size_t>(squaresX) * squaresZ * 8);
     for (Patch& patch : Patches)
     {
         patch.BoundsMin[1] -= deepestSkirt;
