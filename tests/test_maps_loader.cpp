@@ -185,6 +185,14 @@ TEST(MapArchive, LooksUpPathsIgnoringCaseAndListsFolders)
             << path << ": not recursive";
         EXPECT_EQ(archive.ListDir("maps", "*.sm?").size(), 2u) << path;
     }
+    // Every letter folds, Z included; a name that is only the ending still ends with it.
+    EXPECT_EQ(SpringMapFiles::ToLower("AZaz@[09"), "azaz@[09");
+    // clang-format off
+    const struct { const char* Text; const char* Suffix; bool bEnds; } endings[] = {
+        {".SMF", ".smf", true}, {"m.Sd7", ".SD7", true}, {"smf", ".smf", false}, {"a.smz", ".smf", false}};
+    // clang-format on
+    for (const auto& e : endings)
+        EXPECT_EQ(SpringMapFiles::EndsWithIgnoreCase(e.Text, e.Suffix), e.bEnds) << e.Text;
     SpringMapArchive absent;
     std::string error;
     EXPECT_FALSE(absent.Open("/absent.sdz", error));
