@@ -1,9 +1,10 @@
 // Selection and order costs on the frame loop's thread: band and click selection over 100,000
-// vehicles, a move order and a formation order for 10,000 vehicles, and the formation preview.
-// Snapping and route planning are trivial here, so the figures are the layer's own.
+// vehicles (and the band's floor), a move order and a formation order for 10,000 vehicles, and the formation
+// preview. Snapping and route planning are trivial here, so the figures are the layer's own.
 #include <benchmark/benchmark.h>
 
 #include <cmath>
+#include <cstdint>
 #include <memory>
 #include <random>
 #include <vector>
@@ -72,6 +73,39 @@ void BM_SelectBand100k(benchmark::State& state)
     }
 }
 BENCHMARK(BM_SelectBand100k)->Unit(benchmark::kMillisecond);
+
+// What band selection cannot beat: the same four-edge test over the same positions laid out one
+// after another, each verdict stored without a branch. Its ratio to BM_SelectBand100k is what the
+// vehicles' layout and the selection's bookkeeping cost.
+void BM_SelectBandFloor100k(benchmark::State& state)
+{
+    BenchApp app(100000);
+    std::vector<double> xz;
+    for (const auto& vehicle : app.View.Vehicles)
+        xz.insert(xz.end(), {vehicle->Position.X, vehicle->Position.Z});
+    // The band's corners and edges on the map, as the layer finds them for this band.
+    const double originX[4] = {200.0, 800.0, 800.0, 200.0}, originZ[4] = {250.0, 250.0, 750.0, 750.0};
+    const double dirX[4] = {600.0, 0.0, -600.0, 0.0}, dirZ[4] = {0.0, 500.0, 0.0, -500.0};
+    std::vector<std::uint8_t> inside(xz.size() / 2);
+    for (auto _ : state)
+    {
+        for (std::size_t i = 0; i < inside.size(); ++i)
+        {
+            bool bPositive = false, bNegative = false;
+            for (int e = 0; e < 4; ++e)
+            {
+                const double cross =
+                    dirX[e] * (xz[2 * i + 1] - originZ[e]) - dirZ[e] * (xz[2 * i] - originX[e]);
+                bPositive |= cross > 1e-5;
+                bNegative |= cross < -1e-5;
+            }
+            inside[i] = !(bPositive && bNegative);
+        }
+        benchmark::DoNotOptimize(inside.data());
+        benchmark::ClobberMemory();
+    }
+}
+BENCHMARK(BM_SelectBandFloor100k)->Unit(benchmark::kMillisecond);
 
 void BM_SelectClick100k(benchmark::State& state)
 {

@@ -4,32 +4,17 @@
 #include <cmath>
 
 #include "airsim.h"
-#include "glprogram.h"
 #include "springmap_renderer.h"
 #include "vehicleunit.h"
 
 namespace
 {
-const char* VertexShader = R"(#version 330 core
-uniform mat4 ViewProjection;
-layout(location = 0) in vec3 Position;
-layout(location = 1) in vec4 Colour;
-out vec4 VertexColour;
-void main()
-{
-    VertexColour = Colour;
-    gl_Position = ViewProjection * vec4(Position, 1.0);
-}
-)";
-
 constexpr int FloatsPerVertex = 7;
 
 // Sizes of the markers: a ring clears the unit's outline, dots stay a few pixels at any zoom.
-constexpr int RingSegments = 24;
 constexpr double VehicleRingRadii = 1.6;
 constexpr double AircraftRingWorld = 26.0;
 constexpr double AirGoalRingWorld = 12.0; // the ground mark under an aircraft's goal
-constexpr double MarkerLiftWorld = 2.0;   // keeps rings and lines off the terrain they follow
 constexpr float GoalDotSizePx = 6.0f;
 
 // Aircraft shape: a delta wing SceneGL::AircraftLengthWorld long, this wide at the tail.
@@ -92,28 +77,27 @@ void AppendBox(std::vector<float>& out, const HeadingFrame& frame, const Vec3D& 
     face(2, 3, 7, 6, 0.7f);  // right
 }
 
-void AppendLine(std::vector<float>& out, const Vec3D& from, const Vec3D& to, Rgb colour)
+using Markers = std::array<std::vector<float>, MarkerInstancesGL::KindCount>;
+
+void AppendMarker(Markers& out, MarkerInstancesGL::Kind kind, const Vec3D& a, double w, const Vec3D& b,
+                  Rgb colour)
 {
-    AppendVertex(out, from, colour);
-    AppendVertex(out, to, colour);
+    out[kind].insert(out[kind].end(),
+                     {static_cast<float>(a.X), static_cast<float>(a.Y), static_cast<float>(a.Z),
+                      static_cast<float>(w), static_cast<float>(b.X), static_cast<float>(b.Y),
+                      static_cast<float>(b.Z), colour.R, colour.G, colour.B});
 }
 
-// A horizontal circle of segments around Centre; with a map, each point sits on the terrain.
-void AppendRing(std::vector<float>& out, const Vec3D& centre, double radius, const SpringMapRenderer* pMap,
-                Rgb colour)
+void AppendLine(Markers& out, const Vec3D& from, const Vec3D& to, Rgb colour)
 {
-    Vec3D previous;
-    for (int i = 0; i <= RingSegments; ++i)
-    {
-        const double angle = 2.0 * M_PI * i / RingSegments;
-        Vec3D point(centre.X + radius * std::cos(angle), centre.Y, centre.Z + radius * std::sin(angle));
-        if (pMap)
-            point.Y = pMap->GetTerrainHeight(static_cast<float>(point.X), static_cast<float>(point.Z)) +
-                      MarkerLiftWorld;
-        if (i > 0)
-            AppendLine(out, previous, point, colour);
-        previous = point;
-    }
+    AppendMarker(out, MarkerInstancesGL::Segment, from, 0.0, to, colour);
+}
+
+// A horizontal circle around Centre; bOnTerrain sits each of its points on the terrain.
+void AppendRing(Markers& out, const Vec3D& centre, double radius, bool bOnTerrain, Rgb colour)
+{
+    AppendMarker(out, MarkerInstancesGL::Ring, centre, radius, Vec3D(bOnTerrain ? 1.0 : 0.0, 0.0, 0.0),
+                 colour);
 }
 
 // How much larger than life a unit of SizeWorld at At is drawn, so it keeps MinUnitPx on screen.
@@ -138,87 +122,91 @@ void AppendArrowIcon(std::vector<float>& out, const HeadingFrame& frame, const V
         AppendVertex(out, v, colour, 0.8f);
 }
 
-// A vehicle's shape at heading 0, base at the origin, one radius across each unit: the instanced
-// draw turns, scales and colours it. Shade and turret flag travel as the red and green of the colour.
-std::vector<float> BuildVehicleShape(bool bIcon)
+// A delta wing pointing along the heading with a fin, centred on Centre.
+void AppendDeltaWing(std::vector<float>& out, const HeadingFrame& frame, const Vec3D& centre, Rgb colour)
+{
+    const double half = SceneGL::AircraftLengthWorld * 0.5, span = AircraftSpanWorld * 0.5;
+    const Vec3D nose = frame.At(centre, half, 0.0, 0.0);
+    const Vec3D notch = frame.At(centre, -half * 0.55, 0.0, 0.0);
+    for (const Vec3D& v : {nose, frame.At(centre, -half, -span, 0.0), notch})
+        AppendVertex(out, v, colour);
+    for (const Vec3D& v : {nose, notch, frame.At(centre, -half, span, 0.0)})
+        AppendVertex(out, v, colour, 0.85f);
+    for (const Vec3D& v : {centre, notch, frame.At(centre, -half * 0.9, 0.0, span * 0.6)})
+        AppendVertex(out, v, colour, 0.65f);
+}
+
+// A unit's shape at heading 0 and size 1, base (an aircraft: its centre) at the origin: the
+// instanced draw turns, scales and colours it. Shade and paint travel as the red of the colour and
+// green over red.
+std::vector<float> BuildShape(UnitInstancesGL::Shape which)
 {
     const HeadingFrame frame(0.0);
     const Vec3D base;
-    const Rgb hull{1.0f, 0.0f, 0.0f}, turret{1.0f, 1.0f, 0.0f};
+    const auto paint = [](UnitInstancesGL::Paint p) { return Rgb{1.0f, static_cast<float>(p), 0.0f}; };
     std::vector<float> vertices;
-    if (bIcon)
-        AppendArrowIcon(vertices, frame, base, 1.0, turret);
-    else
+    if (which == UnitInstancesGL::Icon)
+        AppendArrowIcon(vertices, frame, base, 1.0, paint(UnitInstancesGL::Turret));
+    else if (which == UnitInstancesGL::Model)
     {
-        AppendBox(vertices, frame, base, 1.0, 0.7, 0.6, hull);
+        AppendBox(vertices, frame, base, 1.0, 0.7, 0.6, paint(UnitInstancesGL::Hull));
         // Turret behind the middle, barrel reaching past the front: the heading reads from any side.
+        const Rgb turret = paint(UnitInstancesGL::Turret);
         AppendBox(vertices, frame, frame.At(base, -0.15, 0.0, 0.6), 0.45, 0.4, 0.4, turret);
         AppendBox(vertices, frame, frame.At(base, 0.85, 0.0, 0.72), 0.55, 0.1, 0.14, turret);
+    }
+    else
+    {
+        AppendDeltaWing(vertices, frame, base, paint(UnitInstancesGL::Wing));
+        // A thin post down to the ground shows where the aircraft is over the map.
+        AppendBox(vertices, frame, base, 1.5, 1.5, 1.0, paint(UnitInstancesGL::Post));
     }
     // At heading 0 forward is +Z and right is -X.
     std::vector<float> shape;
     for (std::size_t i = 0; i < vertices.size(); i += FloatsPerVertex)
     {
         const float* v = &vertices[i];
-        shape.insert(shape.end(), {v[2], -v[0], v[1], v[3], v[4] > 0.5f * v[3] ? 1.0f : 0.0f});
+        shape.insert(shape.end(), {v[2], -v[0], v[1], v[3], std::round(v[4] / v[3])});
     }
     return shape;
 }
 
-void DrawAircraft(std::vector<float>& solid, const AirUnit& air, const SpringMapRenderer& map, bool bSelected,
-                  double Scale)
+void AppendInstance(std::vector<float>& out, const Vec3D& at, double headingDeg, double size, bool bSelected,
+                    double groundY)
 {
-    const HeadingFrame frame(air.Flight.HeadingDeg);
-    const Vec3D& at = air.Aircraft.Position;
-    const Rgb wing = bSelected ? Rgb{1.0f, 0.95f, 0.35f} : Rgb{0.95f, 0.55f, 0.2f};
-    const double half = SceneGL::AircraftLengthWorld * 0.5 * Scale, span = AircraftSpanWorld * 0.5 * Scale;
-    const Vec3D nose = frame.At(at, half, 0.0, 0.0);
-    const Vec3D notch = frame.At(at, -half * 0.55, 0.0, 0.0);
-    const Vec3D leftTip = frame.At(at, -half, -span, 0.0);
-    const Vec3D rightTip = frame.At(at, -half, span, 0.0);
-    const Vec3D finTop = frame.At(at, -half * 0.9, 0.0, span * 0.6);
-    for (const Vec3D& v : {nose, leftTip, notch})
-        AppendVertex(solid, v, wing);
-    for (const Vec3D& v : {nose, notch, rightTip})
-        AppendVertex(solid, v, wing, 0.85f);
-    for (const Vec3D& v : {frame.At(at, 0.0, 0.0, 0.0), notch, finTop})
-        AppendVertex(solid, v, wing, 0.65f);
-    // A thin post down to the ground shows where the aircraft is over the map.
-    const double ground = map.GetTerrainHeight(static_cast<float>(at.X), static_cast<float>(at.Z));
-    if (at.Y > ground)
-        AppendBox(solid, HeadingFrame(0.0), Vec3D(at.X, ground, at.Z), 1.5 * Scale, 1.5 * Scale,
-                  at.Y - ground, Rgb{0.6f, 0.6f, 0.6f});
+    out.insert(out.end(), {static_cast<float>(at.X), static_cast<float>(at.Y), static_cast<float>(at.Z),
+                           static_cast<float>(headingDeg * M_PI / 180.0), static_cast<float>(size),
+                           bSelected ? 1.0f : 0.0f, static_cast<float>(groundY)});
 }
 
 // A line from the unit through each goal in order, with a dot at every goal; a looping route closes.
-void DrawOrders(std::vector<float>& lines, std::vector<float>& points, const Vec3D& from,
-                const std::vector<Vec3D>& goals, bool bLoop, Rgb colour)
+void DrawOrders(Markers& markers, const Vec3D& from, const std::vector<Vec3D>& goals, bool bLoop, Rgb colour)
 {
     if (goals.empty())
         return;
     Vec3D previous = from;
     for (const Vec3D& goal : goals)
     {
-        AppendLine(lines, previous, goal, colour);
-        AppendVertex(points, goal, colour);
+        AppendLine(markers, previous, goal, colour);
+        AppendMarker(markers, MarkerInstancesGL::Dot, goal, 0.0, goal, colour);
         previous = goal;
     }
     if (bLoop && goals.size() > 1)
-        AppendLine(lines, goals.back(), goals.front(), colour);
+        AppendLine(markers, goals.back(), goals.front(), colour);
 }
 
 // An aircraft's goals at its flying height, each with a ring on the ground under it and a line
 // down to that ring, so a person sees where on the map the click landed.
-void DrawAirGoalMarks(std::vector<float>& lines, const std::vector<Vec3D>& goals,
-                      const SpringMapRenderer* pMap, double RingRadius)
+void DrawAirGoalMarks(Markers& markers, const std::vector<Vec3D>& goals, const SpringMapRenderer* pMap,
+                      double RingRadius)
 {
     for (const Vec3D& goal : goals)
     {
         const double ground =
             pMap ? pMap->GetTerrainHeight(static_cast<float>(goal.X), static_cast<float>(goal.Z)) : 0.0;
-        AppendRing(lines, Vec3D(goal.X, ground, goal.Z), RingRadius, pMap,
+        AppendRing(markers, Vec3D(goal.X, ground, goal.Z), RingRadius, pMap != nullptr,
                    ToRgb(SceneGL::AircraftOrderColour));
-        AppendLine(lines, Vec3D(goal.X, ground + MarkerLiftWorld, goal.Z), goal,
+        AppendLine(markers, Vec3D(goal.X, ground + MarkerInstancesGL::MarkerLiftWorld, goal.Z), goal,
                    ToRgb(SceneGL::AircraftOrderColour));
     }
 }
@@ -249,53 +237,23 @@ std::vector<Vec3D> AircraftGoals(const AirUnit& air)
     return goals;
 }
 
-void CreateVertexArray(GLuint& array, GLuint& buffer)
-{
-    glGenVertexArrays(1, &array);
-    glGenBuffers(1, &buffer);
-    glBindVertexArray(array);
-    glBindBuffer(GL_ARRAY_BUFFER, buffer);
-    const GLsizei stride = FloatsPerVertex * sizeof(float);
-    glEnableVertexAttribArray(0);
-    glVertexAttribPointer(0, 3, GL_FLOAT, GL_FALSE, stride, nullptr);
-    glEnableVertexAttribArray(1);
-    glVertexAttribPointer(1, 4, GL_FLOAT, GL_FALSE, stride, reinterpret_cast<const void*>(3 * sizeof(float)));
-}
-
-GLsizei VertexCount(const std::vector<float>& vertices)
-{
-    return static_cast<GLsizei>(vertices.size() / FloatsPerVertex);
-}
 } // namespace
-
-SceneGL::~SceneGL()
-{
-    glDeleteBuffers(1, &UnitBuffer);
-    glDeleteVertexArrays(1, &UnitArray);
-    if (Program)
-        glDeleteProgram(Program);
-}
 
 bool SceneGL::Create(std::string& Error)
 {
-    if (!Sky.Create(Error))
+    if (!Sky.Create(Error) || !Markers.Create(Error))
         return false;
-    Program = CreateGLProgram(VertexShader, VertexColourFragmentSource, Error);
-    if (Program == 0)
-        return false;
-    ViewProjectionLocation = glGetUniformLocation(Program, "ViewProjection");
-    CreateVertexArray(UnitArray, UnitBuffer);
-    glBindVertexArray(0);
-    return Vehicles.Create(BuildVehicleShape(false), BuildVehicleShape(true), Error);
+    return Units.Create({BuildShape(UnitInstancesGL::Model), BuildShape(UnitInstancesGL::Icon),
+                         BuildShape(UnitInstancesGL::Aircraft)},
+                        Error);
 }
 
 void SceneGL::BuildGeometry(const SceneContent& Content)
 {
-    SolidVertices.clear();
-    VehicleModels.clear();
-    VehicleIcons.clear();
-    LineVertices.clear();
-    PointVertices.clear();
+    for (std::vector<float>& instances : UnitInstances)
+        instances.clear();
+    for (std::vector<float>& instances : MarkerInstances)
+        instances.clear();
     const SpringMapRenderer* pMap = Content.Map.IsLoaded() ? &Content.Map : nullptr;
     // The mask is index-aligned with the controllable vehicles, which skip empty entries.
     std::size_t controllableIndex = 0;
@@ -308,79 +266,44 @@ void SceneGL::BuildGeometry(const SceneContent& Content)
             maskIndex < Content.VehicleSelectionMask.size() && Content.VehicleSelectionMask[maskIndex];
         const double radius = std::max(vehicle->Radius, 1.0f);
         const double scale = GetDrawScale(Content, vehicle->Position, radius * 2.0);
-        const Vec3D& at = vehicle->Position;
         // Beyond IconScale a vehicle is drawn as a flat arrow.
-        std::vector<float>& instances = scale > IconScale ? VehicleIcons : VehicleModels;
-        instances.insert(instances.end(),
-                         {static_cast<float>(at.X), static_cast<float>(at.Y), static_cast<float>(at.Z),
-                          static_cast<float>(vehicle->HeadingDeg * M_PI / 180.0),
-                          static_cast<float>(radius * scale), bSelected ? 1.0f : 0.0f});
+        AppendInstance(UnitInstances[scale > IconScale ? UnitInstancesGL::Icon : UnitInstancesGL::Model],
+                       vehicle->Position, vehicle->HeadingDeg, radius * scale, bSelected,
+                       vehicle->Position.Y);
         if (bSelected)
-            AppendRing(LineVertices, vehicle->Position, radius * VehicleRingRadii * scale, pMap,
+            AppendRing(MarkerInstances, vehicle->Position, radius * VehicleRingRadii * scale, pMap != nullptr,
                        ToRgb(SelectionRingColour));
         if (bSelected || Content.bShowAllOrders)
-            DrawOrders(LineVertices, PointVertices, vehicle->Position, VehicleGoals(*vehicle), false,
+            DrawOrders(MarkerInstances, vehicle->Position, VehicleGoals(*vehicle), false,
                        ToRgb(VehicleOrderColour));
     }
     for (const auto& air : Content.AirUnits)
     {
         if (!air)
             continue;
-        const double scale = GetDrawScale(Content, air->Aircraft.Position, AircraftLengthWorld);
-        DrawAircraft(SolidVertices, *air, Content.Map, Content.bAirUnitsSelected, scale);
+        const Vec3D& at = air->Aircraft.Position;
+        const double scale = GetDrawScale(Content, at, AircraftLengthWorld);
+        AppendInstance(UnitInstances[UnitInstancesGL::Aircraft], at, air->Flight.HeadingDeg, scale,
+                       Content.bAirUnitsSelected,
+                       Content.Map.GetTerrainHeight(static_cast<float>(at.X), static_cast<float>(at.Z)));
         if (Content.bAirUnitsSelected)
-            AppendRing(LineVertices, air->Aircraft.Position, AircraftRingWorld * scale, nullptr,
-                       ToRgb(SelectionRingColour));
+            AppendRing(MarkerInstances, at, AircraftRingWorld * scale, false, ToRgb(SelectionRingColour));
         if (!Content.bAirUnitsSelected && !Content.bShowAllOrders)
             continue;
         const std::vector<Vec3D> goals = AircraftGoals(*air);
-        DrawOrders(LineVertices, PointVertices, air->Aircraft.Position, goals,
-                   air->Flight.Navigator.IsLooping(), ToRgb(AircraftOrderColour));
-        DrawAirGoalMarks(LineVertices, goals, pMap, AirGoalRingWorld * scale);
+        DrawOrders(MarkerInstances, at, goals, air->Flight.Navigator.IsLooping(), ToRgb(AircraftOrderColour));
+        DrawAirGoalMarks(MarkerInstances, goals, pMap, AirGoalRingWorld * scale);
     }
 }
 
 void SceneGL::Draw(const SceneContent& Content, const std::array<float, 16>& ViewProjection)
 {
-    if (Program == 0)
-        return;
     BuildGeometry(Content);
     glDisable(GL_BLEND);
     glEnable(GL_DEPTH_TEST);
     glDepthFunc(GL_LESS);
-    Vehicles.Draw(VehicleModels, VehicleIcons, ViewProjection);
-    const std::size_t totalFloats = SolidVertices.size() + LineVertices.size() + PointVertices.size();
-    if (totalFloats == 0)
-    {
-        glDisable(GL_DEPTH_TEST);
-        return;
-    }
-    glUseProgram(Program);
-    glUniformMatrix4fv(ViewProjectionLocation, 1, GL_FALSE, ViewProjection.data());
-    glBindVertexArray(UnitArray);
-    glBindBuffer(GL_ARRAY_BUFFER, UnitBuffer);
-    // One upload per frame: units, then lines, then dots.
-    glBufferData(GL_ARRAY_BUFFER, static_cast<GLsizeiptr>(totalFloats * sizeof(float)), nullptr,
-                 GL_STREAM_DRAW);
-    GLintptr offsetBytes = 0;
-    for (const std::vector<float>* part : {&SolidVertices, &LineVertices, &PointVertices})
-    {
-        const auto bytes = static_cast<GLsizeiptr>(part->size() * sizeof(float));
-        glBufferSubData(GL_ARRAY_BUFFER, offsetBytes, bytes, part->data());
-        offsetBytes += bytes;
-    }
-    GLint first = 0;
-    glDrawArrays(GL_TRIANGLES, first, VertexCount(SolidVertices));
-    first += VertexCount(SolidVertices);
+    Units.Draw(UnitInstances, ViewProjection);
     glDisable(GL_DEPTH_TEST);
-    if (!LineVertices.empty())
-        glDrawArrays(GL_LINES, first, VertexCount(LineVertices));
-    first += VertexCount(LineVertices);
-    if (!PointVertices.empty())
-    {
-        glPointSize(GoalDotSizePx);
-        glDrawArrays(GL_POINTS, first, VertexCount(PointVertices));
-        glPointSize(1.0f);
-    }
-    glBindVertexArray(0);
+    Markers.Draw(MarkerInstances, ViewProjection, Content.Map.IsLoaded() ? &Content.Map : nullptr,
+                 GoalDotSizePx);
 }

@@ -7,9 +7,10 @@
 
 #include <epoxy/gl.h>
 
+#include "markerinstances_gl.h"
 #include "sky_gl.h"
+#include "unitinstances_gl.h"
 #include "vec3d.h"
-#include "vehicleinstances_gl.h"
 
 class SpringMapRenderer;
 class VehicleUnit;
@@ -38,8 +39,9 @@ struct SceneContent
 // to the terrain, a ring under every selected unit, and each unit's orders as a line from the unit
 // through its goals with a dot at every goal; an aircraft's goals (at its flying height) each with a
 // ring on the ground below and a line down to it. Units are depth-tested; rings, lines and dots are
-// drawn over everything so an order is never hidden behind a hill. Five draw calls per frame (near
-// and far vehicles instanced, aircraft, lines, dots), after the sky behind everything (DrawSky).
+// drawn over everything so an order is never hidden behind a hill. One instanced draw call per kind
+// (near vehicles, far vehicles, aircraft, rings, lines, dots), after the sky behind everything
+// (DrawSky).
 //
 //          goal o - - - - o goal      flying height
 //               |         |
@@ -61,7 +63,6 @@ class SceneGL
     SceneGL() = default;
     SceneGL(const SceneGL&) = delete;
     SceneGL& operator=(const SceneGL&) = delete;
-    ~SceneGL();
 
     bool Create(std::string& Error);
     // ViewProjection: column-major, world to clip space.
@@ -76,14 +77,9 @@ class SceneGL
     void BuildGeometry(const SceneContent& Content);
 
     SkyGL Sky;
-    GLuint Program = 0;
-    GLint ViewProjectionLocation = -1;
-    GLuint UnitArray = 0, UnitBuffer = 0;
-    VehicleInstancesGL Vehicles;
-    // This frame's vehicles as instances (VehicleInstancesGL's layout), near and far ones.
-    std::vector<float> VehicleModels, VehicleIcons;
-    // This frame's other vertices, position and colour interleaved, one list per primitive type.
-    std::vector<float> SolidVertices; // depth-tested triangles: the aircraft
-    std::vector<float> LineVertices;  // rings and order lines
-    std::vector<float> PointVertices; // goal dots
+    UnitInstancesGL Units;
+    MarkerInstancesGL Markers;
+    // This frame's units and markers, in the instance layouts of the two.
+    std::array<std::vector<float>, UnitInstancesGL::ShapeCount> UnitInstances;
+    std::array<std::vector<float>, MarkerInstancesGL::KindCount> MarkerInstances;
 };

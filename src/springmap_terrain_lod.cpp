@@ -65,6 +65,36 @@ float MeasureError(const std::vector<float>& heights, int width, const std::vect
     return error;
 }
 
+// How far the skirt under each corner of one patch-edge line hangs (Heights: the line's corners).
+// Each level's edge along a patch is a polyline through some of the corners; the skirt reaches
+// below all of them, so whichever the neighbours draw, the crack between them is covered, plus a
+// square for the pixels a T-junction drops. The line's two ends lie on the map's border, where
+// every level's edge meets the same corner: no skirt there, or it would show past the map's side.
+std::vector<float> MeasureSkirtDepths(const std::vector<float>& Heights, float SquareSize)
+{
+    const int squares = static_cast<int>(Heights.size()) - 1;
+    std::vector<float> depths(Heights.size(), 0.0f);
+    for (int first = 0; first < squares; first += PatchSquares)
+    {
+        const int span = std::min(PatchSquares, squares - first);
+        for (int step = 2; step < 2 * span; step *= 2)
+        {
+            const std::vector<int> corners = SampleCorners(first, span, step);
+            for (std::size_t i = 0; i + 1 < corners.size(); ++i)
+                for (int c = corners[i] + 1; c < corners[i + 1]; ++c)
+                {
+                    const float t = static_cast<float>(c - corners[i]) / (corners[i + 1] - corners[i]);
+                    const float edge =
+                        Heights[corners[i]] + t * (Heights[corners[i + 1]] - Heights[corners[i]]);
+                    depths[c] = std::max(depths[c], std::fabs(Heights[c] - edge));
+                }
+        }
+    }
+    for (int c = 1; c < squares; ++c)
+        depths[c] += SquareSize;
+    return depths;
+}
+
 void AppendCells(int width, const std::vector<int>& xs, const std::vector<int>& zs,
                  std::vector<std::uint32_t>& out)
 {
@@ -123,7 +153,6 @@ void BuildMesh(const std::vector<float>& Heights, int Width, int Height, float S
     Patches.clear();
     Indices.clear();
     const int squaresX = Width - 1, squaresZ = Height - 1;
-    float deepestSkirt = SquareSize;
     for (int pz = 0; pz < squaresZ; pz += PatchSquares)
         for (int px = 0; px < squaresX; px += PatchSquares)
         {
@@ -146,13 +175,11 @@ void BuildMesh(const std::vector<float>& Heights, int Width, int Height, float S
                     step == 1 ? 0.0f
                               : MeasureError(Heights, Width, SampleCorners(px, patch.WidthSquares, step),
                                              SampleCorners(pz, patch.DepthSquares, step));
-                deepestSkirt = std::max(deepestSkirt, level.ErrorWorld + SquareSize);
                 patch.Levels.push_back(level);
             }
             Patches.push_back(std::move(patch));
         }
 
-    // Skirts hang as deep as the largest error anywhere, so every crack is covered.
     SkirtLines lines;
     lines.Width = Width, lines.Height = Height;
     const std::size_t gridVertices = static_cast<std::size_t>(Width) * Height;
@@ -163,19 +190,29 @@ void BuildMesh(const std::vector<float>& Heights, int Width, int Height, float S
     PositionsNormals.resize((gridVertices + static_cast<std::size_t>(innerColumns) * Height +
                              static_cast<std::size_t>(innerRows) * Width) *
                             6);
-    const auto addSkirtVertex = [&](std::uint32_t index, int x, int z)
+    float deepestSkirt = 0.0f;
+    const auto addSkirtLine = [&](bool bColumn, int fixed)
     {
-        const float* top = &PositionsNormals[(static_cast<std::size_t>(z) * Width + x) * 6];
-        float* skirt = &PositionsNormals[static_cast<std::size_t>(index) * 6];
-        std::copy(top, top + 6, skirt);
-        skirt[1] -= deepestSkirt;
+        const int count = bColumn ? Height : Width;
+        std::vector<float> heights(static_cast<std::size_t>(count));
+        for (int c = 0; c < count; ++c)
+            heights[c] = bColumn ? HeightAt(Heights, Width, fixed, c) : HeightAt(Heights, Width, c, fixed);
+        const std::vector<float> depths = MeasureSkirtDepths(heights, SquareSize);
+        for (int c = 0; c < count; ++c)
+        {
+            const int x = bColumn ? fixed : c, z = bColumn ? c : fixed;
+            const std::uint32_t index = bColumn ? lines.UnderColumn(x, z) : lines.UnderRow(x, z);
+            const float* top = &PositionsNormals[(static_cast<std::size_t>(z) * Width + x) * 6];
+            float* skirt = &PositionsNormals[static_cast<std::size_t>(index) * 6];
+            std::copy(top, top + 6, skirt);
+            skirt[1] -= depths[c];
+            deepestSkirt = std::max(deepestSkirt, depths[c]);
+        }
     };
     for (int k = 1; k <= innerColumns; ++k)
-        for (int z = 0; z < Height; ++z)
-            addSkirtVertex(lines.UnderColumn(k * PatchSquares, z), k * PatchSquares, z);
+        addSkirtLine(true, k * PatchSquares);
     for (int k = 1; k <= innerRows; ++k)
-        for (int x = 0; x < Width; ++x)
-            addSkirtVertex(lines.UnderRow(x, k * PatchSquares), x, k * PatchSquares);
+        addSkirtLine(false, k * PatchSquares);
 
     // Six indices a square at the finest level and a third more for all the coarser ones: grown
     // once, not copied at every doubling.

@@ -1,6 +1,9 @@
-// DXT1 decoding of both colour modes, the height under any world point, and the ground texture
-// patches built from the tiles.
+// DXT1 decoding of both colour modes, the height under any world point, the terrain mesh's skirts,
+// and the ground texture patches built from the tiles.
+#include <algorithm>
 #include <cmath>
+#include <cstdint>
+#include <vector>
 
 #include "springmap_dxt1.h"
 #include "springmap_ground.h"
@@ -126,4 +129,28 @@ TEST(Ground, PatchesCopyTheTileBlocksInPlaceOrFallBackToTheMinimap)
     ASSERT_TRUE(terrain.LoadMap(LoadFixture("Map_Blueprint_V1.sdd", false)));
     EXPECT_FALSE(terrain.GetGround().HasPatches());
     EXPECT_TRUE(terrain.HasMinimap());
+}
+
+TEST(TerrainMesh, SkirtsHangUnderInnerPatchEdgesBelowEveryLevelButNotAtTheBorder)
+{
+    // 2 x 2 patches of 64 squares; a spike next to the border where the inner column meets it.
+    std::vector<float> heights(129 * 129);
+    for (int i = 0; i < 129 * 129; ++i)
+        heights[i] = 40.0f * std::sin(i % 129 * 0.7f) * std::cos(i / 129 * 0.3f) + (i == 129 + 64 ? 300 : 0);
+    SpringMapRenderer terrain;
+    ASSERT_TRUE(terrain.LoadHeightGrid(129, 129, 8.0f, heights));
+    std::vector<float> vertices;
+    std::vector<std::uint32_t> indices;
+    terrain.BuildMesh(vertices, indices);
+    for (std::size_t v = 129 * 129; v < vertices.size() / 6; ++v)
+    {
+        const int x = int(vertices[v * 6] / 8.0f), z = int(vertices[v * 6 + 2] / 8.0f);
+        // Along its line, the coarsest level's edge runs straight from one patch corner to the next.
+        const int along = x == 64 ? z : x, first = std::min(along / 64 * 64, 64);
+        const auto at = [&](int c) { return heights[x == 64 ? c * 129 + x : z * 129 + c]; };
+        const float straight = at(first) + (at(first + 64) - at(first)) * (along - first) / 64.0f;
+        const bool bBorder = along == 0 || along == 128;
+        EXPECT_EQ(vertices[v * 6 + 1] == at(along), bBorder) << x << ", " << z;
+        EXPECT_LE(vertices[v * 6 + 1], std::min(at(along), straight)) << x << ", " << z;
+    }
 }

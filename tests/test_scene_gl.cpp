@@ -19,6 +19,7 @@
 #include "offscreen_gl.h"
 #include "pngwriter.h"
 #include "scene_gl.h"
+#include "springmap_renderer.h"
 #include "test_app.h"
 
 #ifndef SCENE_SCREENSHOT_DIR
@@ -192,6 +193,44 @@ TEST_F(SceneGLTest, OrderLinesRunFromEachUnitThroughItsGoals)
             EXPECT_TRUE(least > 0 ? found >= least : found == 0)
                 << c.What << (bShift ? " with Shift" : "") << ": " << found;
         }
+}
+
+TEST_F(SceneGLTest, RingsLieOnSlopesAndAircraftStandOnPostsToTheGround)
+{
+    // Ground rising 2 units per unit eastwards, level at the centre: a ring's sides lie 64 units apart.
+    std::vector<float> heights(129 * 129);
+    for (int i = 0; i < 129 * 129; ++i)
+        heights[i] = 16.0f * float(i % 129 - 64);
+    ASSERT_TRUE(App->View.SpringMap.LoadHeightGrid(129, 129, 8.0f, heights));
+    const SpringMapRenderer& map = App->View.SpringMap;
+    VehicleUnit& vehicle = AddVehicle(512.0, 512.0);
+    vehicle.Radius = 20.0f; // drawn at its true size: its ring is 32 across
+    vehicle.Position.Y = map.GetTerrainHeight(512.0f, 512.0f);
+    const Vec3D air(470.0, 100.0, 470.0);
+    AddAircraft(air.X, air.Y, air.Z);
+    App->View.VehicleSelectionMask = {true};
+    const std::vector<std::uint8_t> image = RenderAndRead();
+    for (int i = 0; i < 24; ++i)
+    {
+        const double x = 512.0 + 32.0 * std::cos(i * M_PI / 12.0),
+                     z = 512.0 + 32.0 * std::sin(i * M_PI / 12.0);
+        const Vec3D point(x, map.GetTerrainHeight(float(x), float(z)) + 2.0, z);
+        EXPECT_GE(CountColourNear(image, Project(point), 1, SceneGL::SelectionRingColour), 1)
+            << "ring point " << i;
+    }
+    const double ground = map.GetTerrainHeight(float(air.X), float(air.Z));
+    EXPECT_GE(CountColourNear(image, Project(air), 4, {0.95f, 0.55f, 0.2f}) +
+                  CountColourNear(image, Project(air), 4, {0.81f, 0.47f, 0.17f}),
+              10)
+        << "the wing";
+    // The post: pixels half way down that change when the aircraft goes.
+    const std::array<double, 2> halfWay = Project(Vec3D(air.X, (air.Y + ground) / 2, air.Z));
+    App->View.AirUnits.clear();
+    const std::vector<std::uint8_t> without = RenderAndRead();
+    const std::size_t centre = (std::size_t(std::lround(halfWay[1])) * WidthPx + std::lround(halfWay[0])) * 4;
+    EXPECT_NE(std::vector(image.begin() + centre, image.begin() + centre + 3),
+              std::vector(without.begin() + centre, without.begin() + centre + 3))
+        << "the post half way down";
 }
 
 TEST_F(SceneGLTest, FarUnitsKeepTheirLeastSizeOnScreen)
