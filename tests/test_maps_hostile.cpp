@@ -7,8 +7,10 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <unistd.h>
 
 #include "loadpath_check.h"
+#include "springmap_archive.h"
 #include "springmap_generator.h"
 #include "springmap_loader.h"
 
@@ -160,6 +162,46 @@ TEST(MapHostile, LyingArchivesGiveOneLineWithinTheCaps)
         EXPECT_EQ(bLoaded, c.Expected.starts_with("warnings: ")) << c.What;
         EXPECT_EQ(map.SmfPath, bLoaded ? "maps/m.smf" : "") << c.What;
     }
+}
+
+// The archive's own edges: the entry cap holds at exactly its count, in a folder too; an earlier
+// archive's warnings go with the next Open; entries asked for in any order unpack in archive order;
+// an archive cut short on disk after it was listed fails to unpack with one line.
+TEST(MapHostile, ArchiveEdgesCapsReuseOrderAndAFileCutAfterListing)
+{
+    namespace fs = std::filesystem;
+    const std::vector<std::uint8_t> three = WriteZip({{"a", {'1'}}, {"b", {'2'}}, {"c", {'3'}}});
+    const fs::path dir = fs::temp_directory_path() / ("quindle-edges-" + std::to_string(::getpid()));
+    fs::create_directories(dir / "f");
+    for (const char* name : {"f/a", "f/b", "f/c"})
+        std::ofstream(dir / name) << name;
+    SpringMapFiles::Limits caps;
+    caps.MaxEntries = 3;
+    SpringMapArchive archive;
+    std::string error;
+    EXPECT_TRUE(archive.OpenMemory("link.sdz", WriteZip({{"l", {'/'}, 0, false, false, 0120777}}), error));
+    EXPECT_EQ(archive.GetWarnings().size(), 1u);
+    EXPECT_TRUE(archive.OpenMemory("three.sdz", three, error, caps)) << error;
+    EXPECT_EQ(archive.GetWarnings(), std::vector<std::string>());
+    std::vector<std::uint8_t> a, c;
+    EXPECT_TRUE(archive.Unpack({"c", "a"}, error) && archive.Read("c", c, error) &&
+                archive.Read("a", a, error));
+    EXPECT_EQ(a, std::vector<std::uint8_t>{'1'});
+    EXPECT_EQ(c, std::vector<std::uint8_t>{'3'});
+    caps.MaxEntries = 2;
+    EXPECT_FALSE(archive.OpenMemory("three.sdz", three, error, caps));
+    EXPECT_EQ(error, "three.sdz: more than 2 entries in the archive");
+    EXPECT_FALSE(archive.Open((dir / "f").string(), error, caps));
+    EXPECT_EQ(error, (dir / "f").string() + ": more than 2 files in the folder");
+
+    const std::string path = (dir / "cut.sdz").string();
+    std::ofstream(path, std::ios::binary).write(reinterpret_cast<const char*>(three.data()), three.size());
+    ASSERT_TRUE(archive.Open(path, error)) << error;
+    fs::resize_file(path, 64); // a and b stay whole; c's header is gone
+    EXPECT_FALSE(archive.Read("c", c, error));
+    EXPECT_EQ(error.rfind(path + ": cannot unpack c (", 0), 0u) << error;
+    EXPECT_EQ(error.back(), ')');
+    fs::remove_all(dir);
 }
 
 // Every input that once broke the whole-load-path fuzzer, replayed through the fuzzer's own checks.
