@@ -176,7 +176,7 @@ TEST(MapHostile, ArchiveEdgesCapsReuseOrderAndAFileCutAfterListing)
     for (const char* name : {"f/a", "f/b", "f/c"})
         std::ofstream(dir / name) << name;
     SpringMapFiles::Limits caps;
-    caps.MaxEntries = 3;
+    caps.MaxEntries = 3, caps.MaxEntryBytes = 1, caps.MaxTotalBytes = 2; // each holds at exactly its size
     SpringMapArchive archive;
     std::string error;
     EXPECT_TRUE(archive.OpenMemory("link.sdz", WriteZip({{"l", {'/'}, 0, false, false, 0120777}}), error));
@@ -193,6 +193,17 @@ TEST(MapHostile, ArchiveEdgesCapsReuseOrderAndAFileCutAfterListing)
     EXPECT_EQ(error, "three.sdz: more than 2 entries in the archive");
     EXPECT_FALSE(archive.Open((dir / "f").string(), error, caps));
     EXPECT_EQ(error, (dir / "f").string() + ": more than 2 files in the folder");
+    caps.MaxEntries = 3, caps.MaxEntryBytes = 3, caps.MaxTotalBytes = 5;
+    ASSERT_TRUE(archive.Open((dir / "f").string(), error, caps)) << error;
+    EXPECT_TRUE(archive.Read("a", a, error)) << error;
+    EXPECT_FALSE(archive.Read("b", a, error));
+    EXPECT_EQ(error, (dir / "f").string() + ": the map's files unpack to more than 5 bytes in all");
+    // A bare .smf in memory is read in place.
+    std::vector<std::uint8_t> smf, smt;
+    ASSERT_TRUE(SpringMapGenerator::Generate({.MapX = 8, .MapY = 8}, "m.smt", smf, smt, error)) << error;
+    SpringMap map;
+    EXPECT_TRUE(SpringMapLoader::LoadFromMemory("m.smf", smf, map, error)) << error;
+    EXPECT_EQ(map.Smf.MapX, 8);
 
     const std::string path = (dir / "cut.sdz").string();
     std::ofstream(path, std::ios::binary).write(reinterpret_cast<const char*>(three.data()), three.size());
