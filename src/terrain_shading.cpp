@@ -44,6 +44,16 @@ uniform vec2 LayerExtent;
 uniform float LayerScale;
 uniform float ContourStep;
 uniform float DriveSlope;
+uniform sampler2D DetailTex;
+uniform sampler2D SpecularTex;
+uniform sampler2D SplatDistrTex;
+uniform sampler2D SplatDetailTex;
+uniform int DetailMode; // 0 none, 1 detail texture, 2 splatting
+uniform int SpecularOn;
+uniform vec2 MapExtent;
+uniform vec4 SplatScales;
+uniform vec4 SplatMults;
+uniform float SpecularExponent;
 out vec4 Colour;
 
 const float IntensityMult = 210.0 / 255.0;
@@ -61,6 +71,29 @@ vec3 TypeColour(int index)
                                     vec3(0.3, 0.45, 0.95), vec3(0.95, 0.8, 0.2), vec3(0.8, 0.35, 0.85),
                                     vec3(0.25, 0.85, 0.85), vec3(0.95, 0.55, 0.15));
     return palette[index % 8];
+}
+
+// Detail textures are grey around the middle: above it lightens the ground, below darkens it.
+// Splatting weighs each of the detail texture's four channels, tiled at its own scale, by the
+// map-wide distribution's matching channel.
+vec3 DetailOffset()
+{
+    if (DetailMode == 1)
+        return texture(DetailTex, WorldPos.xz * 0.02).rgb * 2.0 - 1.0; // repeats every 50 units
+    vec4 detail = vec4(texture(SplatDetailTex, WorldPos.xz * SplatScales.x).r,
+                       texture(SplatDetailTex, WorldPos.xz * SplatScales.y).g,
+                       texture(SplatDetailTex, WorldPos.xz * SplatScales.z).b,
+                       texture(SplatDetailTex, WorldPos.xz * SplatScales.w).a) * 2.0 - 1.0;
+    return vec3(dot(detail, texture(SplatDistrTex, WorldPos.xz / MapExtent) * SplatMults));
+}
+
+// Blinn-Phong towards the sun: the texture's colour, its alpha scaling the map's exponent.
+vec3 SpecularLight(vec3 n, float lightInt)
+{
+    vec4 spec = texture(SpecularTex, WorldPos.xz / MapExtent);
+    vec3 halfDir = normalize(SunDir + normalize(Eye - WorldPos));
+    float exponent = max(spec.a * SpecularExponent, 1.0);
+    return lightInt > 0.0 ? spec.rgb * GroundDiffuse * pow(max(dot(n, halfDir), 0.0), exponent) : vec3(0.0);
 }
 
 vec3 AuthorColour(vec3 albedo, vec3 n, float t)
@@ -91,6 +124,8 @@ void main()
     vec3 n = normalize(WorldNormal);
     float t = clamp((WorldPos.y - HeightRange.x) / max(HeightRange.y - HeightRange.x, 1e-3), 0.0, 1.0);
     vec3 albedo = Mode == 1 ? texture(Ground, Uv).rgb : mix(vec3(0.25, 0.45, 0.2), vec3(0.75, 0.7, 0.6), t);
+    if (Mode == 1 && DetailMode != 0)
+        albedo = clamp(albedo + DetailOffset(), 0.0, 1.0);
     float lightInt = max(dot(n, SunDir), 0.0);
     if (View != 0)
     {
@@ -99,14 +134,16 @@ void main()
         return;
     }
     vec3 shade = (GroundAmbient + GroundDiffuse * lightInt) * IntensityMult;
+    vec3 c = albedo * shade;
+    if (SpecularOn == 1 && (Water == 0 || WorldPos.y >= 0.0))
+        c += SpecularLight(n, lightInt);
     if (Water == 1 && WorldPos.y < 0.0)
     {
         float depth = -WorldPos.y;
         vec3 water = max(WaterMin, WaterBase - WaterAbsorb * min(depth, 1023.0));
         water *= IntensityMult * min(lightInt * 2.0 + 0.4, 1.0);
-        shade = mix(shade, water, min(depth, 1.0));
+        c = albedo * mix(shade, water, min(depth, 1.0));
     }
-    vec3 c = albedo * shade;
     if (FogRange.y > 0.0)
         c = mix(c, FogColour, clamp((distance(WorldPos, Eye) - FogRange.x) / (FogRange.y - FogRange.x), 0.0, 1.0));
     Colour = vec4(c, 1.0);
