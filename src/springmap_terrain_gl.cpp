@@ -26,7 +26,8 @@ GLuint CompileShader(GLenum type, const char* source)
 bool SpringMapTerrainGL::CreateProgram()
 {
     const GLuint vertex = CompileShader(GL_VERTEX_SHADER, TerrainShadingProgram::VertexSource);
-    const GLuint fragment = CompileShader(GL_FRAGMENT_SHADER, TerrainShadingProgram::FragmentSource);
+    const std::string fragmentSource = TerrainShadingProgram::BuildFragmentSource();
+    const GLuint fragment = CompileShader(GL_FRAGMENT_SHADER, fragmentSource.c_str());
     if (vertex && fragment)
     {
         Program = glCreateProgram();

@@ -2,6 +2,8 @@
 
 #include <cmath>
 
+#include "authorview_colours.h"
+
 const char* const TerrainShadingProgram::VertexSource = R"(#version 330 core
 layout(location = 0) in vec3 Position;
 layout(location = 1) in vec3 Normal;
@@ -21,7 +23,7 @@ void main()
 
 // Light as the engine lights its ground: ambient plus diffuse by the sun, scaled by its 210/255;
 // under water the light fades with depth towards the water's colour (fully past one unit deep).
-const char* const TerrainShadingProgram::FragmentSource = R"(#version 330 core
+const char* const TerrainShadingProgram::FragmentBody = R"(
 in vec2 Uv;
 in vec3 WorldNormal;
 in vec3 WorldPos;
@@ -60,17 +62,9 @@ const float IntensityMult = 210.0 / 255.0;
 
 vec3 HeightRamp(float t)
 {
-    vec3 c = mix(vec3(0.10, 0.30, 0.70), vec3(0.20, 0.62, 0.30), smoothstep(0.0, 0.35, t));
-    c = mix(c, vec3(0.85, 0.74, 0.35), smoothstep(0.35, 0.7, t));
-    return mix(c, vec3(0.97), smoothstep(0.7, 1.0, t));
-}
-
-vec3 TypeColour(int index)
-{
-    const vec3 palette[8] = vec3[8](vec3(0.55, 0.55, 0.6), vec3(0.9, 0.3, 0.25), vec3(0.3, 0.75, 0.3),
-                                    vec3(0.3, 0.45, 0.95), vec3(0.95, 0.8, 0.2), vec3(0.8, 0.35, 0.85),
-                                    vec3(0.25, 0.85, 0.85), vec3(0.95, 0.55, 0.15));
-    return palette[index % 8];
+    vec3 c = mix(RampLow, RampMid, smoothstep(0.0, 0.35, t));
+    c = mix(c, RampHigh, smoothstep(0.35, 0.7, t));
+    return mix(c, RampTop, smoothstep(0.7, 1.0, t));
 }
 
 // Detail textures are grey around the middle: above it lightens the ground, below darkens it.
@@ -109,14 +103,14 @@ vec3 AuthorColour(vec3 albedo, vec3 n, float t)
     if (View == 2)
     {
         float rise = length(n.xz) / max(n.y, 1e-3);
-        vec3 c = mix(vec3(0.2, 0.7, 0.25), vec3(0.95, 0.85, 0.2), clamp(rise / DriveSlope, 0.0, 1.0));
-        return cell < 0.5 ? mix(c, vec3(0.85, 0.08, 0.08), 0.8) : c;
+        vec3 c = mix(SlopeFlat, SlopeSteep, clamp(rise / DriveSlope, 0.0, 1.0));
+        return cell < 0.5 ? mix(c, SlopeUndriveable, 0.8) : c;
     }
     if (View == 3)
-        return mix(muted, vec3(0.2, 1.0, 1.0), clamp(cell * LayerScale / 255.0, 0.0, 1.0));
+        return mix(muted, MetalRich, clamp(cell * LayerScale / 255.0, 0.0, 1.0));
     if (View == 4)
-        return mix(muted, TypeColour(int(cell + 0.5)), 0.75);
-    return cell > 0.5 ? mix(muted, vec3(0.25, 0.85, 0.2), 0.75) : muted;
+        return mix(muted, TypeColours[int(cell + 0.5) % TypeColours.length()], 0.75);
+    return cell > 0.5 ? mix(muted, GrassOn, 0.75) : muted;
 }
 
 void main()
@@ -149,6 +143,11 @@ void main()
     Colour = vec4(c, 1.0);
 }
 )";
+
+std::string TerrainShadingProgram::BuildFragmentSource()
+{
+    return "#version 330 core\n" + AuthorViewColours::DeclareGlsl() + FragmentBody;
+}
 
 void TerrainShadingProgram::Locate(GLuint Program)
 {
