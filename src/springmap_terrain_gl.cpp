@@ -23,10 +23,11 @@ GLuint CompileShader(GLenum type, const char* source)
 }
 } // namespace
 
-bool SpringMapTerrainGL::CreateProgram()
+bool SpringMapTerrainGL::CreateProgram(const Source& From)
 {
     const GLuint vertex = CompileShader(GL_VERTEX_SHADER, TerrainShadingProgram::VertexSource);
-    const std::string fragmentSource = TerrainShadingProgram::BuildFragmentSource();
+    const std::string fragmentSource = TerrainShadingProgram::BuildFragmentSource(
+        TerrainTexturesGL::GetDefines(From.pTextures ? *From.pTextures : std::vector<SpringMapTexture>{}));
     const GLuint fragment = CompileShader(GL_FRAGMENT_SHADER, fragmentSource.c_str());
     if (vertex && fragment)
     {
@@ -152,7 +153,7 @@ bool SpringMapTerrainGL::Draw(const Source& From, const float* ViewProj4x4Column
     if (!bCreated)
     {
         bCreated = true;
-        if (!CreateProgram())
+        if (!CreateProgram(From))
             return false;
         CreateMesh(From);
         CreateTextures(From);

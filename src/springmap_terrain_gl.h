@@ -49,7 +49,7 @@ class SpringMapTerrainGL
     long long GetDrawnTriangles() const { return DrawnTriangles; }
 
   private:
-    bool CreateProgram();
+    bool CreateProgram(const Source& From);
     void CreateMesh(const Source& From);
     void CreateTextures(const Source& From);
     GLuint UploadDxt1(const std::vector<const std::uint8_t*>& levels, int width, int height,

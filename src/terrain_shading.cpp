@@ -50,8 +50,6 @@ uniform sampler2D DetailTex;
 uniform sampler2D SpecularTex;
 uniform sampler2D SplatDistrTex;
 uniform sampler2D SplatDetailTex;
-uniform int DetailMode; // 0 none, 1 detail texture, 2 splatting
-uniform int SpecularOn;
 uniform vec2 MapExtent;
 uniform vec4 SplatScales;
 uniform vec4 SplatMults;
@@ -70,15 +68,19 @@ vec3 HeightRamp(float t)
 // Detail textures are grey around the middle: above it lightens the ground, below darkens it.
 // Splatting weighs each of the detail texture's four channels, tiled at its own scale, by the
 // map-wide distribution's matching channel.
+// DETAIL_MODE (0 none, 1 detail texture, 2 splatting) and SPECULAR are defined ahead of this body, as
+// the map's textures ask, so a map without them pays nothing for them.
 vec3 DetailOffset()
 {
-    if (DetailMode == 1)
-        return texture(DetailTex, WorldPos.xz * 0.02).rgb * 2.0 - 1.0; // repeats every 50 units
+#if DETAIL_MODE == 1
+    return texture(DetailTex, WorldPos.xz * 0.02).rgb * 2.0 - 1.0; // repeats every 50 units
+#else
     vec4 detail = vec4(texture(SplatDetailTex, WorldPos.xz * SplatScales.x).r,
                        texture(SplatDetailTex, WorldPos.xz * SplatScales.y).g,
                        texture(SplatDetailTex, WorldPos.xz * SplatScales.z).b,
                        texture(SplatDetailTex, WorldPos.xz * SplatScales.w).a) * 2.0 - 1.0;
     return vec3(dot(detail, texture(SplatDistrTex, WorldPos.xz / MapExtent) * SplatMults));
+#endif
 }
 
 // Blinn-Phong towards the sun: the texture's colour, its alpha scaling the map's exponent.
@@ -118,8 +120,10 @@ void main()
     vec3 n = normalize(WorldNormal);
     float t = clamp((WorldPos.y - HeightRange.x) / max(HeightRange.y - HeightRange.x, 1e-3), 0.0, 1.0);
     vec3 albedo = Mode == 1 ? texture(Ground, Uv).rgb : mix(vec3(0.25, 0.45, 0.2), vec3(0.75, 0.7, 0.6), t);
-    if (Mode == 1 && DetailMode != 0)
+#if DETAIL_MODE != 0
+    if (Mode == 1)
         albedo = clamp(albedo + DetailOffset(), 0.0, 1.0);
+#endif
     float lightInt = max(dot(n, SunDir), 0.0);
     if (View != 0)
     {
@@ -129,8 +133,10 @@ void main()
     }
     vec3 shade = (GroundAmbient + GroundDiffuse * lightInt) * IntensityMult;
     vec3 c = albedo * shade;
-    if (SpecularOn == 1 && (Water == 0 || WorldPos.y >= 0.0))
+#if SPECULAR
+    if (Water == 0 || WorldPos.y >= 0.0)
         c += SpecularLight(n, lightInt);
+#endif
     if (Water == 1 && WorldPos.y < 0.0)
     {
         float depth = -WorldPos.y;
@@ -144,9 +150,9 @@ void main()
 }
 )";
 
-std::string TerrainShadingProgram::BuildFragmentSource()
+std::string TerrainShadingProgram::BuildFragmentSource(const std::string& Defines)
 {
-    return "#version 330 core\n" + AuthorViewColours::DeclareGlsl() + FragmentBody;
+    return "#version 330 core\n" + Defines + AuthorViewColours::DeclareGlsl() + FragmentBody;
 }
 
 void TerrainShadingProgram::Locate(GLuint Program)

@@ -40,8 +40,9 @@ class TerrainShadingProgram
 {
   public:
     static const char* const VertexSource;
-    // The fragment shader with the author views' colours declared ahead of its body.
-    static std::string BuildFragmentSource();
+    // The fragment shader with Defines (TerrainTexturesGL::GetDefines) and the author views' colours
+    // ahead of its body.
+    static std::string BuildFragmentSource(const std::string& Defines);
     static constexpr int LayerTextureUnit = 1;
 
     void Locate(GLuint Program);

@@ -6,12 +6,18 @@ constexpr const char* Keys[] = {"detailTex", "specularTex", "splatDistrTex", "sp
 constexpr const char* SamplerNames[] = {"DetailTex", "SpecularTex", "SplatDistrTex", "SplatDetailTex"};
 } // namespace
 
+std::string TerrainTexturesGL::GetDefines(const std::vector<SpringMapTexture>& From)
+{
+    const auto has = [&](int slot) { return SpringMapTextures::FindImage(From, Keys[slot]) != nullptr; };
+    const int detailMode = has(SplatDistr) && has(SplatDetail) ? 2 : has(Detail) ? 1 : 0;
+    return "#define DETAIL_MODE " + std::to_string(detailMode) + "\n#define SPECULAR " +
+           std::to_string(has(Specular) ? 1 : 0) + "\n";
+}
+
 void TerrainTexturesGL::Locate(GLuint Program)
 {
     for (int slot = 0; slot < SlotCount; ++slot)
         Samplers[slot] = glGetUniformLocation(Program, SamplerNames[slot]);
-    DetailMode = glGetUniformLocation(Program, "DetailMode");
-    SpecularOn = glGetUniformLocation(Program, "SpecularOn");
     MapExtent = glGetUniformLocation(Program, "MapExtent");
     SplatScales = glGetUniformLocation(Program, "SplatScales");
     SplatMults = glGetUniformLocation(Program, "SplatMults");
@@ -51,10 +57,6 @@ void TerrainTexturesGL::Apply(const SpringMapLook& Look, float WorldWidth, float
         glUniform1i(Samplers[slot], FirstUnit + slot);
     }
     glActiveTexture(GL_TEXTURE0);
-    // Splatting needs both of its textures and then takes the detail texture's place.
-    const bool bSplat = Textures[SplatDistr] && Textures[SplatDetail];
-    glUniform1i(DetailMode, bSplat ? 2 : Textures[Detail] ? 1 : 0);
-    glUniform1i(SpecularOn, Textures[Specular] ? 1 : 0);
     glUniform2f(MapExtent, WorldWidth, WorldDepth);
     glUniform4fv(SplatScales, 1, Look.SplatTexScales.data());
     glUniform4fv(SplatMults, 1, Look.SplatTexMults.data());

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <string>
 #include <vector>
 
 #include <epoxy/gl.h>
@@ -15,6 +16,10 @@ class TerrainTexturesGL
   public:
     static constexpr int FirstUnit = 2; // detail, specular, splat distribution, splat detail
 
+    // The terrain program's defines for these textures: DETAIL_MODE 0 (none), 1 (detail texture) or
+    // 2 (splatting, which needs both of its textures and then takes the detail texture's place), and
+    // SPECULAR 0 or 1.
+    static std::string GetDefines(const std::vector<SpringMapTexture>& Textures);
     void Locate(GLuint Program);
     // Needs the context current; textures that were not read stay off.
     void Upload(const std::vector<SpringMapTexture>& Textures);
@@ -33,6 +38,5 @@ class TerrainTexturesGL
     };
     GLuint Textures[SlotCount] = {};
     GLint Samplers[SlotCount] = {-1, -1, -1, -1};
-    GLint DetailMode = -1, SpecularOn = -1, MapExtent = -1, SplatScales = -1, SplatMults = -1,
-          SpecularExponent = -1;
+    GLint MapExtent = -1, SplatScales = -1, SplatMults = -1, SpecularExponent = -1;
 };
