@@ -6,6 +6,7 @@
 #include <set>
 #include <vector>
 
+#include "authorview_colours.h"
 #include "driveabilitygrid.h"
 #include "glcolor.h"
 #include "pixelcanvas.h"
@@ -19,15 +20,11 @@ struct Swatch
     std::string Label;
 };
 
-// These colours are the terrain shader's for the same view (terrain_shading.cpp).
-const GLColor RampColours[] = {{0.10f, 0.30f, 0.70f, 1.0f},
-                               {0.20f, 0.62f, 0.30f, 1.0f},
-                               {0.85f, 0.74f, 0.35f, 1.0f},
-                               {0.97f, 0.97f, 0.97f, 1.0f}};
-const GLColor TypeColours[] = {{0.55f, 0.55f, 0.6f, 1.0f},  {0.9f, 0.3f, 0.25f, 1.0f},
-                               {0.3f, 0.75f, 0.3f, 1.0f},   {0.3f, 0.45f, 0.95f, 1.0f},
-                               {0.95f, 0.8f, 0.2f, 1.0f},   {0.8f, 0.35f, 0.85f, 1.0f},
-                               {0.25f, 0.85f, 0.85f, 1.0f}, {0.95f, 0.55f, 0.15f, 1.0f}};
+GLColor ViewColour(int Index)
+{
+    const auto& rgb = AuthorViewColours::Table[Index].Rgb;
+    return GLColor(rgb[0], rgb[1], rgb[2], 1.0f);
+}
 
 std::string Format(const char* format, double value)
 {
@@ -43,22 +40,22 @@ std::vector<Swatch> BuildSwatches(AuthorView View, const SpringMapRenderer& Map)
     switch (View)
     {
     case AuthorView::Height:
-        return {{RampColours[3], Format("%.0f highest", high)},
-                {RampColours[2], Format("%.0f", low + (high - low) * 0.6)},
-                {RampColours[1], Format("%.0f", low + (high - low) * 0.25)},
-                {RampColours[0], Format("%.0f lowest", low)},
+        return {{ViewColour(AuthorViewColours::RampTop), Format("%.0f highest", high)},
+                {ViewColour(AuthorViewColours::RampHigh), Format("%.0f", low + (high - low) * 0.6)},
+                {ViewColour(AuthorViewColours::RampMid), Format("%.0f", low + (high - low) * 0.25)},
+                {ViewColour(AuthorViewColours::RampLow), Format("%.0f lowest", low)},
                 {GLColor(0.1f, 0.1f, 0.1f, 1.0f),
                  Format("contours every %.0f", ChooseContourStepWorld(high - low))}};
     case AuthorView::Slope:
-        return {{GLColor(0.2f, 0.7f, 0.25f, 1.0f), "flat"},
-                {GLColor(0.95f, 0.85f, 0.2f, 1.0f),
+        return {{ViewColour(AuthorViewColours::SlopeFlat), "flat"},
+                {ViewColour(AuthorViewColours::SlopeSteep),
                  Format("rise %.1f per unit", DriveabilityGrid::MaxDriveSlope)},
-                {GLColor(0.85f, 0.08f, 0.08f, 1.0f), "vehicles cannot drive"}};
+                {ViewColour(AuthorViewColours::SlopeUndriveable), "vehicles cannot drive"}};
     case AuthorView::Metal:
     {
         const auto& values = layers.Metal.Values;
         const int highest = values.empty() ? 0 : *std::max_element(values.begin(), values.end());
-        return {{GLColor(0.2f, 1.0f, 1.0f, 1.0f),
+        return {{ViewColour(AuthorViewColours::MetalRich),
                  Format("%.3g metal (most on the map)", highest * layers.MaxMetal)},
                 {GLColor(0.25f, 0.25f, 0.25f, 1.0f), "no metal"}};
     }
@@ -67,12 +64,14 @@ std::vector<Swatch> BuildSwatches(AuthorView View, const SpringMapRenderer& Map)
         const std::set<int> present(layers.TerrainType.Values.begin(), layers.TerrainType.Values.end());
         std::vector<Swatch> swatches;
         for (int type : present)
-            if (swatches.size() < 8)
-                swatches.push_back({TypeColours[type % 8], "type " + std::to_string(type)});
+            if (swatches.size() < AuthorViewColours::TypeCount)
+                swatches.push_back(
+                    {ViewColour(AuthorViewColours::TypeFirst + type % AuthorViewColours::TypeCount),
+                     "type " + std::to_string(type)});
         return swatches;
     }
     case AuthorView::Grass:
-        return {{GLColor(0.25f, 0.85f, 0.2f, 1.0f), "grass"},
+        return {{ViewColour(AuthorViewColours::GrassOn), "grass"},
                 {GLColor(0.25f, 0.25f, 0.25f, 1.0f), "no grass"}};
     case AuthorView::Off:
         break;

@@ -76,24 +76,27 @@ void AppendFrustum(std::vector<float>& out, int sides, float r0, float y0, float
 // The shapes in world units, about the size the engine's own trees, rocks and vents stand.
 std::vector<float> BuildShape(FeaturesGL::Kind kind)
 {
+    // A rock 9 units wide on a 1:2 slope has its low edge 4.5 units under its centre.
+    constexpr float BuriedWorld = 6.0f;
     std::vector<float> v;
     switch (kind)
     {
+    // Each starts below the ground (BuriedWorld), so on a slope its downhill side does not float.
     case FeaturesGL::Kind::Tree:
-        AppendFrustum(v, 6, 1.6f, 0.0f, 1.2f, 10.0f, 0.0f); // trunk
-        AppendFrustum(v, 8, 9.0f, 8.0f, 0.0f, 36.0f, 1.0f); // crown
+        AppendFrustum(v, 6, 1.6f, -BuriedWorld, 1.2f, 10.0f, 0.0f); // trunk
+        AppendFrustum(v, 8, 9.0f, 8.0f, 0.0f, 36.0f, 1.0f);         // crown
         break;
     case FeaturesGL::Kind::Rock:
-        AppendFrustum(v, 7, 9.0f, 0.0f, 7.0f, 5.0f, 1.0f);
+        AppendFrustum(v, 7, 9.0f, -BuriedWorld, 7.0f, 5.0f, 1.0f);
         AppendFrustum(v, 7, 7.0f, 5.0f, 2.5f, 8.0f, 1.0f);
         break;
     case FeaturesGL::Kind::Vent:
-        AppendFrustum(v, 10, 14.0f, 0.0f, 11.0f, 3.0f, 0.0f); // rim
-        AppendFrustum(v, 10, 9.0f, 0.0f, 9.0f, 3.5f, 1.0f);   // glowing mouth
-        AppendFrustum(v, 6, 3.0f, 3.5f, 1.0f, 22.0f, 1.0f);   // plume, so it reads from afar
+        AppendFrustum(v, 10, 14.0f, -BuriedWorld, 11.0f, 3.0f, 0.0f); // rim
+        AppendFrustum(v, 10, 9.0f, -BuriedWorld, 9.0f, 3.5f, 1.0f);   // glowing mouth
+        AppendFrustum(v, 6, 3.0f, 3.5f, 1.0f, 22.0f, 1.0f);           // plume, so it reads from afar
         break;
     case FeaturesGL::Kind::Post:
-        AppendFrustum(v, 4, 1.5f, 0.0f, 1.5f, 18.0f, 1.0f);
+        AppendFrustum(v, 4, 1.5f, -BuriedWorld, 1.5f, 18.0f, 1.0f);
         AppendFrustum(v, 4, 3.0f, 18.0f, 0.0f, 22.0f, 1.0f);
         break;
     }
@@ -124,14 +127,16 @@ std::array<float, 3> FeaturesGL::GetTypeColour(const std::string& TypeName)
     static constexpr std::array<std::array<float, 3>, 4> KindColours{
         {{0.2f, 0.6f, 0.2f}, {0.55f, 0.5f, 0.45f}, {1.0f, 0.45f, 0.1f}, {0.85f, 0.2f, 0.8f}}};
     std::array<float, 3> colour = KindColours[static_cast<int>(ClassifyType(TypeName))];
-    // FNV-1a of the name picks each channel's shade, 0.7 to 1.3 of the kind's.
+    // FNV-1a of the name picks a shade, 0.7 to 1.3 of the kind's, and a slight tint (each channel
+    // within 10% of the others), so a grey rock never turns blue nor a tree brown.
     std::uint32_t hash = 2166136261u;
     for (unsigned char c : TypeName)
         hash = (hash ^ c) * 16777619u;
+    const float shade = 0.7f + 0.6f * (hash & 0xff) / 255.0f;
     for (float& channel : colour)
     {
-        channel = std::min(channel * (0.7f + 0.6f * (hash & 0xff) / 255.0f), 1.0f);
         hash >>= 8;
+        channel = std::min(channel * shade * (0.95f + 0.1f * (hash & 0xff) / 255.0f), 1.0f);
     }
     return colour;
 }

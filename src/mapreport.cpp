@@ -57,6 +57,15 @@ std::string BuildMapReportText(const SpringMap& Map)
         out += "  " + file.Name + ": " +
                (file.ResolvedPath.empty() ? std::string("not found") : "found as " + file.ResolvedPath) +
                ", " + std::to_string(file.TileCount) + " tiles\n";
+    out += "textures: " + std::to_string(Map.Textures.size()) + "\n";
+    for (const SpringMapTexture& texture : Map.Textures)
+        out +=
+            "  " + texture.Key + ": " + texture.Name + ": " +
+            (texture.ResolvedPath.empty() ? std::string("not found") : "found as " + texture.ResolvedPath) +
+            (texture.Image.Rgba.empty()
+                 ? std::string(texture.ResolvedPath.empty() ? "" : ", not read")
+                 : ", " + std::to_string(texture.Image.Width) + "x" + std::to_string(texture.Image.Height)) +
+            "\n";
     out += "features: " + std::to_string(Map.Smf.Features.size()) + " placed, " +
            std::to_string(Map.Smf.FeatureTypes.size()) + " types\n";
     for (const auto& [type, count] : CountFeatures(Map))
@@ -80,6 +89,14 @@ std::string BuildMapReportJson(const SpringMap& Map)
         tiles += std::string(tiles.size() > 1 ? ", " : "") + "{\"name\": " + JsonQuote(file.Name) +
                  ", \"resolved\": " + (file.ResolvedPath.empty() ? "null" : JsonQuote(file.ResolvedPath)) +
                  ", \"tiles\": " + std::to_string(file.TileCount) + "}";
+    std::string textures = "[";
+    for (const SpringMapTexture& texture : Map.Textures)
+        textures +=
+            std::string(textures.size() > 1 ? ", " : "") + "{\"key\": " + JsonQuote(texture.Key) +
+            ", \"name\": " + JsonQuote(texture.Name) +
+            ", \"resolved\": " + (texture.ResolvedPath.empty() ? "null" : JsonQuote(texture.ResolvedPath)) +
+            ", \"size\": " +
+            (texture.Image.Rgba.empty() ? "null" : JsonPair(texture.Image.Width, texture.Image.Height)) + "}";
     std::string features = "{";
     for (const auto& [type, count] : CountFeatures(Map))
         features += (features.size() > 1 ? ", " : "") + JsonQuote(type) + ": " + std::to_string(count);
@@ -91,6 +108,7 @@ std::string BuildMapReportJson(const SpringMap& Map)
            ",\n  \"groundHeights\": " + JsonPair(lowest, highest) +
            ",\n  \"belowWater\": " + (lowest < WaterLevel ? "true" : "false") +
            ",\n  \"tileFiles\": " + tiles + "],\n  \"tiles\": " + std::to_string(Map.Smf.NumTiles) +
+           ",\n  \"textures\": " + textures + "]" +
            ",\n  \"features\": " + std::to_string(Map.Smf.Features.size()) +
            ",\n  \"featuresByType\": " + features + "},\n  \"warnings\": " + JsonStrings(Map.Warnings) +
            ",\n  \"filesRead\": " + JsonStrings(Map.ReadEntries) + "\n}\n";

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <span>
 
 #include "springmap_dxt1.h"
 #include "springmap_smf.h"
@@ -220,6 +221,48 @@ bool WriteAtomically(const fs::path& path, const std::vector<std::uint8_t>& byte
     }
     return true;
 }
+
+// mapconv's tree names, a rock and a geovent; most features are trees, in groves, as on real maps.
+void AppendFeatures(std::vector<std::uint8_t>& smf, const Options& opts, const std::vector<double>& heights,
+                    int mapX, int mapY)
+{
+    const char* const types[] = {"TreeType0", "TreeType1", "TreeType2", "rock_big", "GeoVent"};
+    Append32(smf, opts.FeatureCount > 0 ? static_cast<std::uint32_t>(std::size(types)) : 0);
+    Append32(smf, static_cast<std::uint32_t>(opts.FeatureCount));
+    for (const char* name : opts.FeatureCount > 0 ? std::span(types) : std::span<const char* const>())
+        smf.insert(smf.end(), name, name + std::strlen(name) + 1);
+    constexpr int Groves = 12;
+    for (int k = 0; k < opts.FeatureCount; ++k)
+    {
+        const double kind = Hash01(opts.Seed, 303, k);
+        const std::uint32_t type = kind < 0.01  ? 4
+                                   : kind < 0.2 ? 3
+                                                : static_cast<std::uint32_t>(kind * 9) % 3;
+        // Trees gather in round groves; rocks and vents lie anywhere.
+        const int grove = k % Groves;
+        const double radius = type < 3 ? 0.07 * std::sqrt(Hash01(opts.Seed, 304, k)) : 0.0;
+        const double angle = 6.283185307 * Hash01(opts.Seed, 305, k);
+        const double u = std::clamp(type < 3 ? Hash01(opts.Seed, 306, grove) + radius * std::cos(angle)
+                                             : Hash01(opts.Seed, 309, k),
+                                    0.0, 1.0);
+        const double v = std::clamp(type < 3 ? Hash01(opts.Seed, 307, grove) + radius * std::sin(angle)
+                                             : Hash01(opts.Seed, 310, k),
+                                    0.0, 1.0);
+        const double h = heights[static_cast<std::size_t>(std::lround(v * mapY)) * (mapX + 1) +
+                                 static_cast<std::size_t>(std::lround(u * mapX))];
+        const float record[] = {static_cast<float>(u * mapX * 8.0),
+                                static_cast<float>(opts.MinHeight + h * (opts.MaxHeight - opts.MinHeight)),
+                                static_cast<float>(v * mapY * 8.0),
+                                static_cast<float>(std::floor(Hash01(opts.Seed, 308, k) * 65536.0)), 1.0f};
+        Append32(smf, type);
+        for (float value : record)
+        {
+            std::uint32_t bits = 0;
+            std::memcpy(&bits, &value, 4);
+            Append32(smf, bits);
+        }
+    }
+}
 } // namespace
 
 bool Generate(const Options& Opts, const std::string& SmtName, std::vector<std::uint8_t>& Smf,
@@ -230,6 +273,11 @@ bool Generate(const Options& Opts, const std::string& SmtName, std::vector<std::
     {
         Error = "map size " + std::to_string(mapX) + "x" + std::to_string(mapY) +
                 " squares must be multiples of 4 between 4 and 4096";
+        return false;
+    }
+    if (Opts.FeatureCount < 0 || Opts.FeatureCount > 100000)
+    {
+        Error = "feature count " + std::to_string(Opts.FeatureCount) + " must be between 0 and 100000";
         return false;
     }
     if (SmtName.empty() || !(Opts.MaxHeight > Opts.MinHeight))
@@ -344,8 +392,7 @@ bool Generate(const Options& Opts, const std::string& SmtName, std::vector<std::
     Put32(smf, grassPointerAt, static_cast<std::uint32_t>(smf.size()));
     smf.resize(smf.size() + static_cast<std::size_t>(mapX / 4) * (mapY / 4), 0);
     mark(72);
-    Append32(smf, 0);
-    Append32(smf, 0);
+    AppendFeatures(smf, Opts, heights, mapX, mapY);
     Smf = std::move(smf);
     return true;
 }

@@ -15,6 +15,7 @@ struct Options
     int MapY = 256;
     float MinHeight = -60.0f;
     float MaxHeight = 440.0f;
+    int FeatureCount = 0; // trees, rocks and a few geovents scattered over the map
 };
 
 // Builds both files in memory; the .smf names its tile file SmtName. False on bad options.

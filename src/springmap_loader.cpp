@@ -210,6 +210,9 @@ bool LoadTileFiles(MapFiles& files, const SpringMapInfo& info, const Options& op
                                    std::to_string(file.TileCount) + " tiles");
     if (!opts.bReadTiles)
         return true;
+    // One pass over the archive for the tiles and the ground's textures.
+    for (const std::string& entry : SpringMapTextures::ListResolved(map.Textures))
+        resolved.push_back(entry);
     if (!files.Archive.Unpack(resolved, error))
         return false;
     for (SpringMap::TileFile& file : map.TileFiles)
@@ -224,6 +227,7 @@ bool LoadTileFiles(MapFiles& files, const SpringMapInfo& info, const Options& op
         data.resize(static_cast<std::size_t>(file.TileCount) * SpringMapSmtFormat::TileBytes);
         file.Tiles = std::move(data);
     }
+    SpringMapTextures::Read(files.Archive, files.Label, map.Textures, map.Warnings);
     return true;
 }
 
@@ -280,6 +284,7 @@ bool LoadMap(const std::string& path, const std::span<const std::uint8_t>* pByte
     map.MaxHeight = info.MaxHeight.value_or(map.Smf.MaxHeight);
     map.MaxMetal = info.MaxMetal.value_or(0.02f);
     map.Look = info.Look;
+    map.Textures = SpringMapTextures::Resolve(files.Archive, files.Label, info.Textures, map.Warnings);
     if (!LoadTileFiles(files, info, opts, map, error))
         return false;
     FindRawRange(map);

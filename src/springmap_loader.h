@@ -8,6 +8,7 @@
 #include "springmap_limits.h"
 #include "springmap_look.h"
 #include "springmap_smf.h"
+#include "springmap_textures.h"
 
 // A Spring map as loaded from an .smf path, an .sdd folder or an .sdz/.sd7 archive: the parsed .smf,
 // the mapinfo overrides applied, and the tiles of every resolvable .smt.
@@ -32,6 +33,7 @@ struct SpringMap
     SpringMapLook Look;                          // mapinfo's lighting, sky and water
     std::uint16_t LowestRaw = 0, HighestRaw = 0; // range of the stored corner heights
     std::vector<TileFile> TileFiles;
+    std::vector<SpringMapTexture> Textures; // the ground's textures mapinfo names, as resolved and read
     std::vector<std::string> Warnings; // "<file>: <problem>", one line each, for what did not stop the load
     std::vector<std::string> ReadEntries; // the map's files that were read (unpacked), in order
 
@@ -47,7 +49,7 @@ namespace SpringMapLoader
 {
 struct Options
 {
-    bool bReadTiles = true; // false skips the .smt files (header, heights and minimap only)
+    bool bReadTiles = true; // false skips the .smt files and textures (header, heights and minimap only)
     // Unpacks every archive entry up front instead of only the ones needed: the reference the
     // selective reading is checked against.
     bool bUnpackWholeArchive = false;

@@ -22,4 +22,9 @@ struct SpringMapLook
     Colour WaterAbsorb{0.0f, 0.0f, 0.0f};
     Colour WaterBase{0.0f, 0.0f, 0.0f};
     Colour WaterMin{0.0f, 0.0f, 0.0f};
+    // The sharpest highlight a specular texture's full alpha asks for.
+    float SpecularExponent = 100.0f;
+    // Detail splatting: world units to texture repeats, and strength, for each of the 4 channels.
+    std::array<float, 4> SplatTexScales{0.02f, 0.02f, 0.02f, 0.02f};
+    std::array<float, 4> SplatTexMults{1.0f, 1.0f, 1.0f, 1.0f};
 };

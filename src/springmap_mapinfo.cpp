@@ -328,17 +328,18 @@ struct ResultReader
         return std::isfinite(value) ? std::optional<float>(value) : std::nullopt;
     }
 
-    // Reads {x, y, z} into Out (more entries are allowed, as in a sunDir with a distance); anything
+    // Reads {x, y, z, ...} into Out (more entries are allowed, as in a sunDir with a distance); anything
     // else is named in Ignored and Out keeps its value.
-    void ReadTriple(int table, const std::string& path, const char* key, std::array<float, 3>& Out)
+    template <std::size_t N>
+    void ReadList(int table, const std::string& path, const char* key, std::array<float, N>& Out)
     {
         if (!Push(table, path, key, LUA_TTABLE, "a table"))
             return;
-        std::array<float, 3> value{};
+        std::array<float, N> value{};
         bool bValid = true;
-        for (int i = 0; i < 3 && bValid; ++i)
+        for (std::size_t i = 0; i < N && bValid; ++i)
         {
-            lua_rawgeti(L, -1, i + 1);
+            lua_rawgeti(L, -1, static_cast<int>(i) + 1);
             bValid = lua_isnumber(L, -1) && std::isfinite(lua_tonumber(L, -1));
             value[i] = static_cast<float>(lua_tonumber(L, -1));
             lua_pop(L, 1);
@@ -347,7 +348,8 @@ struct ResultReader
         if (bValid)
             Out = value;
         else
-            Ignored.push_back(path + key + " is not a list of 3 finite numbers; ignored");
+            Ignored.push_back(path + key + " is not a list of " + std::to_string(N) +
+                              " finite numbers; ignored");
     }
 
     // A number in Min..Max into Out; outside the range it is named in Ignored and Out keeps its value.
@@ -376,19 +378,20 @@ struct ResultReader
                     [&](int table, const std::string& path)
                     {
                         std::array<float, 3> sunDir = look.SunDir;
-                        ReadTriple(table, path, "sunDir", sunDir);
+                        ReadList(table, path, "sunDir", sunDir);
                         if (sunDir[0] == 0.0f && sunDir[1] == 0.0f && sunDir[2] == 0.0f)
                             Ignored.push_back(path + "sunDir is 0, 0, 0, which points nowhere; ignored");
                         else
                             look.SunDir = sunDir;
-                        ReadTriple(table, path, "groundAmbientColor", look.GroundAmbient);
-                        ReadTriple(table, path, "groundDiffuseColor", look.GroundDiffuse);
+                        ReadList(table, path, "groundAmbientColor", look.GroundAmbient);
+                        ReadList(table, path, "groundDiffuseColor", look.GroundDiffuse);
+                        ReadNumber(table, path, "specularExponent", 0.0f, 1e4f, look.SpecularExponent);
                     });
         ReadSection(root, "atmosphere",
                     [&](int table, const std::string& path)
                     {
-                        ReadTriple(table, path, "skyColor", look.SkyColour);
-                        ReadTriple(table, path, "fogColor", look.FogColour);
+                        ReadList(table, path, "skyColor", look.SkyColour);
+                        ReadList(table, path, "fogColor", look.FogColour);
                         float fogStart = look.FogStart, fogEnd = look.FogEnd;
                         ReadNumber(table, path, "fogStart", 0.0f, 1e6f, fogStart);
                         ReadNumber(table, path, "fogEnd", 0.0f, 1e6f, fogEnd);
@@ -402,11 +405,17 @@ struct ResultReader
         ReadSection(root, "water",
                     [&](int table, const std::string& path)
                     {
-                        ReadTriple(table, path, "surfaceColor", look.WaterSurface);
+                        ReadList(table, path, "surfaceColor", look.WaterSurface);
                         ReadNumber(table, path, "surfaceAlpha", 0.0f, 1.0f, look.WaterSurfaceAlpha);
-                        ReadTriple(table, path, "absorb", look.WaterAbsorb);
-                        ReadTriple(table, path, "baseColor", look.WaterBase);
-                        ReadTriple(table, path, "minColor", look.WaterMin);
+                        ReadList(table, path, "absorb", look.WaterAbsorb);
+                        ReadList(table, path, "baseColor", look.WaterBase);
+                        ReadList(table, path, "minColor", look.WaterMin);
+                    });
+        ReadSection(root, "splats",
+                    [&](int table, const std::string& path)
+                    {
+                        ReadList(table, path, "texScales", look.SplatTexScales);
+                        ReadList(table, path, "texMults", look.SplatTexMults);
                     });
     }
 
@@ -424,6 +433,14 @@ struct ResultReader
         info.MapFile = GetString(root, "", "mapfile");
         info.MaxMetal = GetNumber(root, "", "maxmetal");
         ReadLook(root, info.Look);
+        ReadSection(
+            root, "resources",
+            [&](int table, const std::string& path)
+            {
+                for (const char* key : {"detailTex", "specularTex", "splatDistrTex", "splatDetailTex"})
+                    if (std::optional<std::string> name = GetString(table, path, key); name && !name->empty())
+                        info.Textures.emplace_back(key, std::move(*name));
+            });
         if (!Push(root, "", "smf", LUA_TTABLE, "a table"))
             return;
         const int smf = lua_gettop(L);

@@ -2,6 +2,7 @@
 
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "springmap_limits.h"
@@ -20,6 +21,8 @@ struct SpringMapInfo
     std::optional<float> MaxHeight;
     std::vector<std::string> SmtFileNames; // smtFileName0..N, consecutive from 0
     SpringMapLook Look;
+    // The ground's textures mapinfo names in resources: {key, file name}, for the keys the viewer uses.
+    std::vector<std::pair<std::string, std::string>> Textures;
     std::vector<std::string> Ignored; // "<key> ...; ignored" for each value of the wrong type or not finite
 };
 

@@ -35,6 +35,7 @@ bool SpringMapRenderer::LoadHeightGrid(int Width, int Height, float SquareSizeWo
     Ground.Clear();
     Minimap.clear();
     Layers = {};
+    Textures.clear();
     Shading.Look = {};
     ++LoadRevision;
     bLoaded = true;
@@ -59,6 +60,7 @@ bool SpringMapRenderer::LoadMap(const SpringMap& Map, std::uint64_t GroundBudget
     Minimap = Map.Smf.Minimap;
     Layers = SpringMapLayers::From(Map);
     Shading.Look = Map.Look;
+    Textures = Map.Textures;
     return true;
 }
 
@@ -71,6 +73,7 @@ void SpringMapRenderer::Unload()
     Ground.Clear();
     Minimap.clear();
     Layers = {};
+    Textures.clear();
     ++LoadRevision;
     bGLStale = true;
 }
@@ -172,6 +175,9 @@ bool SpringMapRenderer::Render(const float* ViewProj4x4ColumnMajor)
     source.bAllowCompressedUpload = bAllowCompressedUpload;
     source.LodErrorPx = LodErrorPx;
     source.pShading = &Shading;
+    source.pTextures = &Textures;
+    source.WorldWidth = GetWorldWidth();
+    source.WorldDepth = GetWorldDepth();
     return pTerrainGL->Draw(source, ViewProj4x4ColumnMajor);
 }
 

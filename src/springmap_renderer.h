@@ -6,6 +6,7 @@
 
 #include "springmap_ground.h"
 #include "springmap_layers.h"
+#include "springmap_textures.h"
 #include "terrain_shading.h"
 
 struct SpringMap;
@@ -92,6 +93,7 @@ class SpringMapRenderer
     SpringMapGround Ground;
     std::vector<std::uint8_t> Minimap;
     SpringMapLayers Layers;
+    std::vector<SpringMapTexture> Textures; // the ground's textures from the map's resources
     std::unique_ptr<SpringMapTerrainGL> pTerrainGL;
     struct MeshRanges;
     std::unique_ptr<MeshRanges> pRanges;

@@ -23,10 +23,12 @@ GLuint CompileShader(GLenum type, const char* source)
 }
 } // namespace
 
-bool SpringMapTerrainGL::CreateProgram()
+bool SpringMapTerrainGL::CreateProgram(const Source& From)
 {
     const GLuint vertex = CompileShader(GL_VERTEX_SHADER, TerrainShadingProgram::VertexSource);
-    const GLuint fragment = CompileShader(GL_FRAGMENT_SHADER, TerrainShadingProgram::FragmentSource);
+    const std::string fragmentSource = TerrainShadingProgram::BuildFragmentSource(
+        TerrainTexturesGL::GetDefines(From.pTextures ? *From.pTextures : std::vector<SpringMapTexture>{}));
+    const GLuint fragment = CompileShader(GL_FRAGMENT_SHADER, fragmentSource.c_str());
     if (vertex && fragment)
     {
         Program = glCreateProgram();
@@ -50,6 +52,7 @@ bool SpringMapTerrainGL::CreateProgram()
     ModeLocation = glGetUniformLocation(Program, "Mode");
     HeightRangeLocation = glGetUniformLocation(Program, "HeightRange");
     Shading.Locate(Program);
+    GroundTextures.Locate(Program);
     return true;
 }
 
@@ -141,6 +144,8 @@ void SpringMapTerrainGL::CreateTextures(const Source& From)
         }
         MinimapTexture = UploadDxt1(levels, 1024, 1024, bCompressed, From.DecodedBudgetBytes);
     }
+    if (From.pTextures)
+        GroundTextures.Upload(*From.pTextures);
 }
 
 bool SpringMapTerrainGL::Draw(const Source& From, const float* ViewProj4x4ColumnMajor)
@@ -148,7 +153,7 @@ bool SpringMapTerrainGL::Draw(const Source& From, const float* ViewProj4x4Column
     if (!bCreated)
     {
         bCreated = true;
-        if (!CreateProgram())
+        if (!CreateProgram(From))
             return false;
         CreateMesh(From);
         CreateTextures(From);
@@ -161,7 +166,9 @@ bool SpringMapTerrainGL::Draw(const Source& From, const float* ViewProj4x4Column
     glUseProgram(Program);
     glUniformMatrix4fv(ViewProjLocation, 1, GL_FALSE, ViewProj4x4ColumnMajor);
     glUniform2f(HeightRangeLocation, From.MinHeight, From.MaxHeight);
-    Shading.Apply(From.pShading ? *From.pShading : TerrainShading{});
+    const TerrainShading& shading = From.pShading ? *From.pShading : TerrainShading{};
+    Shading.Apply(shading);
+    GroundTextures.Apply(shading.Look, From.WorldWidth, From.WorldDepth);
     glActiveTexture(GL_TEXTURE0);
     glBindVertexArray(Vao);
     GLint viewport[4] = {};
@@ -201,6 +208,7 @@ void SpringMapTerrainGL::Release()
         glDeleteTextures(static_cast<GLsizei>(PatchTextures.size()), PatchTextures.data());
     if (MinimapTexture)
         glDeleteTextures(1, &MinimapTexture);
+    GroundTextures.Release();
     glDeleteBuffers(1, &Vbo);
     glDeleteBuffers(1, &Ibo);
     glDeleteVertexArrays(1, &Vao);

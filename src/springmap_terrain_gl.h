@@ -7,6 +7,7 @@
 
 #include "springmap_terrain_lod.h"
 #include "terrain_shading.h"
+#include "terrain_textures_gl.h"
 
 class SpringMapGround;
 
@@ -33,8 +34,10 @@ class SpringMapTerrainGL
         float MinHeight = 0.0f, MaxHeight = 1.0f;            // for the ramp when nothing else is there
         bool bAllowCompressedUpload = true;
         std::uint64_t DecodedBudgetBytes = 128ull << 20;
-        float LodErrorPx = 1.0f; // see SpringMapRenderer::LodErrorPx
-        const TerrainShading* pShading = nullptr; // null: the engine's default light, no fog
+        float LodErrorPx = 1.0f;                                  // see SpringMapRenderer::LodErrorPx
+        const TerrainShading* pShading = nullptr;                 // null: the engine's default light, no fog
+        const std::vector<SpringMapTexture>* pTextures = nullptr; // the map's resources, or null
+        float WorldWidth = 1.0f, WorldDepth = 1.0f;               // what the map-wide textures span
     };
 
     // Creates what is missing, then draws. False when the program cannot be built. The GL objects
@@ -46,7 +49,7 @@ class SpringMapTerrainGL
     long long GetDrawnTriangles() const { return DrawnTriangles; }
 
   private:
-    bool CreateProgram();
+    bool CreateProgram(const Source& From);
     void CreateMesh(const Source& From);
     void CreateTextures(const Source& From);
     GLuint UploadDxt1(const std::vector<const std::uint8_t*>& levels, int width, int height,
@@ -55,6 +58,7 @@ class SpringMapTerrainGL
     GLuint Program = 0, Vao = 0, Vbo = 0, Ibo = 0;
     GLint ViewProjLocation = -1, UvRectLocation = -1, ModeLocation = -1, HeightRangeLocation = -1;
     TerrainShadingProgram Shading;
+    TerrainTexturesGL GroundTextures;
     std::vector<GLuint> PatchTextures;
     GLuint MinimapTexture = 0;
     bool bCreated = false;

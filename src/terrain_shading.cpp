@@ -2,6 +2,8 @@
 
 #include <cmath>
 
+#include "authorview_colours.h"
+
 const char* const TerrainShadingProgram::VertexSource = R"(#version 330 core
 layout(location = 0) in vec3 Position;
 layout(location = 1) in vec3 Normal;
@@ -21,7 +23,7 @@ void main()
 
 // Light as the engine lights its ground: ambient plus diffuse by the sun, scaled by its 210/255;
 // under water the light fades with depth towards the water's colour (fully past one unit deep).
-const char* const TerrainShadingProgram::FragmentSource = R"(#version 330 core
+const char* const TerrainShadingProgram::FragmentBody = R"(
 in vec2 Uv;
 in vec3 WorldNormal;
 in vec3 WorldPos;
@@ -44,23 +46,50 @@ uniform vec2 LayerExtent;
 uniform float LayerScale;
 uniform float ContourStep;
 uniform float DriveSlope;
+uniform sampler2D DetailTex;
+uniform sampler2D SpecularTex;
+uniform sampler2D SplatDistrTex;
+uniform sampler2D SplatDetailTex;
+uniform vec2 MapExtent;
+uniform vec4 SplatScales;
+uniform vec4 SplatMults;
+uniform float SpecularExponent;
 out vec4 Colour;
 
 const float IntensityMult = 210.0 / 255.0;
 
 vec3 HeightRamp(float t)
 {
-    vec3 c = mix(vec3(0.10, 0.30, 0.70), vec3(0.20, 0.62, 0.30), smoothstep(0.0, 0.35, t));
-    c = mix(c, vec3(0.85, 0.74, 0.35), smoothstep(0.35, 0.7, t));
-    return mix(c, vec3(0.97), smoothstep(0.7, 1.0, t));
+    vec3 c = mix(RampLow, RampMid, smoothstep(0.0, 0.35, t));
+    c = mix(c, RampHigh, smoothstep(0.35, 0.7, t));
+    return mix(c, RampTop, smoothstep(0.7, 1.0, t));
 }
 
-vec3 TypeColour(int index)
+// Detail textures are grey around the middle: above it lightens the ground, below darkens it.
+// Splatting weighs each of the detail texture's four channels, tiled at its own scale, by the
+// map-wide distribution's matching channel.
+// DETAIL_MODE (0 none, 1 detail texture, 2 splatting) and SPECULAR are defined ahead of this body, as
+// the map's textures ask, so a map without them pays nothing for them.
+vec3 DetailOffset()
 {
-    const vec3 palette[8] = vec3[8](vec3(0.55, 0.55, 0.6), vec3(0.9, 0.3, 0.25), vec3(0.3, 0.75, 0.3),
-                                    vec3(0.3, 0.45, 0.95), vec3(0.95, 0.8, 0.2), vec3(0.8, 0.35, 0.85),
-                                    vec3(0.25, 0.85, 0.85), vec3(0.95, 0.55, 0.15));
-    return palette[index % 8];
+#if DETAIL_MODE == 1
+    return texture(DetailTex, WorldPos.xz * 0.02).rgb * 2.0 - 1.0; // repeats every 50 units
+#else
+    vec4 detail = vec4(texture(SplatDetailTex, WorldPos.xz * SplatScales.x).r,
+                       texture(SplatDetailTex, WorldPos.xz * SplatScales.y).g,
+                       texture(SplatDetailTex, WorldPos.xz * SplatScales.z).b,
+                       texture(SplatDetailTex, WorldPos.xz * SplatScales.w).a) * 2.0 - 1.0;
+    return vec3(dot(detail, texture(SplatDistrTex, WorldPos.xz / MapExtent) * SplatMults));
+#endif
+}
+
+// Blinn-Phong towards the sun: the texture's colour, its alpha scaling the map's exponent.
+vec3 SpecularLight(vec3 n, float lightInt)
+{
+    vec4 spec = texture(SpecularTex, WorldPos.xz / MapExtent);
+    vec3 halfDir = normalize(SunDir + normalize(Eye - WorldPos));
+    float exponent = max(spec.a * SpecularExponent, 1.0);
+    return lightInt > 0.0 ? spec.rgb * GroundDiffuse * pow(max(dot(n, halfDir), 0.0), exponent) : vec3(0.0);
 }
 
 vec3 AuthorColour(vec3 albedo, vec3 n, float t)
@@ -76,14 +105,14 @@ vec3 AuthorColour(vec3 albedo, vec3 n, float t)
     if (View == 2)
     {
         float rise = length(n.xz) / max(n.y, 1e-3);
-        vec3 c = mix(vec3(0.2, 0.7, 0.25), vec3(0.95, 0.85, 0.2), clamp(rise / DriveSlope, 0.0, 1.0));
-        return cell < 0.5 ? mix(c, vec3(0.85, 0.08, 0.08), 0.8) : c;
+        vec3 c = mix(SlopeFlat, SlopeSteep, clamp(rise / DriveSlope, 0.0, 1.0));
+        return cell < 0.5 ? mix(c, SlopeUndriveable, 0.8) : c;
     }
     if (View == 3)
-        return mix(muted, vec3(0.2, 1.0, 1.0), clamp(cell * LayerScale / 255.0, 0.0, 1.0));
+        return mix(muted, MetalRich, clamp(cell * LayerScale / 255.0, 0.0, 1.0));
     if (View == 4)
-        return mix(muted, TypeColour(int(cell + 0.5)), 0.75);
-    return cell > 0.5 ? mix(muted, vec3(0.25, 0.85, 0.2), 0.75) : muted;
+        return mix(muted, TypeColours[int(cell + 0.5) % TypeColours.length()], 0.75);
+    return cell > 0.5 ? mix(muted, GrassOn, 0.75) : muted;
 }
 
 void main()
@@ -91,6 +120,10 @@ void main()
     vec3 n = normalize(WorldNormal);
     float t = clamp((WorldPos.y - HeightRange.x) / max(HeightRange.y - HeightRange.x, 1e-3), 0.0, 1.0);
     vec3 albedo = Mode == 1 ? texture(Ground, Uv).rgb : mix(vec3(0.25, 0.45, 0.2), vec3(0.75, 0.7, 0.6), t);
+#if DETAIL_MODE != 0
+    if (Mode == 1)
+        albedo = clamp(albedo + DetailOffset(), 0.0, 1.0);
+#endif
     float lightInt = max(dot(n, SunDir), 0.0);
     if (View != 0)
     {
@@ -99,19 +132,28 @@ void main()
         return;
     }
     vec3 shade = (GroundAmbient + GroundDiffuse * lightInt) * IntensityMult;
+    vec3 c = albedo * shade;
+#if SPECULAR
+    if (Water == 0 || WorldPos.y >= 0.0)
+        c += SpecularLight(n, lightInt);
+#endif
     if (Water == 1 && WorldPos.y < 0.0)
     {
         float depth = -WorldPos.y;
         vec3 water = max(WaterMin, WaterBase - WaterAbsorb * min(depth, 1023.0));
         water *= IntensityMult * min(lightInt * 2.0 + 0.4, 1.0);
-        shade = mix(shade, water, min(depth, 1.0));
+        c = albedo * mix(shade, water, min(depth, 1.0));
     }
-    vec3 c = albedo * shade;
     if (FogRange.y > 0.0)
         c = mix(c, FogColour, clamp((distance(WorldPos, Eye) - FogRange.x) / (FogRange.y - FogRange.x), 0.0, 1.0));
     Colour = vec4(c, 1.0);
 }
 )";
+
+std::string TerrainShadingProgram::BuildFragmentSource(const std::string& Defines)
+{
+    return "#version 330 core\n" + Defines + AuthorViewColours::DeclareGlsl() + FragmentBody;
+}
 
 void TerrainShadingProgram::Locate(GLuint Program)
 {

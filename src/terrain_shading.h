@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string>
+
 #include <epoxy/gl.h>
 
 #include "springmap_look.h"
@@ -38,7 +40,9 @@ class TerrainShadingProgram
 {
   public:
     static const char* const VertexSource;
-    static const char* const FragmentSource;
+    // The fragment shader with Defines (TerrainTexturesGL::GetDefines) and the author views' colours
+    // ahead of its body.
+    static std::string BuildFragmentSource(const std::string& Defines);
     static constexpr int LayerTextureUnit = 1;
 
     void Locate(GLuint Program);
@@ -48,6 +52,7 @@ class TerrainShadingProgram
   private:
     GLint SunDir = -1, GroundAmbient = -1, GroundDiffuse = -1, Eye = -1, FogRange = -1, FogColour = -1;
     GLint Water = -1, WaterAbsorb = -1, WaterBase = -1, WaterMin = -1;
+    static const char* const FragmentBody;
     GLint View = -1, Layer = -1, LayerExtent = -1, LayerScale = -1, ContourStep = -1, DriveSlope = -1;
 };
 

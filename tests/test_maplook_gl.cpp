@@ -24,6 +24,7 @@ class MapLookTest : public OffscreenGLTest
         std::string error;
         ASSERT_TRUE(SpringMapLoader::Load(path.string(), map, error)) << error;
         Warnings = map.Warnings;
+        ReadEntries = map.ReadEntries;
         if (edit)
             edit(map);
         ASSERT_TRUE(Terrain.LoadMap(map));
@@ -79,7 +80,7 @@ class MapLookTest : public OffscreenGLTest
     SpringMapRenderer Terrain;
     DriveabilityGrid Drive;
     MapLookGL Look;
-    std::vector<std::string> Warnings;
+    std::vector<std::string> Warnings, ReadEntries;
 };
 
 } // namespace
@@ -250,5 +251,71 @@ TEST_F(MapLookTest, EachAuthorViewColoursTheGroundByItsGrid)
             return MeanWhere(view, c.Channel, where) / std::max(total, 1.0);
         };
         EXPECT_GT(share(c.Strong), share(c.Weak) + 0.05) << GetAuthorViewName(c.View);
+    }
+}
+
+TEST_F(MapLookTest, ResourceTexturesShapeTheGroundAndMissingOnesAreWarnings)
+{
+    SKIP_WITHOUT_MAPS();
+    const ScratchDir scratch;
+    // Sun and eye straight above: flat ground faces the highlight, steep ground does not.
+    const std::string common = "lighting = {sunDir = {0, 1, 0}}, splats = {texMults = {1, 1, 0, 0}}, ";
+    const Vec3D eye{512.0, 3000.0, 512.0};
+    Load(CopyBlueprint(scratch.Path / "plain", "return {" + common + "}"));
+    const Image plain = Draw({.bWater = false}, TopDown(), eye);
+    // Two-texel textures repeat every 50 units: texel 0 shows in the first half, texel 1 in the second.
+    const auto first = [](float x) { return std::fmod(x, 50.0f) > 6.0f && std::fmod(x, 50.0f) < 19.0f; };
+    const auto second = [](float x) { return std::fmod(x, 50.0f) > 31.0f && std::fmod(x, 50.0f) < 44.0f; };
+    const auto rise = [this](float x, float z)
+    {
+        return std::hypot(Terrain.GetTerrainHeight(x + 8, z) - Terrain.GetTerrainHeight(x - 8, z),
+                          Terrain.GetTerrainHeight(x, z + 8) - Terrain.GetTerrainHeight(x, z - 8)) /
+               16.0f;
+    };
+    const std::vector<std::uint8_t> whiteBlack = {255, 255, 255, 255, 0, 0, 0, 255},
+                                    redGreen = {255, 0, 0, 0, 0, 255, 0, 0};
+    using Where = std::function<bool(float, float)>;
+    // clang-format off
+    struct Case { const char* Resources; std::vector<std::pair<std::string, std::vector<std::uint8_t>>> Files; Where Lighter, Darker, Same; std::vector<std::string> Warnings; };
+    const Case cases[] = {
+        {"detailTex = 'D.tga'", {{"d.tga", TgaBytes(2, 1, whiteBlack)}},
+         [&](float x, float) { return first(x); }, [&](float x, float) { return second(x); }, {}, {}},
+        // Red weighs channel 0 (bright then dark) in the west, green channel 1 (dark then bright) in the east.
+        {"splatDistrTex = 'w.tga', splatDetailTex = 's.tga'", {{"w.tga", TgaBytes(2, 1, redGreen)}, {"s.tga", TgaBytes(2, 1, redGreen)}},
+         [&](float x, float) { return (x < 256 && first(x)) || (x > 768 && second(x)); },
+         [&](float x, float) { return (x < 256 && second(x)) || (x > 768 && first(x)); }, {}, {}},
+        {"specularTex = 's.tga'", {{"s.tga", TgaBytes(2, 1, whiteBlack)}},
+         [&](float x, float z) { return x < 256 && rise(x, z) < 0.05f; }, {},
+         [&](float x, float z) { return x > 768 || rise(x, z) > 0.6f; }, {}},
+        {"detailTex = 'gone.dds', specularTex = 'bad.dds'", {{"bad.dds", {'D', 'D', 'S', ' '}}},
+         {}, {}, [](float, float) { return true; },
+         {"maps/gone.dds: detailTex not found; the ground is drawn without it",
+          "maps/bad.dds: specularTex cannot be read: DDS header is cut short or damaged; the ground is drawn without it"}},
+    };
+    // clang-format on
+    for (const Case& c : cases)
+    {
+        const auto root = CopyBlueprint(scratch.Path / std::to_string(&c - cases),
+                                        "return {" + common + "resources = {" + c.Resources + "}}");
+        for (const auto& [name, bytes] : c.Files)
+            WriteBytes(root / "maps" / name, bytes);
+        Load(root);
+        const Image image = Draw({.bWater = false}, TopDown(), eye);
+        const auto brighter = [&](const Where& where)
+        {
+            double sum = 0.0;
+            for (int channel = 0; channel < 3; ++channel)
+                sum += MeanWhere(image, channel, where) - MeanWhere(plain, channel, where);
+            return sum / 3.0;
+        };
+        EXPECT_TRUE(!c.Lighter || brighter(c.Lighter) > 20.0) << c.Resources << ": " << brighter(c.Lighter);
+        EXPECT_TRUE(!c.Darker || brighter(c.Darker) < -20.0) << c.Resources << ": " << brighter(c.Darker);
+        EXPECT_TRUE(!c.Same || std::fabs(brighter(c.Same)) < 1.0) << c.Resources << ": " << brighter(c.Same);
+        std::vector<std::string> expected;
+        for (const std::string& warning : c.Warnings)
+            expected.push_back(root.string() + "/" + warning);
+        EXPECT_EQ(Warnings, expected) << c.Resources;
+        for (const auto& [name, bytes] : c.Files)
+            EXPECT_EQ(std::count(ReadEntries.begin(), ReadEntries.end(), "maps/" + name), 1) << name;
     }
 }

@@ -74,3 +74,29 @@ inline std::filesystem::path CopyBlueprint(const std::filesystem::path& dir, con
         WriteText(root / "mapinfo.lua", mapinfo);
     return root;
 }
+
+// An uncompressed 32-bit TGA, rows top first, from RGBA texels.
+inline std::vector<std::uint8_t> TgaBytes(int width, int height, const std::vector<std::uint8_t>& rgba)
+{
+    std::vector<std::uint8_t> tga = {0,
+                                     0,
+                                     2,
+                                     0,
+                                     0,
+                                     0,
+                                     0,
+                                     0,
+                                     0,
+                                     0,
+                                     0,
+                                     0,
+                                     std::uint8_t(width),
+                                     std::uint8_t(width >> 8),
+                                     std::uint8_t(height),
+                                     std::uint8_t(height >> 8),
+                                     32,
+                                     0x28};
+    for (std::size_t i = 0; i < rgba.size(); i += 4)
+        tga.insert(tga.end(), {rgba[i + 2], rgba[i + 1], rgba[i], rgba[i + 3]});
+    return tga;
+}

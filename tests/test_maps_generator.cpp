@@ -71,3 +71,31 @@ TEST(MapGenerator, DefaultMapIsCachedAndLoadsWithItsPlateauAndSlopes)
     EXPECT_GT(plateauCorners, 2000);
     EXPECT_GT(steepest, 1.0f) << "the plateau's sides rise more than 1 unit per unit";
 }
+
+TEST(MapGenerator, FeaturesStandOnTheGroundMostlyTreesWithSomeRocksAndVents)
+{
+    SpringMapGenerator::Options opts;
+    opts.MapX = 64, opts.MapY = 32, opts.FeatureCount = 400;
+    std::vector<std::uint8_t> smf, smt;
+    std::string error;
+    ASSERT_TRUE(SpringMapGenerator::Generate(opts, "a.smt", smf, smt, error)) << error;
+    SpringMap map;
+    ASSERT_TRUE(SpringMapLoader::LoadFromMemory("a.smf", smf, map, error)) << error;
+    EXPECT_EQ(map.Smf.FeatureTypes,
+              (std::vector<std::string>{"TreeType0", "TreeType1", "TreeType2", "rock_big", "GeoVent"}));
+    ASSERT_EQ(map.Smf.Features.size(), 400u);
+    int perType[5] = {};
+    for (const SpringMapSmf::Feature& f : map.Smf.Features)
+    {
+        ++perType[f.Type];
+        ASSERT_TRUE(f.X >= 0 && f.X <= 512 && f.Z >= 0 && f.Z <= 256) << f.X << ", " << f.Z;
+        // At the height of its nearest grid corner (the engine drops it onto the ground anyway).
+        EXPECT_NEAR(f.Y, map.GetCornerHeight(int(std::lround(f.X / 8)), int(std::lround(f.Z / 8))), 0.05f);
+    }
+    EXPECT_GT(perType[0] + perType[1] + perType[2], 2 * perType[3]);
+    EXPECT_GT(perType[3], perType[4]);
+    EXPECT_GT(perType[4], 0);
+    opts.FeatureCount = -1;
+    EXPECT_FALSE(SpringMapGenerator::Generate(opts, "a.smt", smf, smt, error));
+    EXPECT_EQ(error, "feature count -1 must be between 0 and 100000");
+}

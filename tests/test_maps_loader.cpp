@@ -118,7 +118,11 @@ TEST(MapLoader, FixturesLoadWithMapinfoAppliedAndHeightsOver65536)
                               map.TileFiles[0].Tiles.data() + (f.NumTiles - 1) * 680, 680),
                   0);
         EXPECT_EQ(map.GetTile(f.NumTiles), SpringMapLoader::GetPlaceholderTile()) << "past the last tile";
-        EXPECT_EQ(map.Warnings, std::vector<std::string>{}) << f.Path;
+        // The only complaints: ground textures mapinfo names and the fixtures leave out.
+        EXPECT_EQ(map.Warnings.size(), std::size_t(std::count_if(map.Textures.begin(), map.Textures.end(),
+                                                                 [](auto& t) { return t.ResolvedPath.empty(); })));
+        for (const std::string& warning : map.Warnings)
+            EXPECT_TRUE(warning.ends_with(" not found; the ground is drawn without it")) << warning;
         for (const auto& [x, z] : {std::pair{0, 0}, {f.MapX, f.MapX}, {17, f.MapX / 3}})
         {
             const int raw = map.Smf.RawHeights[std::size_t(z) * (f.MapX + 1) + x];

@@ -1,6 +1,7 @@
 // Honest map loading on damaged copies of the real maps: every warning reaches stderr, the status bar
 // and the state file; errors are one line and change nothing; `quindle --info` states each fixture's facts.
 #include <functional>
+#include <regex>
 #include <sys/wait.h>
 
 #include "springmap_loader.h"
@@ -187,14 +188,14 @@ TEST(MapWarnings, InfoStatesEachFixturesFactsWithoutAWindow)
         std::vector<std::string> Lines; // each a whole line of the text report
         std::vector<std::string> Json;  // each inside the --json report
     } cases[] = {
-        {"Map_Blueprint_V1.sdd", {"name: MAP_BLUEPRINT_V1", "size: 128x128 squares, 1024x1024 world units", "heights in the .smf header: -260..740", "heights after mapinfo: -340..760", "tile files: 1 (1024 tiles)", "  maps/MAP_BLUEPRINT_V1.smt: found as maps/Map_Blueprint_V1.smt, 1024 tiles", "warnings: 0"},
-         {"\"squares\": [128, 128]", "\"heights\": [-340, 760]", "\"warnings\": []"}},
+        {"Map_Blueprint_V1.sdd", {"name: MAP_BLUEPRINT_V1", "size: 128x128 squares, 1024x1024 world units", "heights in the .smf header: -260..740", "heights after mapinfo: -340..760", "tile files: 1 (1024 tiles)", "  maps/MAP_BLUEPRINT_V1.smt: found as maps/Map_Blueprint_V1.smt, 1024 tiles", "textures: 4", "  detailTex: detailtexblurred.bmp: not found", "warnings: 4"},
+         {"\"squares\": [128, 128]", "\"heights\": [-340, 760]", "\"textures\": [{\"key\": \"detailTex\", \"name\": \"detailtexblurred.bmp\", \"resolved\": null, \"size\": null}, {\"key\": \"specularTex\""}},
         {"map_blueprint_v1.sd7", {"smf: maps/Map_Blueprint_V1.smf", "files read: mapinfo.lua mapconfig/mapinfo/0_apply_options.lua maps/Map_Blueprint_V1.smf maps/Map_Blueprint_V1.smt"},
          {"\"filesRead\": [\"mapinfo.lua\", \"mapconfig/mapinfo/0_apply_options.lua\", \"maps/Map_Blueprint_V1.smf\", \"maps/Map_Blueprint_V1.smt\"]"}},
         {"map_blueprint_v1.sdz", {"name: MAP_BLUEPRINT_V1", "features: 0 placed, 17 types"}, {"\"features\": 0", "\"featuresByType\": {}"}},
         // Inverted: raw 0 is 380 and the highest raw value still lies above 0.
         {"bridge.sdd", {"name: The Bridge", "size: 640x640 squares, 5120x5120 world units", "heights in the .smf header: 0..1", "heights after mapinfo: 380..0", "  bridge.smt: found as maps/bridge.smt, 3241 tiles"},
-         {"\"worldUnits\": [5120, 5120]", "\"belowWater\": false", "\"tileFiles\": [{\"name\": \"bridge.smt\", \"resolved\": \"maps/bridge.smt\", \"tiles\": 3241}]"}},
+         {"\"worldUnits\": [5120, 5120]", "\"belowWater\": false", "\"textures\": []", "\"tileFiles\": [{\"name\": \"bridge.smt\", \"resolved\": \"maps/bridge.smt\", \"tiles\": 3241}]"}},
         // Every raw height is 0, so all the ground lies at the minimum height, under water.
         {"Blank16.sdd", {"size: 1024x1024 squares, 8192x8192 world units", "ground: -110..-110, some below the water level (0)"},
          {"\"groundHeights\": [-110, -110]", "\"belowWater\": true"}},
@@ -205,7 +206,10 @@ TEST(MapWarnings, InfoStatesEachFixturesFactsWithoutAWindow)
         const std::string path = "'" + (MapsDir() / c.Map).string() + "'";
         const RunResult text = RunQuindle(scratch.Path, "--info " + path);
         ASSERT_EQ(text.ExitStatus, 0) << c.Map << ": " << text.Err;
-        EXPECT_EQ(text.Err, "") << c.Map;
+        // The fixtures' only complaints: ground textures their mapinfo names and they leave out.
+        const std::regex missingTexture(
+            "quindle: warning: [^\n]*Tex not found; the ground is drawn without it\n");
+        EXPECT_EQ(std::regex_replace(text.Err, missingTexture, ""), "") << c.Map;
         for (const std::string& line : c.Lines)
             EXPECT_NE(("\n" + text.Out).find("\n" + line + "\n"), std::string::npos) << line << "\n"
                                                                                      << text.Out;

@@ -15,6 +15,8 @@ int main(int argc, char** argv)
         ->check(CLI::Range(4, 4096));
     app.add_option("--min-height", opts.MinHeight, "height of the lowest raw value");
     app.add_option("--max-height", opts.MaxHeight, "height of the highest raw value");
+    app.add_option("--features", opts.FeatureCount, "trees, rocks and geovents to place")
+        ->check(CLI::Range(0, 100000));
     app.add_option("--out", outDir, "folder for the two files");
     app.add_option("--name", name, "base name of the two files");
     CLI11_PARSE(app, argc, argv);
