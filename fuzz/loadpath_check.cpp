@@ -63,6 +63,9 @@ std::string CheckLoadPath(std::span<const std::uint8_t> Input)
     std::string error;
     if (!SpringMapLoader::LoadFromMemory(names[packing], bytes, map, error, opts))
         return IsOneLine(error) ? "" : "error not on one line: " + error;
+    // A person reads every warning: a flood of them is as much a fault as a crash.
+    if (map.Warnings.size() > 64)
+        return std::to_string(map.Warnings.size()) + " warnings";
     for (const std::string& warning : map.Warnings)
         if (!IsOneLine(warning))
             return "warning not on one line: " + warning;

@@ -202,12 +202,18 @@ bool LoadTileFiles(MapFiles& files, const SpringMapInfo& info, const Options& op
         map.TileFiles.push_back(std::move(file));
     }
     // The ground is built from tiles only when some tile file is there; otherwise the minimap is.
+    // A hostile .smf may list a hundred thousand files: the first few missing are named, the rest counted.
+    constexpr std::size_t NamedMissingFiles = 8;
+    std::size_t missing = 0;
     for (const SpringMap::TileFile& file : map.TileFiles)
-        if (file.ResolvedPath.empty())
+        if (file.ResolvedPath.empty() && ++missing <= NamedMissingFiles)
             map.Warnings.push_back(files.Label + file.Name + ": tile file not found; " +
                                    (resolved.empty() ? "the minimap stands in for its "
                                                      : "a magenta and black placeholder stands in for its ") +
                                    std::to_string(file.TileCount) + " tiles");
+    if (missing > NamedMissingFiles)
+        map.Warnings.push_back(files.Label + files.SmfEntry + ": " +
+                               std::to_string(missing - NamedMissingFiles) + " more tile files not found");
     if (!opts.bReadTiles)
         return true;
     // One pass over the archive for the tiles and the ground's textures.
