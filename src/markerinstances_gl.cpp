@@ -1,6 +1,7 @@
 #include "markerinstances_gl.h"
 
 #include "glprogram.h"
+#include "heighttexture_gl.h"
 #include "springmap_renderer.h"
 
 namespace
@@ -91,12 +92,7 @@ bool MarkerInstancesGL::Create(std::string& Error)
 
 void MarkerInstancesGL::UploadHeights(const SpringMapRenderer& Map)
 {
-    glBindTexture(GL_TEXTURE_2D, HeightTexture);
-    glPixelStorei(GL_UNPACK_ALIGNMENT, 4);
-    glTexImage2D(GL_TEXTURE_2D, 0, GL_R32F, Map.GetGridWidth(), Map.GetGridHeight(), 0, GL_RED, GL_FLOAT,
-                 Map.GetHeightGrid().data());
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
+    UploadHeightTexture(HeightTexture, Map, GL_NEAREST);
     UploadedRevision = Map.GetLoadRevision();
 }
 

@@ -1,6 +1,7 @@
 #include "water_gl.h"
 
 #include "glprogram.h"
+#include "heighttexture_gl.h"
 #include "springmap_renderer.h"
 #include "terrain_shading.h"
 
@@ -71,13 +72,8 @@ bool WaterGL::Create(std::string& Error)
 
 void WaterGL::UploadHeights(const SpringMapRenderer& Map)
 {
-    glBindTexture(GL_TEXTURE_2D, HeightTexture);
-    glPixelStorei(GL_UNPACK_ALIGNMENT, 4);
-    glTexImage2D(GL_TEXTURE_2D, 0, GL_R32F, Map.GetGridWidth(), Map.GetGridHeight(), 0, GL_RED, GL_FLOAT,
-                 Map.GetHeightGrid().data());
     // Linear, so the shore follows the ground between corners instead of stepping square by square.
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_LINEAR);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
+    UploadHeightTexture(HeightTexture, Map, GL_LINEAR);
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
     UploadedRevision = Map.GetLoadRevision();
