@@ -16,6 +16,9 @@ SpringMapLoader::Options FuzzOptions()
     opts.Caps.MaxEntryBytes = 1 << 20;
     opts.Caps.MaxTotalBytes = 4 << 20;
     opts.Caps.MaxEntries = 1000;
+    // Every level of detail and skirt case arises on a few 64-square patches; bigger maps only
+    // cost time per input.
+    opts.Caps.MaxMapSquares = 256;
     opts.Caps.MapInfoBytes = 2 << 20;
     opts.Caps.MapInfoInstructions = 200'000;
     opts.Caps.MapInfoMs = 100;

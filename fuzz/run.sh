@@ -23,6 +23,7 @@ fi
 if [ -d "tests/fuzz_regressions/$target" ]; then cp "tests/fuzz_regressions/$target"/* "$corpus/" 2>/dev/null || true; fi
 # Short allocation stacks and a smaller quarantine: a report still names the faulting line, and each
 # input stops paying for deep stack walks on its thousands of allocations.
+# One job: rereading the corpus folder would only run this job's own finds again.
 export ASAN_OPTIONS=${ASAN_OPTIONS:-malloc_context_size=8:quarantine_size_mb=32}
 exec build-fuzz/fuzz/fuzz_$target "$corpus" -max_total_time="${FUZZ_SECONDS:-600}" -rss_limit_mb=4096 \
-  -max_len="${max_len:-8192}" -timeout=10 -artifact_prefix=build-fuzz/artifacts/ -print_final_stats=1
+  -max_len="${max_len:-8192}" -reload=0 -timeout=10 -artifact_prefix=build-fuzz/artifacts/ -print_final_stats=1

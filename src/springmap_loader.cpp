@@ -202,7 +202,7 @@ bool LoadTileFiles(MapFiles& files, const SpringMapInfo& info, const Options& op
         map.TileFiles.push_back(std::move(file));
     }
     // The ground is built from tiles only when some tile file is there; otherwise the minimap is.
-    // A hostile .smf may list a hundred thousand files: the first few missing are named, the rest counted.
+    // A hostile .smf may list thousands of files: the first few missing are named, the rest counted.
     constexpr std::size_t NamedMissingFiles = 8;
     std::size_t missing = 0;
     for (const SpringMap::TileFile& file : map.TileFiles)
@@ -279,7 +279,7 @@ bool LoadMap(const std::string& path, const std::span<const std::uint8_t>* pByte
     std::vector<std::uint8_t> smfData;
     std::span<const std::uint8_t> smfView;
     if (!files.Archive.ReadView(files.SmfEntry, smfData, smfView, error) ||
-        !SpringMapSmfFormat::Parse(smfView, files.Label + files.SmfEntry, map.Smf, error))
+        !SpringMapSmfFormat::Parse(smfView, files.Label + files.SmfEntry, map.Smf, error, opts.Caps))
         return false;
     smfData = {};
     map.SourcePath = path;

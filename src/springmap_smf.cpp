@@ -19,6 +19,7 @@ struct Parser
     SpringMapBytes Bytes;
     const std::string& FileName;
     std::string& Error;
+    const SpringMapFiles::Limits& Caps;
 
     bool Fail(const std::string& problem)
     {
@@ -89,9 +90,9 @@ bool Parser::ReadHeader(SpringMapSmf& smf, std::int32_t* pointers, std::int32_t&
     smf.MapId = static_cast<std::uint32_t>(Bytes.ReadInt32(20));
     smf.MapX = Bytes.ReadInt32(24);
     smf.MapY = Bytes.ReadInt32(28);
-    if (smf.MapX <= 0 || smf.MapY <= 0 || smf.MapX > MaxSquares || smf.MapY > MaxSquares)
+    if (smf.MapX <= 0 || smf.MapY <= 0 || smf.MapX > Caps.MaxMapSquares || smf.MapY > Caps.MaxMapSquares)
         return Fail("map size " + std::to_string(smf.MapX) + "x" + std::to_string(smf.MapY) +
-                    " squares is out of range (1.." + std::to_string(MaxSquares) + ")");
+                    " squares is out of range (1.." + std::to_string(Caps.MaxMapSquares) + ")");
     if (smf.MapX % 4 != 0 || smf.MapY % 4 != 0)
         return Fail("map size " + std::to_string(smf.MapX) + "x" + std::to_string(smf.MapY) +
                     " squares is not a multiple of 4");
@@ -144,6 +145,9 @@ bool Parser::ReadTiles(std::int32_t pointer, SpringMapSmf& smf)
     if (numTileFiles < 0 || numTiles < 0)
         return Fail("tile section has a negative count (" + std::to_string(numTileFiles) + " files, " +
                     std::to_string(numTiles) + " tiles)");
+    if (numTileFiles > Caps.MaxTileFiles)
+        return Fail("tile section lists " + std::to_string(numTileFiles) + " tile files (at most " +
+                    std::to_string(Caps.MaxTileFiles) + ")");
     // Each file entry takes at least 5 bytes, so a count the file cannot hold is refused before reserving.
     if (static_cast<std::uint64_t>(numTileFiles) * 5 > Bytes.Size() - offset)
         return Fail("tile section lists " + std::to_string(numTileFiles) +
@@ -225,9 +229,9 @@ bool Parser::ReadFeatures(std::int32_t pointer, SpringMapSmf& smf)
 } // namespace
 
 bool Parse(std::span<const std::uint8_t> Data, const std::string& FileName, SpringMapSmf& Out,
-           std::string& Error)
+           std::string& Error, const SpringMapFiles::Limits& Caps)
 {
-    Parser parser{SpringMapBytes(Data), FileName, Error};
+    Parser parser{SpringMapBytes(Data), FileName, Error, Caps};
     SpringMapSmf smf;
     std::int32_t pointers[PointerCount] = {};
     std::int32_t numExtraHeaders = 0;

@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "springmap_limits.h"
+
 // The contents of an .smf file, every section checked against the file before it was copied.
 struct SpringMapSmf
 {
@@ -43,11 +45,10 @@ namespace SpringMapSmfFormat
 constexpr int HeaderBytes = 80;
 constexpr int MinimapSize = 1024;
 constexpr std::uint64_t MinimapBytes = 699048; // 1024^2/2 and its 8 smaller mips
-constexpr int MaxSquares = 64 * 256;           // far beyond the largest map an engine accepts
 constexpr int MaxFeatureTypes = 16384;
 
 // Parses an .smf held in memory. FileName only labels the error ("<FileName>: <problem>").
-// Returns false with Error set, leaving Out untouched, on anything malformed.
+// Returns false with Error set, leaving Out untouched, on anything malformed or beyond Caps.
 bool Parse(std::span<const std::uint8_t> Data, const std::string& FileName, SpringMapSmf& Out,
-           std::string& Error);
+           std::string& Error, const SpringMapFiles::Limits& Caps = {});
 } // namespace SpringMapSmfFormat

@@ -65,7 +65,7 @@ TEST(MapCorrupt, EachDamageGivesItsError)
         {Index, 4 * 1023, 1023, ""},
         {Tiles, 4, 1025, "tile files supply 1024 tiles but the map declares 1025"},
         {Tiles, 8, -5, "tile file has a negative tile count (-5)"},
-        {Tiles, 0, 0x7FFFFFFF, "tile section lists 2147483647 tile files, more than the file can hold"},
+        {Tiles, 0, 4097, "tile section lists 4097 tile files (at most 4096)"},
         {Tiles, 0, -1, "tile section has a negative count (-1 files, 1024 tiles)"},
         {Tiles, 4, -1, "tile section has a negative count (1 files, -1 tiles)"},
         {TileCounts, 0, 0, "tile index 0 at (0, 0) is out of range (0..0)"},
