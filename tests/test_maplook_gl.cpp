@@ -47,7 +47,8 @@ class MapLookTest : public OffscreenGLTest
         Terrain.Shading.ViewRangeWorld = 0.0f; // no fog: colours compare across renders
         EXPECT_TRUE(Terrain.Render(viewProj.data()));
         std::string error;
-        EXPECT_TRUE(Look.DrawOverTerrain(Terrain, options, viewProj.data(), error)) << error;
+        EXPECT_TRUE(Look.DrawWater(Terrain, options, viewProj.data(), error)) << error;
+        EXPECT_TRUE(Look.DrawFeatures(Terrain, options, viewProj.data(), error)) << error;
         EXPECT_EQ(glGetError(), GLenum(GL_NO_ERROR));
         return Target.Read();
     }
