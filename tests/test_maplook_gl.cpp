@@ -255,6 +255,21 @@ TEST_F(MapLookTest, EachAuthorViewColoursTheGroundByItsGrid)
     }
 }
 
+TEST_F(MapLookTest, FlatGroundOnAContourLevelIsNotAllLine)
+{
+    SKIP_WITHOUT_MAPS();
+    // Blank16 lies flat at -110, on a level of its 10-unit contours; 3 units lower, between two.
+    Image images[2];
+    for (const float shift : {0.0f, -3.0f})
+    {
+        Load(MapsDir() / "Blank16.sdd",
+             [&](SpringMap& map) { map.MinHeight += shift, map.MaxHeight += shift; });
+        images[shift != 0.0f] = Draw({.View = AuthorView::Height}, TopDown());
+    }
+    const auto everywhere = [](float, float) { return true; };
+    EXPECT_NEAR(MeanWhere(images[0], 2, everywhere), MeanWhere(images[1], 2, everywhere), 2.0);
+}
+
 TEST_F(MapLookTest, ResourceTexturesShapeTheGroundAndMissingOnesAreWarnings)
 {
     SKIP_WITHOUT_MAPS();
