@@ -1,41 +1,94 @@
 // Frame cost of the application at 1280x720, headless (SDL's offscreen driver; on a machine
-// without a GPU that is Mesa's llvmpipe), in three scenes: the default map, Blank16 (1024x1024
-// squares) and the default map with 2,000 vehicles and 100 aircraft. Each scene reports the whole
-// frame (waited for with glFinish, swap and readback excluded), its parts (terrain, units, jet
+// without a GPU that is Mesa's llvmpipe), in four scenes: the default map, Blank16 (1024x1024
+// squares), the default map with 2,000 vehicles and 100 aircraft, and a generated map like the
+// default one with 4,000 features of every kind. Each scene reports the whole frame (waited for
+// with glFinish, swap and readback excluded), its parts (terrain, water, features, units, jet
 // effect, overlays), the effect's five pass figures as its panel shows them, and the whole frame
-// over the terrain-only frame. A last benchmark times the frames while a 2,000-vehicle formation
-// order is planned, and the overlays' CPU side.
+// over the terrain-only frame. Each author view's frame is timed against the normal frame. A last
+// benchmark times the frames while a 2,000-vehicle formation order is planned, and the overlays'
+// CPU side.
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
+#include <filesystem>
 #include <memory>
 #include <string>
 
 #include <SDL3/SDL.h>
 #include <benchmark/benchmark.h>
+#include <unistd.h>
 
 #include "application.h"
 #include "framepartstimer.h"
 #include "scene_gl.h"
+#include "springmap_generator.h"
 #include "vehicleunit.h"
 
 namespace
 {
+enum class SceneMap
+{
+    Default,
+    Blank16,
+    WithFeatures,
+};
+
 struct SceneSetup
 {
-    const char* MapPath; // "" for the built-in map
+    SceneMap Map;
     int VehicleCount;
     int AircraftCount;
 };
 
-const std::string Blank16Path = std::string(QUINDLE_MAPS_DIR) + "/Blank16.sdd";
 // clang-format off
 const SceneSetup Scenes[] = {
-    {"", 12, 4},
-    {Blank16Path.c_str(), 12, 4},
-    {"", 2000, 100},
+    {SceneMap::Default, 12, 4},
+    {SceneMap::Blank16, 12, 4},
+    {SceneMap::Default, 2000, 100},
+    {SceneMap::WithFeatures, 12, 4},
 };
 // clang-format on
+
+// The default map's terrain with 4,000 features, written to a temporary folder on first use and
+// removed when the program ends.
+class FeaturesMap
+{
+  public:
+    FeaturesMap()
+    {
+        Dir = std::filesystem::temp_directory_path() / ("quindle-bench-" + std::to_string(getpid()));
+        std::filesystem::create_directories(Dir);
+        SpringMapGenerator::Options options;
+        options.FeatureCount = 4000;
+        std::string error;
+        if (!SpringMapGenerator::WriteFiles(options, Dir.string(), "features", Path, error))
+            std::fprintf(stderr, "bench_frame: %s\n", error.c_str());
+    }
+    ~FeaturesMap()
+    {
+        std::error_code ec;
+        std::filesystem::remove_all(Dir, ec);
+    }
+    std::string Path; // empty when it could not be written
+  private:
+    std::filesystem::path Dir;
+};
+
+std::string GetMapPath(SceneMap Map)
+{
+    switch (Map)
+    {
+    case SceneMap::Blank16:
+        return std::string(QUINDLE_MAPS_DIR) + "/Blank16.sdd";
+    case SceneMap::WithFeatures:
+    {
+        static const FeaturesMap generated;
+        return generated.Path;
+    }
+    default:
+        return ""; // the built-in map
+    }
+}
 
 // One application for every benchmark: opening a window and a context per benchmark would
 // measure the driver's start-up, not a frame.
@@ -81,7 +134,10 @@ void ShowOverlays(GLViewport& view)
 bool ShowScene(Application& app, const SceneSetup& scene)
 {
     GLViewport& view = app.GetViewport();
-    if (app.GetMapPath() != scene.MapPath && !app.OpenMap(scene.MapPath))
+    const std::string mapPath = GetMapPath(scene.Map);
+    if (scene.Map == SceneMap::WithFeatures && mapPath.empty())
+        return false;
+    if (app.GetMapPath() != mapPath && !app.OpenMap(mapPath))
         return false;
     if (!view.PlaceUnitsOnMap(scene.VehicleCount, scene.AircraftCount))
         return false;
@@ -93,6 +149,19 @@ bool ShowScene(Application& app, const SceneSetup& scene)
 double MsSince(std::chrono::steady_clock::time_point start)
 {
     return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
+}
+
+// Mean milliseconds of Frames whole frames, each waited for.
+double MeasureFrameMs(Application& app, int frames)
+{
+    glFinish();
+    const auto start = std::chrono::steady_clock::now();
+    for (int i = 0; i < frames; ++i)
+    {
+        app.DrawFrame(true);
+        glFinish();
+    }
+    return MsSince(start) / frames;
 }
 
 // The sky and the terrain alone, as a frame with nothing else would draw them.
@@ -122,12 +191,7 @@ void BM_Frame(benchmark::State& state)
     glFinish();
     double wholeMs = 0.0;
     for (auto _ : state)
-    {
-        const auto start = std::chrono::steady_clock::now();
-        app->DrawFrame(true);
-        glFinish();
-        wholeMs += MsSince(start);
-    }
+        wholeMs += MeasureFrameMs(*app, 1);
     wholeMs /= static_cast<double>(std::max<benchmark::IterationCount>(state.iterations(), 1));
     constexpr int PartFrames = 5;
     FramePartsTimer timer;
@@ -141,6 +205,8 @@ void BM_Frame(benchmark::State& state)
     state.counters["units_ms"] = part(FramePartsTimer::Part::Units);
     state.counters["jet_ms"] = part(FramePartsTimer::Part::JetEffect);
     state.counters["overlays_ms"] = part(FramePartsTimer::Part::Overlays);
+    state.counters["water_ms"] = part(FramePartsTimer::Part::Water);
+    state.counters["features_ms"] = part(FramePartsTimer::Part::Features);
     static const char* const PassNames[JetExhaustPassCount] = {"jet_scene", "jet_mask", "jet_shimmer",
                                                                "jet_bloom", "jet_composite"};
     for (int pass = 0; pass < JetExhaustPassCount; ++pass)
@@ -150,8 +216,35 @@ void BM_Frame(benchmark::State& state)
     state.counters["whole_over_terrain"] = wholeMs / terrainOnlyMs;
     state.counters["gpu_queries"] = timer.UsesGpuQueries() ? 1 : 0;
 }
-// 0: the default map, 1: Blank16, 2: the default map with 2,000 vehicles and 100 aircraft.
-BENCHMARK(BM_Frame)->ArgName("scene")->DenseRange(0, 2)->Unit(benchmark::kMillisecond)->UseRealTime();
+// 0: the default map, 1: Blank16, 2: the default map with 2,000 vehicles and 100 aircraft, 3: the
+// default terrain with 4,000 features.
+BENCHMARK(BM_Frame)->ArgName("scene")->DenseRange(0, 3)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+// One author view on the default map (1 height ... 5 grass), its frame against the normal frame
+// measured in the same run.
+void BM_AuthorView(benchmark::State& state)
+{
+    Application* app = SharedApp();
+    if (!app || !ShowScene(*app, Scenes[0]))
+        return state.SkipWithError("no GL context or the scene did not load");
+    MapLookOptions& display = app->GetViewport().MapDisplay;
+    constexpr int NormalFrames = 5;
+    display.View = AuthorView::Off;
+    app->DrawFrame(true);
+    const double normalMs = MeasureFrameMs(*app, NormalFrames);
+    display.View = static_cast<AuthorView>(state.range(0));
+    app->DrawFrame(true); // the view's grid uploads stay out of the figures
+    double viewMs = 0.0;
+    for (auto _ : state)
+        viewMs += MeasureFrameMs(*app, 1);
+    display.View = AuthorView::Off;
+    viewMs /= static_cast<double>(std::max<benchmark::IterationCount>(state.iterations(), 1));
+    state.SetLabel(GetAuthorViewName(static_cast<AuthorView>(state.range(0))));
+    state.counters["view_ms"] = viewMs;
+    state.counters["normal_ms"] = normalMs;
+    state.counters["view_over_normal"] = viewMs / normalMs;
+}
+BENCHMARK(BM_AuthorView)->ArgName("view")->DenseRange(1, 5)->Unit(benchmark::kMillisecond)->UseRealTime();
 
 // A formation order for 2,000 vehicles across the default map, then frames as the application runs
 // them (input, simulation step, drawing) until every route is planned: the longest frame is what a

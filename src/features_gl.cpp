@@ -14,7 +14,8 @@ const char* VertexShader = R"(#version 330 core
 layout(location = 0) in vec3 Position;
 layout(location = 1) in vec3 Normal;
 layout(location = 2) in float Tone;      // 1: the type's colour; 0: bark or a vent's rim
-layout(location = 3) in vec4 Placement;  // x, y, z, heading
+layout(location = 3) in vec3 Placement;  // x, y, z
+layout(location = 4) in vec2 Turn;       // cosine and sine of the heading
 uniform mat4 ViewProj;
 uniform vec3 Colour;
 uniform vec3 SunDir;
@@ -23,12 +24,12 @@ uniform vec3 Diffuse;
 out vec3 Lit;
 void main()
 {
-    float c = cos(Placement.w), s = sin(Placement.w);
+    float c = Turn.x, s = Turn.y;
     vec3 p = vec3(c * Position.x + s * Position.z, Position.y, c * Position.z - s * Position.x);
     vec3 n = vec3(c * Normal.x + s * Normal.z, Normal.y, c * Normal.z - s * Normal.x);
     vec3 albedo = Tone > 0.5 ? Colour : vec3(0.35, 0.24, 0.14);
     Lit = albedo * (Ambient + Diffuse * max(dot(n, SunDir), 0.0)) * (210.0 / 255.0);
-    gl_Position = ViewProj * vec4(p + Placement.xyz, 1.0);
+    gl_Position = ViewProj * vec4(p + Placement, 1.0);
 }
 )";
 
@@ -42,10 +43,34 @@ void main()
 )";
 
 constexpr int FloatsPerVertex = 7; // position, normal, tone
+// Every shape lies within this sphere around the point this high over its foot.
+constexpr float BoundCentreUpWorld = 15.0f, BoundRadiusWorld = 26.0f;
 
-// A frustum around the vertical axis from radius R0 at Y0 to R1 at Y1, with a top cap when R1 > 0;
-// flat-shaded faces. The bottom stands on the ground and needs none.
-void AppendFrustum(std::vector<float>& out, int sides, float r0, float y0, float r1, float y1, float tone)
+// The view's four side planes from its matrix (column-major), normalised so that a point's
+// distance inside each is their dot product; a point behind all of them is off screen. Between
+// them they bound the view's pyramid (a box for a parallel projection), so no near plane is needed.
+std::array<std::array<float, 4>, 4> GetSidePlanes(const float* m)
+{
+    std::array<std::array<float, 4>, 4> planes{};
+    for (int k = 0; k < 4; ++k)
+    {
+        // Left, right, bottom, top: the last row plus or minus the first or second.
+        const int row = k / 2;
+        const float sign = k % 2 == 0 ? 1.0f : -1.0f;
+        for (int column = 0; column < 4; ++column)
+            planes[k][column] = m[4 * column + 3] + sign * m[4 * column + row];
+        const float length = std::hypot(planes[k][0], planes[k][1], planes[k][2]);
+        for (float& value : planes[k])
+            value = length > 0.0f ? value / length : 0.0f;
+    }
+    return planes;
+}
+
+// A frustum around the vertical axis from radius R0 at Y0 to R1 at Y1 (a cone when R1 is 0), with a
+// top cap when Capped; flat-shaded faces wound counter-clockwise seen from outside. The bottom stands
+// on the ground and needs none.
+void AppendFrustum(std::vector<float>& out, int sides, float r0, float y0, float r1, float y1, float tone,
+                   bool capped)
 {
     const auto vertex = [&](float x, float y, float z, float nx, float ny, float nz) {
         out.insert(out.end(), {x, y, z, nx, ny, nz, tone});
@@ -58,22 +83,27 @@ void AppendFrustum(std::vector<float>& out, int sides, float r0, float y0, float
         float nx = std::cos(mid) * (y1 - y0), ny = r0 - r1, nz = std::sin(mid) * (y1 - y0);
         const float length = std::sqrt(nx * nx + ny * ny + nz * nz);
         nx /= length, ny /= length, nz /= length;
-        vertex(r0 * c0, y0, r0 * s0, nx, ny, nz);
-        vertex(r1 * c0, y1, r1 * s0, nx, ny, nz);
-        vertex(r1 * c1, y1, r1 * s1, nx, ny, nz);
+        if (r1 > 0.0f) // a cone's side is one triangle: the other would have no area
+        {
+            vertex(r0 * c0, y0, r0 * s0, nx, ny, nz);
+            vertex(r1 * c0, y1, r1 * s0, nx, ny, nz);
+            vertex(r1 * c1, y1, r1 * s1, nx, ny, nz);
+        }
         vertex(r0 * c0, y0, r0 * s0, nx, ny, nz);
         vertex(r1 * c1, y1, r1 * s1, nx, ny, nz);
         vertex(r0 * c1, y0, r0 * s1, nx, ny, nz);
-        if (r1 > 0.0f)
+        if (capped)
         {
             vertex(0.0f, y1, 0.0f, 0.0f, 1.0f, 0.0f);
-            vertex(r1 * c0, y1, r1 * s0, 0.0f, 1.0f, 0.0f);
             vertex(r1 * c1, y1, r1 * s1, 0.0f, 1.0f, 0.0f);
+            vertex(r1 * c0, y1, r1 * s0, 0.0f, 1.0f, 0.0f);
         }
     }
 }
 
-// The shapes in world units, about the size the engine's own trees, rocks and vents stand.
+// The shapes in world units, about the size the engine's own trees, rocks and vents stand. Faces
+// hidden inside another part (the trunk's top in the crown, the lower rock tier's top under the
+// upper) are left out: thousands of features make every vertex count.
 std::vector<float> BuildShape(FeaturesGL::Kind kind)
 {
     // A rock 9 units wide on a 1:2 slope has its low edge 4.5 units under its centre.
@@ -83,21 +113,21 @@ std::vector<float> BuildShape(FeaturesGL::Kind kind)
     {
     // Each starts below the ground (BuriedWorld), so on a slope its downhill side does not float.
     case FeaturesGL::Kind::Tree:
-        AppendFrustum(v, 6, 1.6f, -BuriedWorld, 1.2f, 10.0f, 0.0f); // trunk
-        AppendFrustum(v, 8, 9.0f, 8.0f, 0.0f, 36.0f, 1.0f);         // crown
+        AppendFrustum(v, 6, 1.6f, -BuriedWorld, 1.2f, 10.0f, 0.0f, false); // trunk
+        AppendFrustum(v, 8, 9.0f, 8.0f, 0.0f, 36.0f, 1.0f, false);         // crown
         break;
     case FeaturesGL::Kind::Rock:
-        AppendFrustum(v, 7, 9.0f, -BuriedWorld, 7.0f, 5.0f, 1.0f);
-        AppendFrustum(v, 7, 7.0f, 5.0f, 2.5f, 8.0f, 1.0f);
+        AppendFrustum(v, 7, 9.0f, -BuriedWorld, 7.0f, 5.0f, 1.0f, false);
+        AppendFrustum(v, 7, 7.0f, 5.0f, 2.5f, 8.0f, 1.0f, true);
         break;
     case FeaturesGL::Kind::Vent:
-        AppendFrustum(v, 10, 14.0f, -BuriedWorld, 11.0f, 3.0f, 0.0f); // rim
-        AppendFrustum(v, 10, 9.0f, -BuriedWorld, 9.0f, 3.5f, 1.0f);   // glowing mouth
-        AppendFrustum(v, 6, 3.0f, 3.5f, 1.0f, 22.0f, 1.0f);           // plume, so it reads from afar
+        AppendFrustum(v, 10, 14.0f, -BuriedWorld, 11.0f, 3.0f, 0.0f, true); // rim
+        AppendFrustum(v, 10, 9.0f, -BuriedWorld, 9.0f, 3.5f, 1.0f, true);   // glowing mouth
+        AppendFrustum(v, 6, 3.0f, 3.5f, 1.0f, 22.0f, 1.0f, true);           // plume, so it reads from afar
         break;
     case FeaturesGL::Kind::Post:
-        AppendFrustum(v, 4, 1.5f, -BuriedWorld, 1.5f, 18.0f, 1.0f);
-        AppendFrustum(v, 4, 3.0f, 18.0f, 0.0f, 22.0f, 1.0f);
+        AppendFrustum(v, 4, 1.5f, -BuriedWorld, 1.5f, 18.0f, 1.0f, true);
+        AppendFrustum(v, 4, 3.0f, 18.0f, 0.0f, 22.0f, 1.0f, false);
         break;
     }
     return v;
@@ -209,18 +239,23 @@ void FeaturesGL::BuildTypes(const SpringMapRenderer& Map)
         glVertexAttribPointer(2, 1, GL_FLOAT, GL_FALSE, Stride, reinterpret_cast<void*>(6 * sizeof(float)));
         glGenBuffers(1, &type.Instances);
         glBindBuffer(GL_ARRAY_BUFFER, type.Instances);
+        constexpr GLsizei InstanceStride = FloatsPerInstance * sizeof(float);
         glEnableVertexAttribArray(3);
-        glVertexAttribPointer(3, 4, GL_FLOAT, GL_FALSE, 4 * sizeof(float), nullptr);
+        glVertexAttribPointer(3, 3, GL_FLOAT, GL_FALSE, InstanceStride, nullptr);
         glVertexAttribDivisor(3, 1);
+        glEnableVertexAttribArray(4);
+        glVertexAttribPointer(4, 2, GL_FLOAT, GL_FALSE, InstanceStride,
+                              reinterpret_cast<void*>(3 * sizeof(float)));
+        glVertexAttribDivisor(4, 1);
     }
     glBindVertexArray(0);
     glBindBuffer(GL_ARRAY_BUFFER, 0);
     // On the ground, as the engine places them, whatever height the map stored.
     Placed.clear();
     for (const SpringMapLayers::Feature& feature : layers.Features)
-        Placed.insert(Placed.end(),
-                      {static_cast<float>(feature.Type), feature.X,
-                       Map.GetTerrainHeight(feature.X, feature.Z), feature.Z, feature.HeadingRad});
+        Placed.push_back({static_cast<std::size_t>(feature.Type),
+                          {feature.X, Map.GetTerrainHeight(feature.X, feature.Z), feature.Z,
+                           std::cos(feature.HeadingRad), std::sin(feature.HeadingRad)}});
     BuiltRevision = Map.GetLoadRevision();
 }
 
@@ -238,12 +273,22 @@ bool FeaturesGL::Draw(const SpringMapRenderer& Map, const TerrainShading& Shadin
         type.Visible.clear();
     const double cullSquared = CullDistanceWorld * CullDistanceWorld;
     const float* eye = Shading.EyeWorld;
-    for (std::size_t i = 0; i < Placed.size(); i += 5)
+    const auto planes = GetSidePlanes(ViewProj4x4);
+    for (const PlacedFeature& feature : Placed)
     {
-        const double dx = Placed[i + 1] - eye[0], dy = Placed[i + 2] - eye[1], dz = Placed[i + 3] - eye[2];
-        std::vector<float>& visible = Types[static_cast<std::size_t>(Placed[i])].Visible;
-        if (dx * dx + dy * dy + dz * dz <= cullSquared)
-            visible.insert(visible.end(), &Placed[i + 1], &Placed[i + 5]);
+        const float* at = feature.Instance.data();
+        const double dx = at[0] - eye[0], dy = at[1] - eye[1], dz = at[2] - eye[2];
+        if (dx * dx + dy * dy + dz * dz > cullSquared ||
+            std::any_of(planes.begin(), planes.end(),
+                        [&](const auto& plane)
+                        {
+                            return plane[0] * at[0] + plane[1] * (at[1] + BoundCentreUpWorld) +
+                                       plane[2] * at[2] + plane[3] <
+                                   -BoundRadiusWorld;
+                        }))
+            continue;
+        std::vector<float>& visible = Types[feature.Type].Visible;
+        visible.insert(visible.end(), feature.Instance.begin(), feature.Instance.end());
     }
     float sun[3];
     NormaliseSunDir(Shading.Look, sun);
@@ -253,6 +298,9 @@ bool FeaturesGL::Draw(const SpringMapRenderer& Map, const TerrainShading& Shadin
     glUniform3fv(AmbientLocation, 1, Shading.Look.GroundAmbient.data());
     glUniform3fv(DiffuseLocation, 1, Shading.Look.GroundDiffuse.data());
     glEnable(GL_DEPTH_TEST);
+    // The shapes are closed above the ground: their back faces are always hidden.
+    glEnable(GL_CULL_FACE);
+    glCullFace(GL_BACK);
     for (TypeBatch& type : Types)
     {
         if (type.Visible.empty())
@@ -264,9 +312,10 @@ bool FeaturesGL::Draw(const SpringMapRenderer& Map, const TerrainShading& Shadin
         glUniform3fv(ColourLocation, 1, type.Colour.data());
         const int kind = static_cast<int>(type.ShapeKind);
         glDrawArraysInstanced(GL_TRIANGLES, ShapeFirst[kind], ShapeCount[kind],
-                              static_cast<GLsizei>(type.Visible.size() / 4));
+                              static_cast<GLsizei>(type.Visible.size() / FloatsPerInstance));
         ++LastDrawCalls;
     }
+    glDisable(GL_CULL_FACE);
     glBindVertexArray(0);
     glBindBuffer(GL_ARRAY_BUFFER, 0);
     glUseProgram(0);

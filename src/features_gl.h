@@ -11,7 +11,7 @@ struct TerrainShading;
 
 // The map's feature placements as simple shapes that say what they are, one instanced draw call per
 // feature type, each type in its own colour, on the ground at its heading; features farther from
-// the eye than CullDistanceWorld are left out.
+// the eye than CullDistanceWorld or outside the view are left out.
 //
 //   tree        rock       geovent     anything else
 //    /|\        ____       _====_         |
@@ -42,7 +42,7 @@ class FeaturesGL
     // After the terrain, depth-tested. False when the program cannot be built.
     bool Draw(const SpringMapRenderer& Map, const TerrainShading& Shading, const float* ViewProj4x4,
               double CullDistanceWorld);
-    // Draw calls of the last Draw: one per type with a feature in range.
+    // Draw calls of the last Draw: one per type with a feature in range and in view.
     int GetLastDrawCalls() const { return LastDrawCalls; }
 
   private:
@@ -51,7 +51,7 @@ class FeaturesGL
         GLuint Array = 0, Instances = 0;
         Kind ShapeKind = Kind::Post;
         std::array<float, 3> Colour{};
-        std::vector<float> Visible; // x, y, z, heading per feature in range
+        std::vector<float> Visible; // FloatsPerInstance per feature in range and in view
     };
 
     bool Create(std::string& Error);
@@ -64,7 +64,13 @@ class FeaturesGL
     GLuint ShapeBuffer = 0;
     std::array<int, 4> ShapeFirst{}, ShapeCount{}; // vertex range of each kind's shape
     std::vector<TypeBatch> Types;
-    std::vector<float> Placed; // type, x, ground y, z, heading per feature of the loaded map
+    static constexpr int FloatsPerInstance = 5;
+    struct PlacedFeature
+    {
+        std::size_t Type;
+        std::array<float, FloatsPerInstance> Instance; // x, ground y, z, heading's cosine and sine
+    };
+    std::vector<PlacedFeature> Placed; // every feature of the loaded map
     int BuiltRevision = -1;
     int LastDrawCalls = 0;
     std::string CreateError; // why the shaders could not be built; not retried every frame

@@ -18,8 +18,10 @@ class FramePartsTimer
         Units = 1,
         JetEffect = 2,
         Overlays = 3,
+        Water = 4,
+        Features = 5,
     };
-    static constexpr int PartCount = 4;
+    static constexpr int PartCount = 6;
 
     FramePartsTimer() = default;
     FramePartsTimer(const FramePartsTimer&) = delete;

@@ -245,13 +245,22 @@ void GLViewport::Render()
                 pScene->DrawSky(CameraPitchDeg, CameraFovDeg, SpringMap.Shading.Look);
             MapLook.PrepareTerrain(SpringMap, Units.GetDriveability(), MapDisplay, eye);
             SpringMap.Render(viewProjection.data());
-            if (std::string error;
-                !MapLook.DrawOverTerrain(SpringMap, MapDisplay, viewProjection.data(), error))
-            {
-                const std::string message = "Map drawn without water or features: " + error;
-                std::fprintf(stderr, "quindle: %s\n", message.c_str());
-                ShowStatus(message);
-            }
+        }
+        const auto reportMissing = [this](const std::string& error)
+        {
+            const std::string message = "Map drawn without water or features: " + error;
+            std::fprintf(stderr, "quindle: %s\n", message.c_str());
+            ShowStatus(message);
+        };
+        {
+            const ScopedFramePart part(pPartsTimer, FramePartsTimer::Part::Water);
+            if (std::string error; !MapLook.DrawWater(SpringMap, MapDisplay, viewProjection.data(), error))
+                reportMissing(error);
+        }
+        {
+            const ScopedFramePart part(pPartsTimer, FramePartsTimer::Part::Features);
+            if (std::string error; !MapLook.DrawFeatures(SpringMap, MapDisplay, viewProjection.data(), error))
+                reportMissing(error);
         }
         if (pScene)
         {

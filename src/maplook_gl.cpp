@@ -24,18 +24,34 @@ void MapLookGL::PrepareTerrain(SpringMapRenderer& Map, const DriveabilityGrid& D
     Views.Prepare(Options.View, Map, Drive, shading);
 }
 
-bool MapLookGL::DrawOverTerrain(const SpringMapRenderer& Map, const MapLookOptions& Options,
-                                const float* ViewProj4x4, std::string& Error)
+namespace
 {
-    // Author views show the ground itself: the water's surface would veil it.
-    const bool bWaterDrawn =
-        !Options.bWater || Options.View != AuthorView::Off || Water.Draw(Map, Map.Shading, ViewProj4x4);
-    const bool bFeaturesDrawn =
-        !Options.bFeatures || Features.Draw(Map, Map.Shading, ViewProj4x4, Options.FeatureCullDistanceWorld);
-    if ((bWaterDrawn && bFeaturesDrawn) || bReported)
+// A part that could not be drawn says why once; later frames skip it quietly.
+bool ReportOnce(bool bDrawn, bool& bReported, const std::string& Why, std::string& Error)
+{
+    if (bDrawn || bReported)
         return true;
     bReported = true;
-    Error = !bWaterDrawn ? "the water's shaders cannot be built: " + Water.GetCreateError()
-                         : "the features' shaders cannot be built: " + Features.GetCreateError();
+    Error = Why;
     return false;
+}
+} // namespace
+
+bool MapLookGL::DrawWater(const SpringMapRenderer& Map, const MapLookOptions& Options,
+                          const float* ViewProj4x4, std::string& Error)
+{
+    // Author views show the ground itself: the water's surface would veil it.
+    const bool bDrawn =
+        !Options.bWater || Options.View != AuthorView::Off || Water.Draw(Map, Map.Shading, ViewProj4x4);
+    return ReportOnce(bDrawn, bWaterReported,
+                      "the water's shaders cannot be built: " + Water.GetCreateError(), Error);
+}
+
+bool MapLookGL::DrawFeatures(const SpringMapRenderer& Map, const MapLookOptions& Options,
+                             const float* ViewProj4x4, std::string& Error)
+{
+    const bool bDrawn =
+        !Options.bFeatures || Features.Draw(Map, Map.Shading, ViewProj4x4, Options.FeatureCullDistanceWorld);
+    return ReportOnce(bDrawn, bFeaturesReported,
+                      "the features' shaders cannot be built: " + Features.GetCreateError(), Error);
 }

@@ -28,14 +28,17 @@ class MapLookGL
     // Sets Map's shading for a frame seen from Eye: fog from the view range, water, author view.
     void PrepareTerrain(SpringMapRenderer& Map, const DriveabilityGrid& Drive, const MapLookOptions& Options,
                         const Vec3D& Eye);
-    // After the terrain: water, then features. False (with Error) the first time a program fails.
-    bool DrawOverTerrain(const SpringMapRenderer& Map, const MapLookOptions& Options,
-                         const float* ViewProj4x4, std::string& Error);
+    // After the terrain: water, then features, apart so a frame's parts can be timed one by one.
+    // Each is false (with Error) the first time its program fails.
+    bool DrawWater(const SpringMapRenderer& Map, const MapLookOptions& Options, const float* ViewProj4x4,
+                   std::string& Error);
+    bool DrawFeatures(const SpringMapRenderer& Map, const MapLookOptions& Options, const float* ViewProj4x4,
+                      std::string& Error);
     const FeaturesGL& GetFeatures() const { return Features; }
 
   private:
     AuthorViewGL Views;
     WaterGL Water;
     FeaturesGL Features;
-    bool bReported = false;
+    bool bWaterReported = false, bFeaturesReported = false;
 };

@@ -97,7 +97,9 @@ vec3 AuthorColour(vec3 albedo, vec3 n, float t)
     vec3 muted = vec3(dot(albedo, vec3(0.3, 0.59, 0.11)) * 0.6);
     if (View == 1)
     {
-        float steps = WorldPos.y / ContourStep;
+        // The levels sit a hair above round heights: ground lying flat on a round height (a map's
+        // clamped top or bottom) would otherwise be all line, as it is nowhere off the level.
+        float steps = (WorldPos.y - 1.0 / 64.0) / ContourStep;
         float pixelsFromLine = abs(fract(steps + 0.5) - 0.5) / max(fwidth(steps), 1e-4);
         return HeightRamp(t) * mix(0.35, 1.0, clamp(pixelsFromLine - 0.5, 0.0, 1.0));
     }

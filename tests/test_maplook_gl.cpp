@@ -47,7 +47,8 @@ class MapLookTest : public OffscreenGLTest
         Terrain.Shading.ViewRangeWorld = 0.0f; // no fog: colours compare across renders
         EXPECT_TRUE(Terrain.Render(viewProj.data()));
         std::string error;
-        EXPECT_TRUE(Look.DrawOverTerrain(Terrain, options, viewProj.data(), error)) << error;
+        EXPECT_TRUE(Look.DrawWater(Terrain, options, viewProj.data(), error)) << error;
+        EXPECT_TRUE(Look.DrawFeatures(Terrain, options, viewProj.data(), error)) << error;
         EXPECT_EQ(glGetError(), GLenum(GL_NO_ERROR));
         return Target.Read();
     }
@@ -252,6 +253,21 @@ TEST_F(MapLookTest, EachAuthorViewColoursTheGroundByItsGrid)
         };
         EXPECT_GT(share(c.Strong), share(c.Weak) + 0.05) << GetAuthorViewName(c.View);
     }
+}
+
+TEST_F(MapLookTest, FlatGroundOnAContourLevelIsNotAllLine)
+{
+    SKIP_WITHOUT_MAPS();
+    // Blank16 lies flat at -110, on a level of its 10-unit contours; 3 units lower, between two.
+    Image images[2];
+    for (const float shift : {0.0f, -3.0f})
+    {
+        Load(MapsDir() / "Blank16.sdd",
+             [&](SpringMap& map) { map.MinHeight += shift, map.MaxHeight += shift; });
+        images[shift != 0.0f] = Draw({.View = AuthorView::Height}, TopDown());
+    }
+    const auto everywhere = [](float, float) { return true; };
+    EXPECT_NEAR(MeanWhere(images[0], 2, everywhere), MeanWhere(images[1], 2, everywhere), 2.0);
 }
 
 TEST_F(MapLookTest, ResourceTexturesShapeTheGroundAndMissingOnesAreWarnings)
