@@ -59,6 +59,7 @@ void RoutePlanner::StartSearch(const DriveabilityGrid& Grid, std::int32_t FromCe
     NearestEstimate = startEstimate;
     Expansions = 0;
     MaxExpansions = Limit;
+    StopEstimate = 0;
 }
 
 std::int32_t RoutePlanner::ResumeSearch(const DriveabilityGrid& Grid, std::size_t& CellBudget)
@@ -88,6 +89,9 @@ std::int32_t RoutePlanner::ResumeSearch(const DriveabilityGrid& Grid, std::size_
             NearestEstimate = entry.EstimateCost;
             NearestCell = cell;
         }
+        // The rest of the region can't come nearer: the cell and its parents are final.
+        if (entry.EstimateCost == StopEstimate)
+            return NearestCell;
         const int x = cell % width, z = cell / width;
         for (int dir = 0; dir < 8; ++dir)
         {
@@ -109,6 +113,60 @@ std::int32_t RoutePlanner::ResumeSearch(const DriveabilityGrid& Grid, std::size_
         }
     }
     return NearestCell;
+}
+
+void RoutePlanner::LabelRegions(const DriveabilityGrid& Grid)
+{
+    const int width = Grid.GetWidth();
+    const std::size_t cellCount = static_cast<std::size_t>(width) * Grid.GetHeight();
+    if (RegionOf.size() == cellCount && RegionRevision == Grid.GetRevision())
+        return;
+    RegionOf.assign(cellCount, -1);
+    RegionCells.clear();
+    RegionStart.clear();
+    for (std::size_t seed = 0; seed < cellCount; ++seed)
+    {
+        const std::int32_t seedCell = static_cast<std::int32_t>(seed);
+        if (RegionOf[seed] >= 0 || !Grid.IsCellDriveable(seedCell % width, seedCell / width))
+            continue;
+        const std::int32_t region = static_cast<std::int32_t>(RegionStart.size());
+        RegionStart.push_back(RegionCells.size());
+        RegionOf[seed] = region;
+        RegionCells.push_back(seedCell);
+        // The region's own list is the flood fill's queue.
+        for (std::size_t i = RegionStart.back(); i < RegionCells.size(); ++i)
+        {
+            const int x = RegionCells[i] % width, z = RegionCells[i] / width;
+            for (int dir = 0; dir < 4; ++dir) // the straight steps join whatever a diagonal joins
+            {
+                if (!RouteStepCost::CanStep(Grid, x, z, dir))
+                    continue;
+                const std::int32_t next =
+                    (z + RouteStepCost::StepZ[dir]) * width + x + RouteStepCost::StepX[dir];
+                if (RegionOf[next] >= 0)
+                    continue;
+                RegionOf[next] = region;
+                RegionCells.push_back(next);
+            }
+        }
+    }
+    RegionStart.push_back(RegionCells.size());
+    RegionRevision = Grid.GetRevision();
+}
+
+std::uint32_t RoutePlanner::FindNearestRegionEstimate(const DriveabilityGrid& Grid, std::int32_t FromCell,
+                                                      std::int32_t ToCell)
+{
+    LabelRegions(Grid);
+    const std::int32_t region = RegionOf[static_cast<std::size_t>(FromCell)];
+    if (region < 0)
+        return 0; // a start on steep ground: search the whole way
+    const int width = Grid.GetWidth(), toX = ToCell % width, toZ = ToCell / width;
+    std::uint32_t nearest = RouteStepCost::Unreached;
+    for (std::size_t i = RegionStart[region]; i < RegionStart[region + 1]; ++i)
+        nearest = std::min(nearest,
+                           RouteStepCost::Estimate(RegionCells[i] % width, RegionCells[i] / width, toX, toZ));
+    return nearest;
 }
 
 const GoalDistanceField* RoutePlanner::FindGoalField(const DriveabilityGrid& Grid)
@@ -224,7 +282,9 @@ bool RoutePlanner::RunStages(const DriveabilityGrid& Grid, std::size_t& CellBudg
                 FollowField(Grid, field);
                 continue;
             }
-            StartSearch(Grid, StartCell, GoalCell, Unlimited); // unreachable: the nearest cell
+            // Unreachable: search for the nearest cell, which ends the search once found.
+            StartSearch(Grid, StartCell, GoalCell, Unlimited);
+            StopEstimate = FindNearestRegionEstimate(Grid, StartCell, GoalCell);
             Stage = PlanStage::Search;
             continue;
         }

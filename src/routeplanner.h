@@ -96,6 +96,12 @@ class RoutePlanner
     void AppendSearchPath(std::int32_t LastCell);
     // The route from CellPath: corners pulled tight, heights from the map.
     void WriteRoute(const DriveabilityGrid& Grid, const SpringMapRenderer& Map, std::vector<Vec3D>& Route);
+    // Labels the grid's drivable regions (cells joined by straight steps) once per grid revision.
+    void LabelRegions(const DriveabilityGrid& Grid);
+    // The lowest estimate to ToCell over the cells of FromCell's region: a search from FromCell that
+    // can't reach ToCell has found its nearest cell when it expands one with this estimate.
+    std::uint32_t FindNearestRegionEstimate(const DriveabilityGrid& Grid, std::int32_t FromCell,
+                                            std::int32_t ToCell);
     // A cached field built on a source near GoalCell, or null.
     const GoalDistanceField* FindGoalField(const DriveabilityGrid& Grid);
     // Starts a field from GoalCell in the least recently used slot.
@@ -132,4 +138,11 @@ class RoutePlanner
     std::int32_t NearestCell = 0;
     std::uint32_t NearestEstimate = 0;
     std::size_t Expansions = 0, MaxExpansions = 0;
+    std::uint32_t StopEstimate = 0; // a cell expanded with this estimate ends the search; 0: none
+
+    // Drivable regions: each one's cells listed together in BFS order.
+    std::vector<std::int32_t> RegionOf; // per cell; -1 for steep cells
+    std::vector<std::int32_t> RegionCells;
+    std::vector<std::size_t> RegionStart; // where each region's cells begin, and the end
+    std::uint32_t RegionRevision = 0;
 };
