@@ -10,6 +10,7 @@
 #include "glreadback.h"
 #include "mapsetup.h"
 #include "pixelcanvas.h"
+#include "softwaregl.h"
 
 Application::~Application()
 {
@@ -33,6 +34,7 @@ bool Application::Start(const AppOptions& Options, std::string& Error)
         return false;
     Window.pMetrics = &Metrics;
     Renderer.pTTF = &Font;
+    Viewport.SpringMap.bDecodeGroundWhenItFits = IsSoftwareGLRenderer();
     CoreServices = Core{&CoreSdl, &Renderer, &MouseState, &App};
     p = &CoreServices;
 

@@ -1,23 +1,8 @@
 #include "framepartstimer.h"
 
-#include <cstring>
-
 #include <SDL3/SDL_video.h>
 
-namespace
-{
-// Renderers that execute GL on the CPU: their timer queries say little about the work done.
-bool IsSoftwareRenderer()
-{
-    const auto* renderer = reinterpret_cast<const char*>(glGetString(GL_RENDERER));
-    if (!renderer)
-        return true;
-    for (const char* name : {"llvmpipe", "softpipe", "SwiftShader"})
-        if (std::strstr(renderer, name))
-            return true;
-    return false;
-}
-} // namespace
+#include "softwaregl.h"
 
 FramePartsTimer::~FramePartsTimer()
 {
@@ -29,7 +14,8 @@ FramePartsTimer::~FramePartsTimer()
 void FramePartsTimer::Create()
 {
     bCreated = true;
-    bGpuQueries = !IsSoftwareRenderer();
+    // On the CPU, timer queries say little about the work done.
+    bGpuQueries = !IsSoftwareGLRenderer();
     if (bGpuQueries)
         glGenQueries(PartCount, Queries);
 }

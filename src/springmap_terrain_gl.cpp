@@ -23,11 +23,10 @@ GLuint CompileShader(GLenum type, const char* source)
 }
 } // namespace
 
-bool SpringMapTerrainGL::CreateProgram(const Source& From)
+bool SpringMapTerrainGL::CreateProgram(const std::string& Defines)
 {
     const GLuint vertex = CompileShader(GL_VERTEX_SHADER, TerrainShadingProgram::VertexSource);
-    const std::string fragmentSource = TerrainShadingProgram::BuildFragmentSource(
-        TerrainTexturesGL::GetDefines(From.pTextures ? *From.pTextures : std::vector<SpringMapTexture>{}));
+    const std::string fragmentSource = TerrainShadingProgram::BuildFragmentSource(Defines);
     const GLuint fragment = CompileShader(GL_FRAGMENT_SHADER, fragmentSource.c_str());
     if (vertex && fragment)
     {
@@ -121,8 +120,15 @@ void SpringMapTerrainGL::CreateTextures(const Source& From)
     if (From.pGround && From.pGround->HasPatches())
     {
         const auto& patches = From.pGround->GetPatches();
-        // Shared fairly, so the decoded copy of the whole ground stays within the budget.
-        const std::uint64_t perPatchBudget = From.DecodedBudgetBytes / patches.size();
+        std::uint64_t finestBytes = 0;
+        for (const auto& patch : patches)
+            finestBytes += static_cast<std::uint64_t>(From.pGround->GetLevelWidthTexels(patch, 0)) *
+                           From.pGround->GetLevelDepthTexels(patch, 0) * 4;
+        const bool bFits = finestBytes <= From.DecodedBudgetBytes;
+        bCompressed = bCompressed && !(From.bDecodeGroundWhenItFits && bFits);
+        // Whole when it fits; else shared fairly, so the decoded copy of the ground stays within the budget.
+        const std::uint64_t perPatchBudget =
+            bFits ? From.DecodedBudgetBytes : From.DecodedBudgetBytes / patches.size();
         for (const auto& patch : patches)
         {
             std::vector<const std::uint8_t*> levels;
@@ -135,6 +141,7 @@ void SpringMapTerrainGL::CreateTextures(const Source& From)
     }
     else if (From.pMinimap && !From.pMinimap->empty())
     {
+        bCompressed = bCompressed && !From.bDecodeGroundWhenItFits; // 4 MiB decoded
         std::vector<const std::uint8_t*> levels;
         std::uint64_t offset = 0;
         for (int size = 1024; size >= 4; size /= 2)
@@ -153,10 +160,21 @@ bool SpringMapTerrainGL::Draw(const Source& From, const float* ViewProj4x4Column
     if (!bCreated)
     {
         bCreated = true;
-        if (!CreateProgram(From))
-            return false;
         CreateMesh(From);
         CreateTextures(From);
+    }
+    const TerrainShading& shading = From.pShading ? *From.pShading : TerrainShading{};
+    // A new program only when what the frame shows changes (a key press); a failed one is not
+    // retried until then.
+    const std::string defines =
+        TerrainTexturesGL::GetDefines(From.pTextures ? *From.pTextures : std::vector<SpringMapTexture>{}) +
+        TerrainShadingProgram::GetDefines(shading, From.MinHeight);
+    if (defines != ProgramDefines)
+    {
+        ProgramDefines = defines;
+        glDeleteProgram(Program);
+        Program = 0;
+        CreateProgram(defines);
     }
     if (!Program)
         return false;
@@ -166,7 +184,6 @@ bool SpringMapTerrainGL::Draw(const Source& From, const float* ViewProj4x4Column
     glUseProgram(Program);
     glUniformMatrix4fv(ViewProjLocation, 1, GL_FALSE, ViewProj4x4ColumnMajor);
     glUniform2f(HeightRangeLocation, From.MinHeight, From.MaxHeight);
-    const TerrainShading& shading = From.pShading ? *From.pShading : TerrainShading{};
     Shading.Apply(shading);
     GroundTextures.Apply(shading.Look, From.WorldWidth, From.WorldDepth);
     glActiveTexture(GL_TEXTURE0);
@@ -214,6 +231,7 @@ void SpringMapTerrainGL::Release()
     glDeleteVertexArrays(1, &Vao);
     glDeleteProgram(Program);
     PatchTextures.clear();
+    ProgramDefines.clear();
     MinimapTexture = Program = Vao = Vbo = Ibo = 0;
     bCreated = false;
 }

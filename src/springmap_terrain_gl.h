@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <vector>
 
 #include <epoxy/gl.h>
@@ -33,6 +34,7 @@ class SpringMapTerrainGL
         const std::vector<std::uint8_t>* pMinimap = nullptr; // DXT1 1024x1024 with mips, or empty
         float MinHeight = 0.0f, MaxHeight = 1.0f;            // for the ramp when nothing else is there
         bool bAllowCompressedUpload = true;
+        bool bDecodeGroundWhenItFits = false; // see SpringMapRenderer::bDecodeGroundWhenItFits
         std::uint64_t DecodedBudgetBytes = 128ull << 20;
         float LodErrorPx = 1.0f;                                  // see SpringMapRenderer::LodErrorPx
         const TerrainShading* pShading = nullptr;                 // null: the engine's default light, no fog
@@ -49,13 +51,14 @@ class SpringMapTerrainGL
     long long GetDrawnTriangles() const { return DrawnTriangles; }
 
   private:
-    bool CreateProgram(const Source& From);
+    bool CreateProgram(const std::string& Defines);
     void CreateMesh(const Source& From);
     void CreateTextures(const Source& From);
     GLuint UploadDxt1(const std::vector<const std::uint8_t*>& levels, int width, int height,
                       bool bCompressedUpload, std::uint64_t decodedBudgetBytes);
 
     GLuint Program = 0, Vao = 0, Vbo = 0, Ibo = 0;
+    std::string ProgramDefines; // what Program was built with
     GLint ViewProjLocation = -1, UvRectLocation = -1, ModeLocation = -1, HeightRangeLocation = -1;
     TerrainShadingProgram Shading;
     TerrainTexturesGL GroundTextures;

@@ -37,7 +37,6 @@ uniform vec3 GroundDiffuse;
 uniform vec3 Eye;
 uniform vec2 FogRange; // start and end distance; end 0: no fog
 uniform vec3 FogColour;
-uniform int Water;
 uniform vec3 WaterAbsorb;
 uniform vec3 WaterBase;
 uniform vec3 WaterMin;
@@ -125,28 +124,31 @@ void main()
         albedo = clamp(albedo + DetailOffset(), 0.0, 1.0);
 #endif
     float lightInt = max(dot(n, SunDir), 0.0);
-    if (View != 0)
-    {
-        // Plain light from the map's sun: the view's colours stay readable whatever the map's light.
-        Colour = vec4(AuthorColour(albedo, n, t) * (0.6 + 0.4 * lightInt), 1.0);
-        return;
-    }
+#if AUTHOR_VIEW
+    // Plain light from the map's sun: the view's colours stay readable whatever the map's light.
+    Colour = vec4(AuthorColour(albedo, n, t) * (0.6 + 0.4 * lightInt), 1.0);
+#else
     vec3 shade = (GroundAmbient + GroundDiffuse * lightInt) * IntensityMult;
     vec3 c = albedo * shade;
-#if SPECULAR
-    if (Water == 0 || WorldPos.y >= 0.0)
-        c += SpecularLight(n, lightInt);
-#endif
-    if (Water == 1 && WorldPos.y < 0.0)
+#if WATER
+    if (WorldPos.y < 0.0)
     {
         float depth = -WorldPos.y;
         vec3 water = max(WaterMin, WaterBase - WaterAbsorb * min(depth, 1023.0));
         water *= IntensityMult * min(lightInt * 2.0 + 0.4, 1.0);
         c = albedo * mix(shade, water, min(depth, 1.0));
     }
+#if SPECULAR
+    else
+        c += SpecularLight(n, lightInt);
+#endif
+#elif SPECULAR
+    c += SpecularLight(n, lightInt);
+#endif
     if (FogRange.y > 0.0)
         c = mix(c, FogColour, clamp((distance(WorldPos, Eye) - FogRange.x) / (FogRange.y - FogRange.x), 0.0, 1.0));
     Colour = vec4(c, 1.0);
+#endif
 }
 )";
 
@@ -164,7 +166,6 @@ void TerrainShadingProgram::Locate(GLuint Program)
     Eye = at("Eye");
     FogRange = at("FogRange");
     FogColour = at("FogColour");
-    Water = at("Water");
     WaterAbsorb = at("WaterAbsorb");
     WaterBase = at("WaterBase");
     WaterMin = at("WaterMin");
@@ -189,14 +190,10 @@ void TerrainShadingProgram::Apply(const TerrainShading& Shading) const
     GetFogRangeWorld(look, Shading.ViewRangeWorld, fogStart, fogEnd);
     glUniform2f(FogRange, fogStart, fogEnd);
     glUniform3fv(FogColour, 1, look.FogColour.data());
-    glUniform1i(Water, Shading.bWater ? 1 : 0);
     glUniform3fv(WaterAbsorb, 1, look.WaterAbsorb.data());
     glUniform3fv(WaterBase, 1, look.WaterBase.data());
     glUniform3fv(WaterMin, 1, look.WaterMin.data());
-    // Without its grid a view would read an unbound texture: it falls back to the plain ground.
-    const bool bNeedsLayer = Shading.View != AuthorView::Off && Shading.View != AuthorView::Height;
-    const bool bView = Shading.View != AuthorView::Off && (!bNeedsLayer || Shading.LayerTexture != 0);
-    glUniform1i(View, bView ? static_cast<int>(Shading.View) : 0);
+    glUniform1i(View, static_cast<int>(GetDrawnView(Shading)));
     glUniform1i(Layer, LayerTextureUnit);
     glUniform2fv(LayerExtent, 1, Shading.LayerExtentWorld);
     glUniform1f(LayerScale, Shading.LayerScale);
@@ -205,6 +202,20 @@ void TerrainShadingProgram::Apply(const TerrainShading& Shading) const
     glActiveTexture(GL_TEXTURE0 + LayerTextureUnit);
     glBindTexture(GL_TEXTURE_2D, Shading.LayerTexture);
     glActiveTexture(GL_TEXTURE0);
+}
+
+AuthorView GetDrawnView(const TerrainShading& Shading)
+{
+    // Without its grid a view would read an unbound texture: it falls back to the plain ground.
+    const bool bNeedsLayer = Shading.View != AuthorView::Off && Shading.View != AuthorView::Height;
+    return !bNeedsLayer || Shading.LayerTexture != 0 ? Shading.View : AuthorView::Off;
+}
+
+std::string TerrainShadingProgram::GetDefines(const TerrainShading& Shading, float LowestHeightWorld)
+{
+    const bool bWater = Shading.bWater && LowestHeightWorld < 0.0f;
+    return std::string("#define AUTHOR_VIEW ") + (GetDrawnView(Shading) != AuthorView::Off ? "1" : "0") +
+           "\n#define WATER " + (bWater ? "1" : "0") + "\n";
 }
 
 void GetFogRangeWorld(const SpringMapLook& Look, float ViewRangeWorld, float& StartWorld, float& EndWorld)

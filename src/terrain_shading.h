@@ -43,6 +43,9 @@ class TerrainShadingProgram
     // The fragment shader with Defines (TerrainTexturesGL::GetDefines) and the author views' colours
     // ahead of its body.
     static std::string BuildFragmentSource(const std::string& Defines);
+    // AUTHOR_VIEW and WATER, each 1 only while a frame can show it. Software GL runs both sides of
+    // a branch on every pixel, so what is compiled out costs nothing there.
+    static std::string GetDefines(const TerrainShading& Shading, float LowestHeightWorld);
     static constexpr int LayerTextureUnit = 1;
 
     void Locate(GLuint Program);
@@ -51,11 +54,13 @@ class TerrainShadingProgram
 
   private:
     GLint SunDir = -1, GroundAmbient = -1, GroundDiffuse = -1, Eye = -1, FogRange = -1, FogColour = -1;
-    GLint Water = -1, WaterAbsorb = -1, WaterBase = -1, WaterMin = -1;
+    GLint WaterAbsorb = -1, WaterBase = -1, WaterMin = -1;
     static const char* const FragmentBody;
     GLint View = -1, Layer = -1, LayerExtent = -1, LayerScale = -1, ContourStep = -1, DriveSlope = -1;
 };
 
+// The view drawn: Off for a view whose grid is missing.
+AuthorView GetDrawnView(const TerrainShading& Shading);
 // The fog's start and end distances for a look and view range (both 0 without fog).
 void GetFogRangeWorld(const SpringMapLook& Look, float ViewRangeWorld, float& StartWorld, float& EndWorld);
 // Unit length, or straight up for a zero vector.

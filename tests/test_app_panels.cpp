@@ -53,17 +53,21 @@ TEST_F(AppPanels, KeysShowAndHidePanelsSwitchTheEffectAndQuit)
     GLViewport& view = View();
     JetExhaustDebugSettings& jet = view.JetExhaust.Debug();
     jet.BloomEnabled = false;
-    // Help, frame counter, effects panel, minimap; the effect's shimmer, bloom, fog and trails.
+    // Help, frame counter, effects panel, minimap; the effect's shimmer, bloom, fog and trails; water,
+    // features and the author view.
     const auto shown = [&]
     {
         std::string text;
-        for (const bool bOn : {App->GetHelp().bVisible, App->GetFrameStats().bVisible,
-                               view.bJetEffectsPanelVisible, App->GetMinimap().bVisible, jet.ShimmerEnabled,
-                               jet.BloomEnabled, jet.DepthFogEnabled, jet.ContrailsEnabled})
-            text += (text.size() == 4 ? " " : "") + std::string(bOn ? "1" : "0");
-        return text;
+        for (const bool bOn :
+             {App->GetHelp().bVisible, App->GetFrameStats().bVisible, view.bJetEffectsPanelVisible,
+              App->GetMinimap().bVisible, jet.ShimmerEnabled, jet.BloomEnabled, jet.DepthFogEnabled,
+              jet.ContrailsEnabled, view.MapDisplay.bWater, view.MapDisplay.bFeatures})
+            text += (text.size() == 4 || text.size() == 9 ? " " : "") + std::string(bOn ? "1" : "0");
+        return text + std::to_string(static_cast<int>(view.MapDisplay.View));
     };
-    EXPECT_EQ(shown(), "0001 1011") << "the panel's rows cannot fit 500 px";
+    EXPECT_EQ(shown(), "0001 1011 110") << "the panel's rows cannot fit 500 px";
+    EXPECT_EQ(view.Units.RoutePlanBudgetMs, std::numeric_limits<double>::infinity())
+        << "a fixed step plans whole";
     constexpr SDL_Keymod None = SDL_KMOD_NONE, Shift = SDL_KMOD_LSHIFT, Ctrl = SDL_KMOD_LCTRL;
     constexpr SDL_Keymod CtrlShift = SDL_KMOD_LCTRL | SDL_KMOD_RSHIFT,
                          ShiftCtrl = SDL_KMOD_RCTRL | SDL_KMOD_LSHIFT;
@@ -71,17 +75,21 @@ TEST_F(AppPanels, KeysShowAndHidePanelsSwitchTheEffectAndQuit)
     // clang-format off
     // A held key's repeats change nothing; the effect comes back with its features as they were.
     const struct { SDL_Keycode Key; SDL_Keymod Mods; bool bRepeat; const char* Shown; const char* Jet; } steps[] = {
-        {SDLK_F1, None, false, "1001 1011", ready},       {SDLK_F1, None, true, "1001 1011", ready},
-        {SDLK_QUESTION, Shift, false, "0001 1011", ready}, {SDLK_QUESTION, None, false, "0001 1011", ready},
-        {SDLK_F2, None, false, "0101 1011", ready},       {SDLK_F2, None, true, "0101 1011", ready},
-        {SDLK_F3, None, false, "0111 1011", ready},       {SDLK_F3, None, true, "0111 1011", ready},
-        {SDLK_M, None, false, "0110 1011", ready},        {SDLK_M, None, true, "0110 1011", ready},
-        {SDLK_M, Ctrl, false, "0110 1011", ready},        {SDLK_F3, None, false, "0100 1011", ready},
-        {SDLK_L, Ctrl, false, "0100 1011", ready},        {SDLK_L, Shift, false, "0100 1011", ready},
-        {SDLK_L, CtrlShift, false, "0100 0000", "Jet effects off"}, {SDLK_L, CtrlShift, true, "0100 0000", "Jet effects off"},
-        {SDLK_L, ShiftCtrl, false, "0100 1011", ready},   {SDLK_R, Shift, false, "0100 1011", ready},
-        {SDLK_R, ShiftCtrl, false, "0100 1011", reloaded}, {SDLK_F2, None, false, "0000 1011", reloaded},
-        {SDLK_M, None, false, "0001 1011", reloaded}};
+        {SDLK_F1, None, false, "1001 1011 110", ready},       {SDLK_F1, None, true, "1001 1011 110", ready},
+        {SDLK_QUESTION, Shift, false, "0001 1011 110", ready}, {SDLK_QUESTION, None, false, "0001 1011 110", ready},
+        {SDLK_F2, None, false, "0101 1011 110", ready},       {SDLK_F2, None, true, "0101 1011 110", ready},
+        {SDLK_F3, None, false, "0111 1011 110", ready},       {SDLK_F3, None, true, "0111 1011 110", ready},
+        {SDLK_M, None, false, "0110 1011 110", ready},        {SDLK_M, None, true, "0110 1011 110", ready},
+        {SDLK_M, Ctrl, false, "0110 1011 110", ready},        {SDLK_F3, None, false, "0100 1011 110", ready},
+        {SDLK_L, Ctrl, false, "0100 1011 110", ready},        {SDLK_L, Shift, false, "0100 1011 110", ready},
+        {SDLK_L, CtrlShift, false, "0100 0000 110", "Jet effects off"}, {SDLK_L, CtrlShift, true, "0100 0000 110", "Jet effects off"},
+        {SDLK_L, ShiftCtrl, false, "0100 1011 110", ready},   {SDLK_R, Shift, false, "0100 1011 110", ready},
+        {SDLK_R, ShiftCtrl, false, "0100 1011 110", reloaded}, {SDLK_F2, None, false, "0000 1011 110", reloaded},
+        {SDLK_M, None, false, "0001 1011 110", reloaded}, {SDLK_W, None, false, "0001 1011 010", reloaded},
+        {SDLK_W, None, true, "0001 1011 010", reloaded},  {SDLK_T, None, false, "0001 1011 000", reloaded},
+        {SDLK_T, None, true, "0001 1011 000", reloaded},  {SDLK_F6, None, false, "0001 1011 001", reloaded},
+        {SDLK_F6, None, true, "0001 1011 001", reloaded}, {SDLK_F10, None, false, "0001 1011 005", reloaded},
+        {SDLK_F10, None, false, "0001 1011 000", reloaded}, {SDLK_W, None, false, "0001 1011 100", reloaded}};
     // clang-format on
     for (std::size_t i = 0; i < std::size(steps); ++i)
     {
@@ -133,6 +141,7 @@ TEST_F(AppPanels, WithoutAFrameCountTheViewTurnsAndTheUnitsMoveByTheClock)
         lastBeforeNs = beforeNs;
     }
     EXPECT_NE(view.AirUnits[0]->Aircraft.Position.X, aircraftAt.X) << "the aircraft fly on";
+    EXPECT_EQ(view.Units.RoutePlanBudgetMs, Application::InteractiveRoutePlanBudgetMs);
 }
 
 TEST_F(AppPanels, OverlaysAreDrawnOverTheScene)

@@ -147,6 +147,11 @@ TEST_F(MapRender, CompressedAndDecodedGroundAgree)
         const Image decoded = Draw(terrain, TopDownView(terrain), std::string("cpu_decoded_") + path);
         EXPECT_FALSE(terrain.UsedCompressedUpload()) << path;
         terrain.ReleaseGL();
+        // As on software GL: a ground that fits the decoded budget is decoded though S3TC is there.
+        terrain.bAllowCompressedUpload = terrain.bDecodeGroundWhenItFits = true;
+        Draw(terrain, TopDownView(terrain), std::string("fits_decoded_") + path);
+        EXPECT_FALSE(terrain.UsedCompressedUpload()) << path;
+        terrain.ReleaseGL();
         EXPECT_LT(MeanAbsDifference(compressed, decoded), 1.5) << path;
     }
 }
