@@ -52,8 +52,11 @@ inline std::uint32_t Estimate(int FromX, int FromZ, int ToX, int ToZ)
 class GoalDistanceField
 {
   public:
-    // Fills the field from Cell over Grid (a Dijkstra with bucket queues on the whole-number costs).
-    void Build(const DriveabilityGrid& Grid, std::int32_t Cell);
+    // Fills the field from Cell over Grid (a Dijkstra with bucket queues on the whole-number costs):
+    // BeginBuild, then ContinueBuild until it returns true; it returns false when CellBudget,
+    // counted down per cell taken from the queue, runs out first.
+    void BeginBuild(const DriveabilityGrid& Grid, std::int32_t Cell);
+    bool ContinueBuild(const DriveabilityGrid& Grid, std::size_t& CellBudget);
 
     std::int32_t GetSourceCell() const { return SourceCell; }
     std::uint32_t GetGridRevision() const { return GridRevision; }
@@ -65,4 +68,6 @@ class GoalDistanceField
     std::uint32_t GridRevision = 0;
     std::vector<std::uint32_t> Steps;
     std::vector<std::vector<std::int32_t>> Buckets; // cells by cost modulo the bucket count
+    std::uint32_t CurrentCost = 0;                  // the bucket being drained
+    std::size_t PendingCells = 0;                   // queued in any bucket
 };

@@ -15,6 +15,8 @@ bool IsWorseEntry(std::uint32_t TotalA, std::uint32_t EstimateA, std::uint32_t T
     return TotalA > TotalB || (TotalA == TotalB && EstimateA > EstimateB);
 }
 
+constexpr std::size_t Unlimited = static_cast<std::size_t>(-1);
+
 bool IsFinite(const Vec3D& v)
 {
     return std::isfinite(v.X) && std::isfinite(v.Z);
@@ -41,27 +43,36 @@ void RoutePlanner::PrepareBuffers(std::size_t CellCount)
     OpenHeap.clear();
 }
 
-std::int32_t RoutePlanner::Search(const DriveabilityGrid& Grid, std::int32_t StartCell, std::int32_t GoalCell,
-                                  std::size_t MaxExpansions)
+void RoutePlanner::StartSearch(const DriveabilityGrid& Grid, std::int32_t FromCell, std::int32_t ToCell,
+                               std::size_t Limit)
 {
     const int width = Grid.GetWidth();
-    const int goalX = GoalCell % width, goalZ = GoalCell / width;
     PrepareBuffers(static_cast<std::size_t>(width) * Grid.GetHeight());
+    const std::uint32_t startEstimate =
+        RouteStepCost::Estimate(FromCell % width, FromCell / width, ToCell % width, ToCell / width);
+    CostSoFar[FromCell] = 0u;
+    Parent[FromCell] = -1;
+    VisitStamp[FromCell] = CurrentStamp;
+    OpenHeap.push_back({startEstimate, startEstimate, FromCell});
+    SearchGoal = ToCell;
+    NearestCell = FromCell;
+    NearestEstimate = startEstimate;
+    Expansions = 0;
+    MaxExpansions = Limit;
+    StopEstimate = 0;
+}
+
+std::int32_t RoutePlanner::ResumeSearch(const DriveabilityGrid& Grid, std::size_t& CellBudget)
+{
+    const int width = Grid.GetWidth();
+    const int goalX = SearchGoal % width, goalZ = SearchGoal / width;
     const auto heapOrder = [](const OpenEntry& a, const OpenEntry& b)
     { return IsWorseEntry(a.TotalCost, a.EstimateCost, b.TotalCost, b.EstimateCost); };
-
-    const std::uint32_t startEstimate =
-        RouteStepCost::Estimate(StartCell % width, StartCell / width, goalX, goalZ);
-    CostSoFar[StartCell] = 0u;
-    Parent[StartCell] = -1;
-    VisitStamp[StartCell] = CurrentStamp;
-    OpenHeap.push_back({startEstimate, startEstimate, StartCell});
-    std::int32_t nearestCell = StartCell;
-    std::uint32_t nearestEstimate = startEstimate;
-    std::size_t expansions = 0;
-
     while (!OpenHeap.empty())
     {
+        if (CellBudget == 0)
+            return SearchPaused;
+        --CellBudget;
         std::pop_heap(OpenHeap.begin(), OpenHeap.end(), heapOrder);
         const OpenEntry entry = OpenHeap.back();
         OpenHeap.pop_back();
@@ -69,15 +80,18 @@ std::int32_t RoutePlanner::Search(const DriveabilityGrid& Grid, std::int32_t Sta
         if (ClosedStamp[cell] == CurrentStamp)
             continue; // a stale entry: the cell was closed through a cheaper one
         ClosedStamp[cell] = CurrentStamp;
-        if (cell == GoalCell)
-            return GoalCell;
-        if (++expansions > MaxExpansions)
-            return -1;
-        if (entry.EstimateCost < nearestEstimate)
+        if (cell == SearchGoal)
+            return SearchGoal;
+        if (++Expansions > MaxExpansions)
+            return SearchGaveUp;
+        if (entry.EstimateCost < NearestEstimate)
         {
-            nearestEstimate = entry.EstimateCost;
-            nearestCell = cell;
+            NearestEstimate = entry.EstimateCost;
+            NearestCell = cell;
         }
+        // The rest of the region can't come nearer: the cell and its parents are final.
+        if (entry.EstimateCost == StopEstimate)
+            return NearestCell;
         const int x = cell % width, z = cell / width;
         for (int dir = 0; dir < 8; ++dir)
         {
@@ -98,10 +112,64 @@ std::int32_t RoutePlanner::Search(const DriveabilityGrid& Grid, std::int32_t Sta
             std::push_heap(OpenHeap.begin(), OpenHeap.end(), heapOrder);
         }
     }
-    return nearestCell;
+    return NearestCell;
 }
 
-const GoalDistanceField* RoutePlanner::FindGoalField(const DriveabilityGrid& Grid, std::int32_t GoalCell)
+void RoutePlanner::LabelRegions(const DriveabilityGrid& Grid)
+{
+    const int width = Grid.GetWidth();
+    const std::size_t cellCount = static_cast<std::size_t>(width) * Grid.GetHeight();
+    if (RegionOf.size() == cellCount && RegionRevision == Grid.GetRevision())
+        return;
+    RegionOf.assign(cellCount, -1);
+    RegionCells.clear();
+    RegionStart.clear();
+    for (std::size_t seed = 0; seed < cellCount; ++seed)
+    {
+        const std::int32_t seedCell = static_cast<std::int32_t>(seed);
+        if (RegionOf[seed] >= 0 || !Grid.IsCellDriveable(seedCell % width, seedCell / width))
+            continue;
+        const std::int32_t region = static_cast<std::int32_t>(RegionStart.size());
+        RegionStart.push_back(RegionCells.size());
+        RegionOf[seed] = region;
+        RegionCells.push_back(seedCell);
+        // The region's own list is the flood fill's queue.
+        for (std::size_t i = RegionStart.back(); i < RegionCells.size(); ++i)
+        {
+            const int x = RegionCells[i] % width, z = RegionCells[i] / width;
+            for (int dir = 0; dir < 4; ++dir) // the straight steps join whatever a diagonal joins
+            {
+                if (!RouteStepCost::CanStep(Grid, x, z, dir))
+                    continue;
+                const std::int32_t next =
+                    (z + RouteStepCost::StepZ[dir]) * width + x + RouteStepCost::StepX[dir];
+                if (RegionOf[next] >= 0)
+                    continue;
+                RegionOf[next] = region;
+                RegionCells.push_back(next);
+            }
+        }
+    }
+    RegionStart.push_back(RegionCells.size());
+    RegionRevision = Grid.GetRevision();
+}
+
+std::uint32_t RoutePlanner::FindNearestRegionEstimate(const DriveabilityGrid& Grid, std::int32_t FromCell,
+                                                      std::int32_t ToCell)
+{
+    LabelRegions(Grid);
+    const std::int32_t region = RegionOf[static_cast<std::size_t>(FromCell)];
+    if (region < 0)
+        return 0; // a start on steep ground: search the whole way
+    const int width = Grid.GetWidth(), toX = ToCell % width, toZ = ToCell / width;
+    std::uint32_t nearest = RouteStepCost::Unreached;
+    for (std::size_t i = RegionStart[region]; i < RegionStart[region + 1]; ++i)
+        nearest = std::min(nearest,
+                           RouteStepCost::Estimate(RegionCells[i] % width, RegionCells[i] / width, toX, toZ));
+    return nearest;
+}
+
+const GoalDistanceField* RoutePlanner::FindGoalField(const DriveabilityGrid& Grid)
 {
     const int width = Grid.GetWidth();
     for (CachedField& cached : GoalFields)
@@ -117,30 +185,35 @@ const GoalDistanceField* RoutePlanner::FindGoalField(const DriveabilityGrid& Gri
     return nullptr;
 }
 
-const GoalDistanceField& RoutePlanner::BuildGoalField(const DriveabilityGrid& Grid, std::int32_t GoalCell)
+void RoutePlanner::StartGoalField(const DriveabilityGrid& Grid)
 {
-    CachedField* pSlot = nullptr;
     if (GoalFields.size() < MaxGoalFields)
-        pSlot = &GoalFields.emplace_back();
+    {
+        BuildingField = GoalFields.size();
+        GoalFields.emplace_back();
+    }
     else
-        pSlot = &*std::min_element(GoalFields.begin(), GoalFields.end(),
-                                   [](const CachedField& a, const CachedField& b)
-                                   { return a.LastUse < b.LastUse; });
-    pSlot->Field.Build(Grid, GoalCell);
-    pSlot->LastUse = ++FieldUseCounter;
-    return pSlot->Field;
+    {
+        const auto leastRecent = std::min_element(GoalFields.begin(), GoalFields.end(),
+                                                  [](const CachedField& a, const CachedField& b)
+                                                  { return a.LastUse < b.LastUse; });
+        BuildingField = static_cast<std::size_t>(leastRecent - GoalFields.begin());
+    }
+    CachedField& slot = GoalFields[BuildingField];
+    slot.Field.BeginBuild(Grid, GoalCell);
+    slot.LastUse = ++FieldUseCounter;
 }
 
-void RoutePlanner::AppendSearchPath(std::int32_t EndCell)
+void RoutePlanner::AppendSearchPath(std::int32_t LastCell)
 {
     const std::size_t first = CellPath.size();
-    for (std::int32_t cell = EndCell; cell >= 0; cell = Parent[cell])
+    for (std::int32_t cell = LastCell; cell >= 0; cell = Parent[cell])
         CellPath.push_back(cell);
     std::reverse(CellPath.begin() + static_cast<std::ptrdiff_t>(first), CellPath.end());
 }
 
 std::int32_t RoutePlanner::DescendField(const DriveabilityGrid& Grid, const GoalDistanceField& Field,
-                                        std::int32_t StartCell, std::int32_t GoalCell, std::uint32_t StopCost)
+                                        std::uint32_t StopCost)
 {
     const int width = Grid.GetWidth();
     const int goalX = GoalCell % width, goalZ = GoalCell / width;
@@ -172,50 +245,64 @@ std::int32_t RoutePlanner::DescendField(const DriveabilityGrid& Grid, const Goal
     return cell;
 }
 
-std::int32_t RoutePlanner::FindCellPath(const DriveabilityGrid& Grid, std::int32_t StartCell,
-                                        std::int32_t GoalCell)
+bool RoutePlanner::ConnectsRequest(const GoalDistanceField& Field) const
 {
-    constexpr std::size_t Unlimited = static_cast<std::size_t>(-1);
-    CellPath.clear();
     // A field guides only when it reaches both ends: otherwise they may lie in different regions.
-    const auto bConnects = [&](const GoalDistanceField& Field)
-    {
-        return Field.GetCost(GoalCell) != RouteStepCost::Unreached &&
-               Field.GetCost(StartCell) != RouteStepCost::Unreached;
-    };
-    // Down the field to the goal's surroundings (all the way when the field is the goal's own),
-    // then a short search for the last leg.
-    const auto followField = [&](const GoalDistanceField& Field)
-    {
-        const bool bOwnField = Field.GetSourceCell() == GoalCell;
-        const std::uint32_t stopCost = bOwnField ? 0u : LocalLegCells * RouteStepCost::Straight;
-        const std::int32_t nearGoal = DescendField(Grid, Field, StartCell, GoalCell, stopCost);
-        if (nearGoal == GoalCell)
-            return GoalCell;
-        CellPath.pop_back(); // the last leg's search starts at this cell again
-        const std::int32_t endCell = Search(Grid, nearGoal, GoalCell, Unlimited);
-        AppendSearchPath(endCell);
-        return endCell;
-    };
+    return Field.GetCost(GoalCell) != RouteStepCost::Unreached &&
+           Field.GetCost(StartCell) != RouteStepCost::Unreached;
+}
 
-    if (const GoalDistanceField* pField = FindGoalField(Grid, GoalCell); pField && bConnects(*pField))
-        return followField(*pField);
-    const int width = Grid.GetWidth();
-    const std::uint32_t straight =
-        RouteStepCost::Estimate(StartCell % width, StartCell / width, GoalCell % width, GoalCell / width);
-    const std::size_t budget =
-        static_cast<std::size_t>(straight / RouteStepCost::Straight) * ExpansionsPerCellOfDistance +
-        ExpansionAllowance;
-    std::int32_t endCell = Search(Grid, StartCell, GoalCell, budget);
-    if (endCell < 0)
+void RoutePlanner::FollowField(const DriveabilityGrid& Grid, const GoalDistanceField& Field)
+{
+    const bool bOwnField = Field.GetSourceCell() == GoalCell;
+    const std::uint32_t stopCost = bOwnField ? 0u : LocalLegCells * RouteStepCost::Straight;
+    const std::int32_t nearGoal = DescendField(Grid, Field, stopCost);
+    if (nearGoal == GoalCell)
     {
-        const GoalDistanceField& field = BuildGoalField(Grid, GoalCell);
-        if (bConnects(field))
-            return followField(field);
-        endCell = Search(Grid, StartCell, GoalCell, Unlimited); // unreachable: the nearest cell
+        EndCell = GoalCell;
+        Stage = PlanStage::Finish;
+        return;
     }
-    AppendSearchPath(endCell);
-    return endCell;
+    CellPath.pop_back(); // the last leg's search starts at this cell again
+    StartSearch(Grid, nearGoal, GoalCell, Unlimited);
+    Stage = PlanStage::Search;
+}
+
+bool RoutePlanner::RunStages(const DriveabilityGrid& Grid, std::size_t& CellBudget)
+{
+    while (Stage != PlanStage::Finish)
+    {
+        if (Stage == PlanStage::FieldBuild)
+        {
+            GoalDistanceField& field = GoalFields[BuildingField].Field;
+            if (!field.ContinueBuild(Grid, CellBudget))
+                return false;
+            if (ConnectsRequest(field))
+            {
+                FollowField(Grid, field);
+                continue;
+            }
+            // Unreachable: search for the nearest cell, which ends the search once found.
+            StartSearch(Grid, StartCell, GoalCell, Unlimited);
+            StopEstimate = FindNearestRegionEstimate(Grid, StartCell, GoalCell);
+            Stage = PlanStage::Search;
+            continue;
+        }
+        const std::int32_t cell = ResumeSearch(Grid, CellBudget);
+        if (cell == SearchPaused)
+            return false;
+        if (cell == SearchGaveUp)
+        {
+            // Only the first search has a limit: a goal field guides the route instead.
+            StartGoalField(Grid);
+            Stage = PlanStage::FieldBuild;
+            continue;
+        }
+        AppendSearchPath(cell);
+        EndCell = cell;
+        Stage = PlanStage::Finish;
+    }
+    return true;
 }
 
 bool RoutePlanner::HasClearLine(const DriveabilityGrid& Grid, double FromX, double FromZ, double ToX,
@@ -271,28 +358,80 @@ bool RoutePlanner::HasClearLine(const DriveabilityGrid& Grid, double FromX, doub
     return cellX == endX && cellZ == endZ;
 }
 
+bool RoutePlanner::BeginRoute(const DriveabilityGrid& Grid, const Vec3D& From, const Vec3D& To)
+{
+    CancelRoute();
+    if (!Grid.IsBuilt() || !IsFinite(From) || !IsFinite(To) ||
+        !Grid.FindNearestDriveable(From.X, From.Z, StartX, StartZ) ||
+        !Grid.FindNearestDriveable(To.X, To.Z, GoalX, GoalZ))
+        return false;
+    bStartMoved = StartX != From.X || StartZ != From.Z;
+    RequestFrom = From;
+    RequestTo = To;
+    RequestGridRevision = Grid.GetRevision();
+
+    int startCellX = 0, startCellZ = 0, goalCellX = 0, goalCellZ = 0;
+    Grid.FindCell(StartX, StartZ, startCellX, startCellZ);
+    Grid.FindCell(GoalX, GoalZ, goalCellX, goalCellZ);
+    const int width = Grid.GetWidth();
+    StartCell = startCellZ * width + startCellX;
+    GoalCell = goalCellZ * width + goalCellX;
+    CellPath.clear();
+    if (const GoalDistanceField* pField = FindGoalField(Grid); pField && ConnectsRequest(*pField))
+    {
+        FollowField(Grid, *pField);
+        return true;
+    }
+    // Open ground takes a plain search; one that runs long is redone down a goal field.
+    const std::uint32_t straight = RouteStepCost::Estimate(startCellX, startCellZ, goalCellX, goalCellZ);
+    StartSearch(Grid, StartCell, GoalCell,
+                static_cast<std::size_t>(straight / RouteStepCost::Straight) * ExpansionsPerCellOfDistance +
+                    ExpansionAllowance);
+    Stage = PlanStage::Search;
+    return true;
+}
+
+bool RoutePlanner::ContinueRoute(const DriveabilityGrid& Grid, const SpringMapRenderer& Map,
+                                 std::size_t& CellBudget, std::vector<Vec3D>& Route)
+{
+    if (Stage == PlanStage::Idle || !RunStages(Grid, CellBudget))
+        return false;
+    WriteRoute(Grid, Map, Route);
+    Stage = PlanStage::Idle;
+    return true;
+}
+
+void RoutePlanner::CancelRoute()
+{
+    // A half-built field must not guide a later route.
+    if (Stage == PlanStage::FieldBuild)
+        GoalFields.erase(GoalFields.begin() + static_cast<std::ptrdiff_t>(BuildingField));
+    Stage = PlanStage::Idle;
+}
+
+bool RoutePlanner::IsPlanning(const DriveabilityGrid& Grid, const Vec3D& From, const Vec3D& To) const
+{
+    return Stage != PlanStage::Idle && Grid.GetRevision() == RequestGridRevision && From.X == RequestFrom.X &&
+           From.Z == RequestFrom.Z && To.X == RequestTo.X && To.Z == RequestTo.Z;
+}
+
 bool RoutePlanner::PlanRoute(const DriveabilityGrid& Grid, const SpringMapRenderer& Map, const Vec3D& From,
                              const Vec3D& To, std::vector<Vec3D>& Route)
 {
-    if (!Grid.IsBuilt() || !IsFinite(From) || !IsFinite(To))
-        return false;
-    double startX = From.X, startZ = From.Z, goalX = To.X, goalZ = To.Z;
-    if (!Grid.FindNearestDriveable(From.X, From.Z, startX, startZ) ||
-        !Grid.FindNearestDriveable(To.X, To.Z, goalX, goalZ))
-        return false;
-    const bool bStartMoved = startX != From.X || startZ != From.Z;
+    std::size_t unlimited = Unlimited;
+    return BeginRoute(Grid, From, To) && ContinueRoute(Grid, Map, unlimited, Route);
+}
 
-    int startCellX = 0, startCellZ = 0, goalCellX = 0, goalCellZ = 0;
-    Grid.FindCell(startX, startZ, startCellX, startCellZ);
-    Grid.FindCell(goalX, goalZ, goalCellX, goalCellZ);
+void RoutePlanner::WriteRoute(const DriveabilityGrid& Grid, const SpringMapRenderer& Map,
+                              std::vector<Vec3D>& Route)
+{
     const int width = Grid.GetWidth();
-    const std::int32_t goalCell = goalCellZ * width + goalCellX;
-    const std::int32_t endCell = FindCellPath(Grid, startCellZ * width + startCellX, goalCell);
-    if (endCell != goalCell)
+    double goalX = GoalX, goalZ = GoalZ;
+    if (EndCell != GoalCell)
     {
         // Unreachable: end in the middle of the reachable cell nearest to the goal.
-        goalX = Grid.GetCellCentreX(endCell % width);
-        goalZ = Grid.GetCellCentreZ(endCell / width);
+        goalX = Grid.GetCellCentreX(EndCell % width);
+        goalZ = Grid.GetCellCentreZ(EndCell / width);
     }
 
     // The start, its cell's centre, the cells where the path turns, the goal cell's centre and the
@@ -306,7 +445,7 @@ bool RoutePlanner::PlanRoute(const DriveabilityGrid& Grid, const SpringMapRender
                               CellPath[i] / width - CellPath[i - 1] / width);
     };
     Corners.clear();
-    Corners.emplace_back(startX, 0.0, startZ);
+    Corners.emplace_back(StartX, 0.0, StartZ);
     Corners.push_back(cellCentre(CellPath.front()));
     for (std::size_t i = 1; i + 1 < CellPath.size(); ++i)
         if (stepOf(i) != stepOf(i + 1))
@@ -331,5 +470,4 @@ bool RoutePlanner::PlanRoute(const DriveabilityGrid& Grid, const SpringMapRender
     for (Vec3D& point : route)
         point.Y = Map.GetTerrainHeight(static_cast<float>(point.X), static_cast<float>(point.Z));
     Route = std::move(route);
-    return true;
 }

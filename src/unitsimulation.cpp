@@ -11,12 +11,14 @@
 
 namespace
 {
-// Route searches one step may run; the rest wait a step, so ordering every vehicle at once spreads
-// its cost over a few frames instead of stalling one.
+// Routes one step may finish; the rest wait a step, so ordering every vehicle at once spreads its
+// cost over a few frames instead of stalling one.
 constexpr int MaxRoutePlansPerStep = 256;
-// These many run in every step whatever they cost, so a small order is planned in the step after it
-// on any machine, and the planning always moves on.
-constexpr int MinRoutePlansPerStep = 16;
+// Cells searched between looks at the clock: a fraction of a millisecond.
+constexpr std::size_t PlanCellsPerSlice = 512;
+// Cells searched in every step whatever they cost, so a small order is planned in the step after
+// it on any machine, and the planning always moves on.
+constexpr std::size_t MinPlanCellsPerStep = 4096;
 // A hitch longer than this is not caught up: units would jump across steep ground.
 constexpr double MaxStepSec = 0.25;
 
@@ -47,26 +49,82 @@ Vec3D UnitSimulation::FindDriveableWaypoint(const Vec3D& Point) const
     return SnapToDriveableGround(Map, GetDriveability(), Point);
 }
 
+struct UnitSimulation::StepPlanning
+{
+    std::chrono::steady_clock::time_point StartedAt = std::chrono::steady_clock::now();
+    double BudgetMs = 0.0;
+    int RoutesLeft = MaxRoutePlansPerStep;
+    std::size_t CellsSpent = 0;
+    bool bPlannedVehicleSeen = false; // the vehicle of the unfinished route still waits for it
+
+    bool HasTimeLeft() const
+    {
+        return CellsSpent < MinPlanCellsPerStep ||
+               std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - StartedAt)
+                       .count() <= BudgetMs;
+    }
+};
+
+void UnitSimulation::PlanRoute(VehicleUnit& Vehicle, StepPlanning& Planning)
+{
+    if (pPlannedVehicle == &Vehicle && Planner.IsPlanning(Driveability, Vehicle.Position, Vehicle.Target))
+        Planning.bPlannedVehicleSeen = true;
+    else
+    {
+        if (pPlannedVehicle == &Vehicle)
+        {
+            Planner.CancelRoute(); // a new order since the route was begun
+            pPlannedVehicle = nullptr;
+        }
+        if (Planner.IsPlanning() || Planning.RoutesLeft == 0 || !Planning.HasTimeLeft())
+            return;
+        --Planning.RoutesLeft;
+        if (!Planner.BeginRoute(Driveability, Vehicle.Position, Vehicle.Target))
+        {
+            // Without a map to plan on, the vehicle heads straight for its goal.
+            Vehicle.TakeRoute({Vehicle.Target}, Driveability.GetRevision());
+            return;
+        }
+        pPlannedVehicle = &Vehicle;
+        Planning.bPlannedVehicleSeen = true;
+    }
+    while (Planning.HasTimeLeft())
+    {
+        std::size_t cells = PlanCellsPerSlice;
+        const bool bDone = Planner.ContinueRoute(Driveability, Map, cells, PlannedRoute);
+        Planning.CellsSpent += PlanCellsPerSlice - cells;
+        if (bDone)
+        {
+            Vehicle.TakeRoute(std::move(PlannedRoute), Driveability.GetRevision());
+            pPlannedVehicle = nullptr;
+            return;
+        }
+    }
+}
+
 void UnitSimulation::Step(double dtSec)
 {
     if (!(dtSec > 0.0) || !std::isfinite(dtSec))
         return;
     dtSec = std::min(dtSec, MaxStepSec);
     Driveability.SyncWith(Map);
-    using Clock = std::chrono::steady_clock;
-    const Clock::time_point startedAt = Clock::now();
-    int routePlanBudget = MaxRoutePlansPerStep;
+    StepPlanning planning;
+    planning.BudgetMs = RoutePlanBudgetMs;
     for (const std::unique_ptr<VehicleUnit>& vehicle : Vehicles)
     {
         if (!vehicle)
             continue;
-        const int budgetBefore = routePlanBudget;
-        vehicle->Update(dtSec, Map, Driveability, Planner, routePlanBudget);
-        // The clock is read only after a search: stepping vehicles that just drive costs no time.
-        if (routePlanBudget < budgetBefore &&
-            MaxRoutePlansPerStep - routePlanBudget >= MinRoutePlansPerStep &&
-            std::chrono::duration<double, std::milli>(Clock::now() - startedAt).count() > RoutePlanBudgetMs)
-            routePlanBudget = 0;
+        vehicle->PrepareStep(dtSec, Driveability);
+        if (vehicle->IsWaitingForRoute())
+            PlanRoute(*vehicle, planning);
+        // A vehicle whose route is unfinished holds still, so the route starts where it stands.
+        vehicle->FinishStep(pPlannedVehicle == vehicle.get() ? 0.0 : dtSec, Map);
+    }
+    if (pPlannedVehicle && !planning.bPlannedVehicleSeen)
+    {
+        // Its vehicle left or no longer waits for it.
+        Planner.CancelRoute();
+        pPlannedVehicle = nullptr;
     }
     AirSim.Step(AirUnits, dtSec);
 }

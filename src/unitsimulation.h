@@ -23,9 +23,11 @@ class UnitSimulation
 
     // Advances vehicles and aircraft by dtSec seconds; the application calls it once per frame.
     // Vehicles waiting for a route are planned in order until the step has spent RoutePlanBudgetMs
-    // (a few searches always run); the others keep waiting, and start when their route arrives.
+    // (a little planning always runs); a route still unfinished then is carried on in the next step
+    // while its vehicle holds still, and the others keep driving their old routes and start when
+    // their new one arrives.
     void Step(double dtSec);
-    // Infinite: the number of searches alone spreads an order over steps, so a run of a fixed number
+    // Infinite: the number of routes alone spreads an order over steps, so a run of a fixed number
     // of frames comes out the same on any machine. The interactive loop sets a budget that keeps a
     // frame smooth on software GL.
     double RoutePlanBudgetMs = std::numeric_limits<double>::infinity();
@@ -41,11 +43,19 @@ class UnitSimulation
     RoutePlanner& GetRoutePlanner() { return Planner; }
 
   private:
+    // What one step has spent on planning.
+    struct StepPlanning;
+    // Plans Vehicle's route, or carries on with its unfinished one, while the step has time left;
+    // waits while another vehicle's route is unfinished.
+    void PlanRoute(VehicleUnit& Vehicle, StepPlanning& Planning);
+
     const SpringMapRenderer& Map;
     std::vector<std::unique_ptr<VehicleUnit>>& Vehicles;
     std::vector<std::unique_ptr<AirUnit>>& AirUnits;
     // Cached per map; mutable so the const waypoint search can refresh it.
     mutable DriveabilityGrid Driveability;
     RoutePlanner Planner;
+    const VehicleUnit* pPlannedVehicle = nullptr; // whose route Planner has unfinished
+    std::vector<Vec3D> PlannedRoute;
     AirSimSystem AirSim;
 };

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include "heading.h"
 
@@ -12,6 +13,11 @@ constexpr double MaxDriveStepSec = 0.05;
 // Distance at which a route point counts as reached: a turning point, and the route's end.
 constexpr double PassDistanceWorld = 2.0;
 constexpr double ArrivalDistanceWorld = 0.5;
+
+double SanitizeStepSec(double dtSec)
+{
+    return dtSec > 0.0 && std::isfinite(dtSec) ? dtSec : 0.0;
+}
 } // namespace
 
 void VehicleUnit::SetWaypoint(const Vec3D& Goal)
@@ -42,21 +48,31 @@ void VehicleUnit::ClearOrders()
     RouteIndex = 0;
 }
 
-void VehicleUnit::Update(double dtSec, const SpringMapRenderer& Map, const DriveabilityGrid& Grid,
-                         RoutePlanner& Planner, int& RoutePlanBudget)
+void VehicleUnit::PrepareStep(double dtSec, const DriveabilityGrid& Grid)
 {
-    if (!(dtSec > 0.0) || !std::isfinite(dtSec))
-        dtSec = 0.0;
-    RouteRefreshCooldown = std::max(0.0f, RouteRefreshCooldown - static_cast<float>(dtSec));
+    RouteRefreshCooldown = std::max(0.0f, RouteRefreshCooldown - static_cast<float>(SanitizeStepSec(dtSec)));
     if (bHasTarget && Grid.GetRevision() != RouteGridRevision)
         bNeedsRouteRefresh = true; // the map changed under the route
-    if (bHasTarget && bNeedsRouteRefresh && RouteRefreshCooldown <= 0.0f && RoutePlanBudget > 0)
-    {
-        --RoutePlanBudget;
-        RefreshRoute(Map, Grid, Planner);
-    }
+}
+
+bool VehicleUnit::IsWaitingForRoute() const
+{
+    return bHasTarget && bNeedsRouteRefresh && RouteRefreshCooldown <= 0.0f;
+}
+
+void VehicleUnit::TakeRoute(std::vector<Vec3D>&& PlannedRoute, std::uint32_t GridRevision)
+{
+    Route = std::move(PlannedRoute);
+    RouteIndex = 0;
+    RouteGridRevision = GridRevision;
+    bNeedsRouteRefresh = false;
+    RouteRefreshCooldown = RouteRefreshIntervalSec;
+}
+
+void VehicleUnit::FinishStep(double dtSec, const SpringMapRenderer& Map)
+{
     if (bHasTarget)
-        Drive(dtSec);
+        Drive(SanitizeStepSec(dtSec));
     if (bHasTarget && !bNeedsRouteRefresh && RouteIndex >= Route.size())
         TakeNextGoal();
     if (Map.IsLoaded())
@@ -65,18 +81,6 @@ void VehicleUnit::Update(double dtSec, const SpringMapRenderer& Map, const Drive
         Position.Z = std::clamp(Position.Z, 0.0, static_cast<double>(Map.GetWorldDepth()));
         Position.Y = Map.GetTerrainHeight(static_cast<float>(Position.X), static_cast<float>(Position.Z));
     }
-}
-
-void VehicleUnit::RefreshRoute(const SpringMapRenderer& Map, const DriveabilityGrid& Grid,
-                               RoutePlanner& Planner)
-{
-    // Without a map to plan on, the vehicle heads straight for its goal.
-    if (!Planner.PlanRoute(Grid, Map, Position, Target, Route))
-        Route.assign(1, Target);
-    RouteIndex = 0;
-    RouteGridRevision = Grid.GetRevision();
-    bNeedsRouteRefresh = false;
-    RouteRefreshCooldown = RouteRefreshIntervalSec;
 }
 
 void VehicleUnit::Drive(double dtSec)

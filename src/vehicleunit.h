@@ -6,7 +6,6 @@
 #include <vector>
 
 #include "driveabilitygrid.h"
-#include "routeplanner.h"
 #include "springmap_renderer.h"
 #include "vec3d.h"
 
@@ -27,11 +26,16 @@ class VehicleUnit
     // Drops every goal and the route: the vehicle stops where it is.
     void ClearOrders();
 
-    // One simulation step: plans the route when a new goal asks for one (spending one unit of
-    // RoutePlanBudget, and waiting for a later step when it is spent), drives along the route and
-    // takes the next queued goal on arrival. Non-finite or negative times count as zero.
-    void Update(double dtSec, const SpringMapRenderer& Map, const DriveabilityGrid& Grid,
-                RoutePlanner& Planner, int& RoutePlanBudget);
+    // One simulation step in two halves, with the route planning between them. PrepareStep runs the
+    // replan cooldown and notices a new grid under the route; FinishStep drives along the route
+    // (the old one while a new one is awaited) and takes the next queued goal on arrival.
+    // Non-finite or negative times count as zero.
+    void PrepareStep(double dtSec, const DriveabilityGrid& Grid);
+    void FinishStep(double dtSec, const SpringMapRenderer& Map);
+    // True when the target needs a route and the replan cooldown has run out.
+    bool IsWaitingForRoute() const;
+    // Drives PlannedRoute (points after the current position) from now on.
+    void TakeRoute(std::vector<Vec3D>&& PlannedRoute, std::uint32_t GridRevision);
 
     std::deque<Vec3D> WaypointQueue; // goals after the current target
     Vec3D Target;
@@ -47,7 +51,6 @@ class VehicleUnit
     std::uint32_t RouteGridRevision = 0; // the grid the route was planned on
 
   private:
-    void RefreshRoute(const SpringMapRenderer& Map, const DriveabilityGrid& Grid, RoutePlanner& Planner);
     void Drive(double dtSec);
     void TakeNextGoal();
 };

@@ -8,6 +8,7 @@
 
 #include "test_app.h"
 #include "test_units_terrain.h"
+#include "unitsimulation.h"
 #include "vehicleunit.h"
 
 namespace
@@ -16,26 +17,20 @@ using namespace unitterrain;
 
 constexpr double FrameSec = 1.0 / 60.0;
 
-// A vehicle on a map with everything it needs to update.
+// One vehicle on a flat map, stepped by the unit simulation.
 struct DriveWorld
 {
     SpringMapRenderer Map;
-    DriveabilityGrid Grid;
-    RoutePlanner Planner;
-    VehicleUnit Vehicle;
+    std::vector<std::unique_ptr<VehicleUnit>> Vehicles;
+    std::vector<std::unique_ptr<AirUnit>> AirUnits;
+    UnitSimulation Simulation{Map, Vehicles, AirUnits};
+    VehicleUnit& Vehicle = *Vehicles.emplace_back(std::make_unique<VehicleUnit>());
 
-    explicit DriveWorld(int Cells = 64)
+    DriveWorld()
     {
-        Map.LoadHeightGrid(Cells + 1, Cells + 1, SquareSize,
-                           std::vector<float>(static_cast<std::size_t>(Cells + 1) * (Cells + 1), 0.0f));
-        Sync();
+        Map.LoadHeightGrid(65, 65, SquareSize, std::vector<float>(65 * 65, 0.0f));
     }
-    void Sync() { Grid.SyncWith(Map); }
-    void Step(double dtSec = FrameSec)
-    {
-        int budget = 1;
-        Vehicle.Update(dtSec, Map, Grid, Planner, budget);
-    }
+    void Step(double dtSec = FrameSec) { Simulation.Step(dtSec); }
 };
 
 TEST(VehicleDriving, StraightLegCoversSpeedTimesTimeThenStopsAtTheGoal)
@@ -86,29 +81,6 @@ TEST(VehicleDriving, QueuedGoalsAreDrivenInOrder)
     v.SetWaypoint(goals[2]);
     EXPECT_TRUE(v.WaypointQueue.empty());
     EXPECT_EQ(v.Target.X, goals[2].X);
-}
-
-TEST(VehicleDriving, PlanBudgetDefersTheRestToTheNextStep)
-{
-    DriveWorld world;
-    VehicleUnit vehicles[3];
-    for (VehicleUnit& v : vehicles)
-    {
-        v.Position = Vec3D(100, 0, 100);
-        v.SetWaypoint(Vec3D(300, 0, 300));
-    }
-    int budget = 2;
-    for (VehicleUnit& v : vehicles)
-        v.Update(FrameSec, world.Map, world.Grid, world.Planner, budget);
-    EXPECT_EQ(budget, 0);
-    EXPECT_FALSE(vehicles[0].bNeedsRouteRefresh);
-    EXPECT_FALSE(vehicles[1].bNeedsRouteRefresh);
-    EXPECT_TRUE(vehicles[2].bNeedsRouteRefresh);
-    EXPECT_EQ(vehicles[2].Position.X, 100.0) << "no route, no motion";
-    budget = 2;
-    vehicles[2].Update(FrameSec, world.Map, world.Grid, world.Planner, budget);
-    EXPECT_FALSE(vehicles[2].bNeedsRouteRefresh);
-    EXPECT_EQ(budget, 1);
 }
 
 TEST(VehicleDriving, BadTimeStepsChangeNothing)
