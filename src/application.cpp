@@ -34,7 +34,7 @@ bool Application::Start(const AppOptions& Options, std::string& Error)
         return false;
     Window.pMetrics = &Metrics;
     Renderer.pTTF = &Font;
-    Viewport.SpringMap.bDecodeGroundWhenItFits = IsSoftwareGLRenderer();
+    Viewport.SpringMap.bForSoftwareGL = IsSoftwareGLRenderer();
     CoreServices = Core{&CoreSdl, &Renderer, &MouseState, &App};
     p = &CoreServices;
 

@@ -173,7 +173,7 @@ bool SpringMapRenderer::Render(const float* ViewProj4x4ColumnMajor)
     source.MinHeight = LowestHeight;
     source.MaxHeight = HighestHeight;
     source.bAllowCompressedUpload = bAllowCompressedUpload;
-    source.bDecodeGroundWhenItFits = bDecodeGroundWhenItFits;
+    source.bForSoftwareGL = bForSoftwareGL;
     source.LodErrorPx = LodErrorPx;
     source.pShading = &Shading;
     source.pTextures = &Textures;

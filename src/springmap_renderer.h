@@ -70,9 +70,11 @@ class SpringMapRenderer
     int IndexCount = 0;
     // Off: decode the ground on the CPU even where the driver has S3TC. Takes effect on the next upload.
     bool bAllowCompressedUpload = true;
-    // On: the ground is decoded on the CPU anyway when its finest level fits the decoded budget, as
-    // software GL pays for decoding a compressed texel on every sample. Takes effect on the next upload.
-    bool bDecodeGroundWhenItFits = false;
+    // On where the context runs on the CPU, which pays for every texel it fetches: the ground is
+    // decoded once at upload when its finest level fits the decoded budget, instead of a compressed
+    // texel on every sample, and sampled from the nearest mip level, not a blend of two. Takes effect
+    // on the next upload.
+    bool bForSoftwareGL = false;
     // Each patch in view is drawn with the fewest triangles whose heights stay within this many
     // pixels of the full grid's on screen; 0 or less draws every square.
     float LodErrorPx = 1.0f;

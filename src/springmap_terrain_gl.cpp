@@ -77,14 +77,14 @@ void SpringMapTerrainGL::CreateMesh(const Source& From)
 }
 
 GLuint SpringMapTerrainGL::UploadDxt1(const std::vector<const std::uint8_t*>& levels, int width, int height,
-                                      bool bCompressedUpload, std::uint64_t decodedBudgetBytes)
+                                      std::uint64_t decodedBudgetBytes, bool bNearestMip)
 {
     GLuint texture = 0;
     glGenTextures(1, &texture);
     glBindTexture(GL_TEXTURE_2D, texture);
     // Without S3TC the levels are decoded here, skipping the large ones until the RGBA copy fits.
     int first = 0;
-    if (!bCompressedUpload)
+    if (!bCompressed)
         while (first + 1 < static_cast<int>(levels.size()) &&
                static_cast<std::uint64_t>(width >> first) * (height >> first) * 4 > decodedBudgetBytes)
             ++first;
@@ -92,7 +92,7 @@ GLuint SpringMapTerrainGL::UploadDxt1(const std::vector<const std::uint8_t*>& le
     for (int level = first; level < static_cast<int>(levels.size()); ++level)
     {
         const int w = width >> level, h = height >> level;
-        if (bCompressedUpload)
+        if (bCompressed)
             // The RGBA variant: index 3 of three-colour blocks is transparent black, as the tiles expect.
             glCompressedTexImage2D(GL_TEXTURE_2D, level - first, GL_COMPRESSED_RGBA_S3TC_DXT1_EXT, w, h, 0,
                                    static_cast<GLsizei>(SpringMapDxt1::LevelBytes(w, h)), levels[level]);
@@ -106,7 +106,8 @@ GLuint SpringMapTerrainGL::UploadDxt1(const std::vector<const std::uint8_t*>& le
     }
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_BASE_LEVEL, 0);
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAX_LEVEL, static_cast<GLint>(levels.size()) - 1 - first);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_LINEAR_MIPMAP_LINEAR);
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER,
+                    bNearestMip ? GL_LINEAR_MIPMAP_NEAREST : GL_LINEAR_MIPMAP_LINEAR);
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
@@ -125,7 +126,7 @@ void SpringMapTerrainGL::CreateTextures(const Source& From)
             finestBytes += static_cast<std::uint64_t>(From.pGround->GetLevelWidthTexels(patch, 0)) *
                            From.pGround->GetLevelDepthTexels(patch, 0) * 4;
         const bool bFits = finestBytes <= From.DecodedBudgetBytes;
-        bCompressed = bCompressed && !(From.bDecodeGroundWhenItFits && bFits);
+        bCompressed = bCompressed && !(From.bForSoftwareGL && bFits);
         // Whole when it fits; else shared fairly, so the decoded copy of the ground stays within the budget.
         const std::uint64_t perPatchBudget =
             bFits ? From.DecodedBudgetBytes : From.DecodedBudgetBytes / patches.size();
@@ -135,13 +136,13 @@ void SpringMapTerrainGL::CreateTextures(const Source& From)
             for (const auto& level : patch.Levels)
                 levels.push_back(level.data());
             PatchTextures.push_back(UploadDxt1(levels, From.pGround->GetLevelWidthTexels(patch, 0),
-                                               From.pGround->GetLevelDepthTexels(patch, 0), bCompressed,
-                                               perPatchBudget));
+                                               From.pGround->GetLevelDepthTexels(patch, 0), perPatchBudget,
+                                               From.bForSoftwareGL));
         }
     }
     else if (From.pMinimap && !From.pMinimap->empty())
     {
-        bCompressed = bCompressed && !From.bDecodeGroundWhenItFits; // 4 MiB decoded
+        bCompressed = bCompressed && !From.bForSoftwareGL; // 4 MiB decoded
         std::vector<const std::uint8_t*> levels;
         std::uint64_t offset = 0;
         for (int size = 1024; size >= 4; size /= 2)
@@ -149,7 +150,7 @@ void SpringMapTerrainGL::CreateTextures(const Source& From)
             levels.push_back(From.pMinimap->data() + offset);
             offset += SpringMapDxt1::LevelBytes(size, size);
         }
-        MinimapTexture = UploadDxt1(levels, 1024, 1024, bCompressed, From.DecodedBudgetBytes);
+        MinimapTexture = UploadDxt1(levels, 1024, 1024, From.DecodedBudgetBytes, From.bForSoftwareGL);
     }
     if (From.pTextures)
         GroundTextures.Upload(*From.pTextures);

@@ -34,7 +34,7 @@ class SpringMapTerrainGL
         const std::vector<std::uint8_t>* pMinimap = nullptr; // DXT1 1024x1024 with mips, or empty
         float MinHeight = 0.0f, MaxHeight = 1.0f;            // for the ramp when nothing else is there
         bool bAllowCompressedUpload = true;
-        bool bDecodeGroundWhenItFits = false; // see SpringMapRenderer::bDecodeGroundWhenItFits
+        bool bForSoftwareGL = false; // see SpringMapRenderer::bForSoftwareGL
         std::uint64_t DecodedBudgetBytes = 128ull << 20;
         float LodErrorPx = 1.0f;                                  // see SpringMapRenderer::LodErrorPx
         const TerrainShading* pShading = nullptr;                 // null: the engine's default light, no fog
@@ -54,8 +54,9 @@ class SpringMapTerrainGL
     bool CreateProgram(const std::string& Defines);
     void CreateMesh(const Source& From);
     void CreateTextures(const Source& From);
+    // Compressed or decoded as bCompressed says.
     GLuint UploadDxt1(const std::vector<const std::uint8_t*>& levels, int width, int height,
-                      bool bCompressedUpload, std::uint64_t decodedBudgetBytes);
+                      std::uint64_t decodedBudgetBytes, bool bNearestMip);
 
     GLuint Program = 0, Vao = 0, Vbo = 0, Ibo = 0;
     std::string ProgramDefines; // what Program was built with

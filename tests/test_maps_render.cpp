@@ -148,7 +148,7 @@ TEST_F(MapRender, CompressedAndDecodedGroundAgree)
         EXPECT_FALSE(terrain.UsedCompressedUpload()) << path;
         terrain.ReleaseGL();
         // As on software GL: a ground that fits the decoded budget is decoded though S3TC is there.
-        terrain.bAllowCompressedUpload = terrain.bDecodeGroundWhenItFits = true;
+        terrain.bAllowCompressedUpload = terrain.bForSoftwareGL = true;
         Draw(terrain, TopDownView(terrain), std::string("fits_decoded_") + path);
         EXPECT_FALSE(terrain.UsedCompressedUpload()) << path;
         terrain.ReleaseGL();
