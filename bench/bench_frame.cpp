@@ -214,6 +214,7 @@ void BM_Frame(benchmark::State& state)
     const double terrainOnlyMs = MeasureTerrainOnlyMs(*app, PartFrames);
     state.counters["terrain_only_ms"] = terrainOnlyMs;
     state.counters["whole_over_terrain"] = wholeMs / terrainOnlyMs;
+    state.counters["terrain_triangles"] = static_cast<double>(view.SpringMap.GetDrawnTriangles());
     state.counters["gpu_queries"] = timer.UsesGpuQueries() ? 1 : 0;
 }
 // 0: the default map, 1: Blank16, 2: the default map with 2,000 vehicles and 100 aircraft, 3: the
