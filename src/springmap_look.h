@@ -22,7 +22,8 @@ struct SpringMapLook
     Colour WaterAbsorb{0.0f, 0.0f, 0.0f};
     Colour WaterBase{0.0f, 0.0f, 0.0f};
     Colour WaterMin{0.0f, 0.0f, 0.0f};
-    // The sharpest highlight a specular texture's full alpha asks for.
+    // A specular texture's highlight: its colour, and the sharpest one its full alpha asks for.
+    Colour GroundSpecular{0.1f, 0.1f, 0.1f};
     float SpecularExponent = 100.0f;
     // Detail splatting: world units to texture repeats, and strength, for each of the 4 channels.
     std::array<float, 4> SplatTexScales{0.02f, 0.02f, 0.02f, 0.02f};

@@ -385,6 +385,7 @@ struct ResultReader
                             look.SunDir = sunDir;
                         ReadList(table, path, "groundAmbientColor", look.GroundAmbient);
                         ReadList(table, path, "groundDiffuseColor", look.GroundDiffuse);
+                        ReadList(table, path, "groundSpecularColor", look.GroundSpecular);
                         ReadNumber(table, path, "specularExponent", 0.0f, 1e4f, look.SpecularExponent);
                     });
         ReadSection(root, "atmosphere",

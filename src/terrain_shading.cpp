@@ -53,6 +53,7 @@ uniform vec2 MapExtent;
 uniform vec4 SplatScales;
 uniform vec4 SplatMults;
 uniform float SpecularExponent;
+uniform vec3 GroundSpecular;
 out vec4 Colour;
 
 const float IntensityMult = 210.0 / 255.0;
@@ -82,13 +83,14 @@ vec3 DetailOffset()
 #endif
 }
 
-// Blinn-Phong towards the sun: the texture's colour, its alpha scaling the map's exponent.
+// Blinn-Phong towards the sun: the texture's colour tinted by the map's, its alpha scaling the map's
+// exponent.
 vec3 SpecularLight(vec3 n, float lightInt)
 {
     vec4 spec = texture(SpecularTex, WorldPos.xz / MapExtent);
     vec3 halfDir = normalize(SunDir + normalize(Eye - WorldPos));
     float exponent = max(spec.a * SpecularExponent, 1.0);
-    return lightInt > 0.0 ? spec.rgb * GroundDiffuse * pow(max(dot(n, halfDir), 0.0), exponent) : vec3(0.0);
+    return lightInt > 0.0 ? spec.rgb * GroundSpecular * pow(max(dot(n, halfDir), 0.0), exponent) : vec3(0.0);
 }
 
 vec3 AuthorColour(vec3 albedo, vec3 n, float t)

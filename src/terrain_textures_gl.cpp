@@ -22,6 +22,7 @@ void TerrainTexturesGL::Locate(GLuint Program)
     SplatScales = glGetUniformLocation(Program, "SplatScales");
     SplatMults = glGetUniformLocation(Program, "SplatMults");
     SpecularExponent = glGetUniformLocation(Program, "SpecularExponent");
+    GroundSpecular = glGetUniformLocation(Program, "GroundSpecular");
 }
 
 void TerrainTexturesGL::Upload(const std::vector<SpringMapTexture>& From)
@@ -61,6 +62,7 @@ void TerrainTexturesGL::Apply(const SpringMapLook& Look, float WorldWidth, float
     glUniform4fv(SplatScales, 1, Look.SplatTexScales.data());
     glUniform4fv(SplatMults, 1, Look.SplatTexMults.data());
     glUniform1f(SpecularExponent, Look.SpecularExponent);
+    glUniform3fv(GroundSpecular, 1, Look.GroundSpecular.data());
 }
 
 void TerrainTexturesGL::Release()

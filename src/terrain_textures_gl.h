@@ -38,5 +38,5 @@ class TerrainTexturesGL
     };
     GLuint Textures[SlotCount] = {};
     GLint Samplers[SlotCount] = {-1, -1, -1, -1};
-    GLint MapExtent = -1, SplatScales = -1, SplatMults = -1, SpecularExponent = -1;
+    GLint MapExtent = -1, SplatScales = -1, SplatMults = -1, SpecularExponent = -1, GroundSpecular = -1;
 };

@@ -275,9 +275,13 @@ TEST_F(MapLookTest, ResourceTexturesShapeTheGroundAndMissingOnesAreWarnings)
     SKIP_WITHOUT_MAPS();
     const ScratchDir scratch;
     // Sun and eye straight above: flat ground faces the highlight, steep ground does not.
-    const std::string common = "lighting = {sunDir = {0, 1, 0}}, splats = {texMults = {1, 1, 0, 0}}, ";
+    const auto common = [](const char* lighting)
+    {
+        return std::string("lighting = {sunDir = {0, 1, 0}, ") + lighting +
+               "}, splats = {texMults = {1, 1, 0, 0}}, ";
+    };
     const Vec3D eye{512.0, 3000.0, 512.0};
-    Load(CopyBlueprint(scratch.Path / "plain", "return {" + common + "}"));
+    Load(CopyBlueprint(scratch.Path / "plain", "return {" + common("") + "}"));
     const Image plain = Draw({.bWater = false}, TopDown(), eye);
     // Two-texel textures repeat every 50 units: texel 0 shows in the first half, texel 1 in the second.
     const auto first = [](float x) { return std::fmod(x, 50.0f) > 6.0f && std::fmod(x, 50.0f) < 19.0f; };
@@ -292,7 +296,7 @@ TEST_F(MapLookTest, ResourceTexturesShapeTheGroundAndMissingOnesAreWarnings)
                                     redGreen = {255, 0, 0, 0, 0, 255, 0, 0};
     using Where = std::function<bool(float, float)>;
     // clang-format off
-    struct Case { const char* Resources; std::vector<std::pair<std::string, std::vector<std::uint8_t>>> Files; Where Lighter, Darker, Same; std::vector<std::string> Warnings; };
+    struct Case { const char* Resources; std::vector<std::pair<std::string, std::vector<std::uint8_t>>> Files; Where Lighter, Darker, Same; std::vector<std::string> Warnings; const char* Lighting = ""; };
     const Case cases[] = {
         {"detailTex = 'D.tga'", {{"d.tga", TgaBytes(2, 1, whiteBlack)}},
          [&](float x, float) { return first(x); }, [&](float x, float) { return second(x); }, {}, {}},
@@ -302,7 +306,9 @@ TEST_F(MapLookTest, ResourceTexturesShapeTheGroundAndMissingOnesAreWarnings)
          [&](float x, float) { return (x < 256 && second(x)) || (x > 768 && first(x)); }, {}, {}},
         {"specularTex = 's.tga'", {{"s.tga", TgaBytes(2, 1, whiteBlack)}},
          [&](float x, float z) { return x < 256 && rise(x, z) < 0.05f; }, {},
-         [&](float x, float z) { return x > 768 || rise(x, z) > 0.6f; }, {}},
+         [&](float x, float z) { return x > 768 || rise(x, z) > 0.6f; }, {}, "groundSpecularColor = {0.5, 0.5, 0.5}"},
+        {"specularTex = 's.tga'", {{"s.tga", TgaBytes(2, 1, whiteBlack)}}, {}, {}, [](float, float) { return true; }, {},
+         "groundSpecularColor = {0, 0, 0}"},
         {"detailTex = 'gone.dds', specularTex = 'bad.dds'", {{"bad.dds", {'D', 'D', 'S', ' '}}},
          {}, {}, [](float, float) { return true; },
          {"maps/gone.dds: detailTex not found; the ground is drawn without it",
@@ -311,8 +317,9 @@ TEST_F(MapLookTest, ResourceTexturesShapeTheGroundAndMissingOnesAreWarnings)
     // clang-format on
     for (const Case& c : cases)
     {
-        const auto root = CopyBlueprint(scratch.Path / std::to_string(&c - cases),
-                                        "return {" + common + "resources = {" + c.Resources + "}}");
+        const auto root =
+            CopyBlueprint(scratch.Path / std::to_string(&c - cases),
+                          "return {" + common(c.Lighting) + "resources = {" + c.Resources + "}}");
         for (const auto& [name, bytes] : c.Files)
             WriteBytes(root / "maps" / name, bytes);
         Load(root);
