@@ -13,6 +13,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
@@ -1002,19 +1003,29 @@ bool GLViewport::SelectUnitsInBand(const std::vector<VehicleUnit*>& vehicles, do
 
     const BandEdges band(corners);
     // Every vehicle is an allocation of its own, so each test would wait on memory: the position a
-    // few vehicles ahead is asked for early (both ends, as it may straddle a cache line).
+    // few vehicles ahead is asked for early (both ends, as it may straddle a cache line). Whether a
+    // vehicle lies inside is unpredictable, so 64 verdicts are gathered into a word without a
+    // branch, and only the vehicles inside are then marked, in order.
     constexpr std::size_t PrefetchAhead = 16;
+    constexpr std::size_t WordBits = 64;
     const std::size_t count = vehicles.size();
-    for (std::size_t i = 0; i < count; ++i)
+    for (std::size_t first = 0; first < count; first += WordBits)
     {
-        if (i + PrefetchAhead < count)
+        const std::size_t end = std::min(count, first + WordBits);
+        std::uint64_t inside = 0;
+        for (std::size_t i = first; i < end; ++i)
         {
-            const Vec3D& ahead = vehicles[i + PrefetchAhead]->Position;
-            __builtin_prefetch(&ahead.X);
-            __builtin_prefetch(&ahead.Z);
+            if (i + PrefetchAhead < count)
+            {
+                const Vec3D& ahead = vehicles[i + PrefetchAhead]->Position;
+                __builtin_prefetch(&ahead.X);
+                __builtin_prefetch(&ahead.Z);
+            }
+            inside |= static_cast<std::uint64_t>(band.Contains(vehicles[i]->Position)) << (i - first);
         }
-        if (band.Contains(vehicles[i]->Position))
+        for (; inside != 0; inside &= inside - 1)
         {
+            const std::size_t i = first + static_cast<std::size_t>(std::countr_zero(inside));
             VehicleSelectionMask[i] = true;
             LastSelectedVehicleIndex = static_cast<int>(i);
         }
