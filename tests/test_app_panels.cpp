@@ -115,6 +115,12 @@ TEST_F(AppPanels, KeysShowAndHidePanelsSwitchTheEffectAndQuit)
         Push(event);
         EXPECT_FALSE(Frame()) << "event " << quit;
     }
+    // --water off, --features off and --view metal reach the map's display.
+    AppOptions options;
+    options.bWater = options.bFeatures = false, options.AuthorViewIndex = 3;
+    HeadlessApp::Start(options);
+    const auto& display = View().MapDisplay;
+    EXPECT_TRUE(!display.bWater && !display.bFeatures && display.View == AuthorView::Metal);
 }
 
 TEST_F(AppPanels, WithoutAFrameCountTheViewTurnsAndTheUnitsMoveByTheClock)
