@@ -254,6 +254,26 @@ TEST_F(AppMaps, BrowserFiltersAsYouTypeAndOpensTheChoice)
     ASSERT_TRUE(browser.IsScanDone());
     Frame();
     EXPECT_FALSE(View().bHasFocus) << "typing goes to the filter, not the view's keys";
+    // Opened over the help, the browser's 94 % fill leaves the help's text a faint shadow.
+    const auto drawn = [&](bool bHelp)
+    {
+        App->GetHelp().bVisible = bHelp;
+        App->DrawFrame();
+        return App->ReadBackBuffer();
+    };
+    drawn(false);
+    const std::vector<std::uint8_t> withHelp = drawn(true), without = drawn(false);
+    const int w = App->GetCoreSDL().Width, h = App->GetCoreSDL().Height;
+    int most = 0;
+    for (int y = h / 8; y < h * 3 / 4; ++y)
+        for (int x = w * 3 / 8; x < w * 5 / 8; ++x)
+            for (int c = 0; c < 3; ++c)
+            {
+                const std::size_t at = (static_cast<std::size_t>(y) * w + x) * 4 + c;
+                most = std::max(most, std::abs(withHelp[at] - without[at]));
+            }
+    EXPECT_GT(most, 0) << "the help lies under the browser";
+    EXPECT_LE(most, 20) << "the help's text is drawn over the browser";
     const double distance = View().CameraDistance;
     SDL_Event wheel{};
     wheel.type = SDL_EVENT_MOUSE_WHEEL, wheel.wheel.y = 3, wheel.wheel.mouse_x = 10, wheel.wheel.mouse_y = 10;
@@ -276,6 +296,7 @@ TEST_F(AppMaps, BrowserFiltersAsYouTypeAndOpensTheChoice)
     EXPECT_EQ(browser.GetChoice(), 2) << "the choice stops at the last map shown";
     Tap(SDLK_RETURN);
     EXPECT_FALSE(browser.IsOpen());
+    EXPECT_TRUE(View().bHasFocus) << "closed, the view takes its keys again";
     EXPECT_EQ(App->GetMapPath(), (Maps / "map_blueprint_v1.sdz").string());
     EXPECT_EQ(App->GetMapName(), "MAP_BLUEPRINT_V1");
     Tap(SDLK_TAB);

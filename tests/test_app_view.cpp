@@ -223,6 +223,19 @@ TEST_F(AppView, EdgeScrollingOnlyInFullscreen)
     }
 }
 
+TEST_F(AppView, ResizedWindowTakesPointerAndFrameAtItsNewSize)
+{
+    Start();
+    ASSERT_TRUE(SDL_SetWindowSize(App->GetCoreSDL().pWindow, 200, 100)) << SDL_GetError();
+    Frame();
+    Move(100, 25);
+    Button(true, SDL_BUTTON_LEFT, 100, 25);
+    Frame();
+    EXPECT_DOUBLE_EQ(View().SelectionStartX, 0.5);
+    EXPECT_DOUBLE_EQ(View().SelectionStartY, 0.25);
+    EXPECT_EQ(App->ReadBackBuffer().size(), 200u * 100u * 4u);
+}
+
 TEST(KeyCamera, SameMotionPerSecondAt30And120Hz)
 {
     sdlseam::Reset();

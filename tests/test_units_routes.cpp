@@ -85,6 +85,18 @@ void ExpectLegsDriveable(const DriveabilityGrid& grid, double fromX, double from
     }
 }
 
+// Plans a route in one slice; returns the cells the planner searched, as its budget counts them.
+std::size_t PlanCountingCells(RoutePlanner& planner, const DriveabilityGrid& grid,
+                              const SpringMapRenderer& map, const Vec3D& from, const Vec3D& to,
+                              std::vector<Vec3D>& route)
+{
+    const std::size_t budget = 1u << 30;
+    std::size_t cells = budget;
+    EXPECT_TRUE(planner.BeginRoute(grid, from, to));
+    EXPECT_TRUE(planner.ContinueRoute(grid, map, cells, route));
+    return budget - cells;
+}
+
 void LoadSingleSquare(SpringMapRenderer& map, float h00, float h10, float h01, float h11)
 {
     map.LoadHeightGrid(2, 2, SquareSize, {h00, h10, h01, h11});
@@ -170,10 +182,18 @@ TEST(RoutePlanner, ShortAndDegenerateRequests)
     EXPECT_EQ(route[0].Y, 0.0);
     EXPECT_EQ(route[0].Z, 13.0);
 
-    // Open ground: one straight leg even across many cells.
-    ASSERT_TRUE(planner.PlanRoute(grid, map, Vec3D(10, 0, 10), Vec3D(300, 0, 170), route));
+    // Open ground: one straight leg even across many cells, found by searching little more than
+    // the 36 cells along it (ties between equal totals go to the cell nearer the goal).
+    const std::size_t cells =
+        PlanCountingCells(planner, grid, map, Vec3D(10, 0, 10), Vec3D(300, 0, 170), route);
     ASSERT_EQ(route.size(), 1u);
     EXPECT_EQ(route[0].X, 300.0);
+    EXPECT_GE(cells, 36u);
+    EXPECT_LE(cells, 72u);
+
+    ASSERT_TRUE(planner.BeginRoute(grid, Vec3D(10, 0, 10), Vec3D(300, 0, 170)));
+    planner.CancelRoute();
+    EXPECT_FALSE(planner.IsPlanning());
 }
 
 TEST(RoutePlanner, UnreachableGoalEndsAtTheNearestReachableCell)
@@ -191,31 +211,41 @@ TEST(RoutePlanner, UnreachableGoalEndsAtTheNearestReachableCell)
     DriveabilityGrid grid;
     grid.SyncWith(map);
     RoutePlanner planner;
-    const Vec3D from(40.0, 0.0, 40.0), inside(300.0, 0.0, 300.0);
-    ASSERT_TRUE(grid.IsDriveable(inside.X, inside.Z));
-    std::vector<Vec3D> route;
-    ASSERT_TRUE(planner.PlanRoute(grid, map, from, inside, route));
-    ASSERT_FALSE(route.empty());
-    ExpectLegsDriveable(grid, from.X, from.Z, route, "towards the basin");
-
-    int fromX = 0, fromZ = 0;
-    grid.FindCell(from.X, from.Z, fromX, fromZ);
-    const std::vector<double> reach = ReferenceCosts(grid, fromX, fromZ);
-    int endX = 0, endZ = 0;
-    ASSERT_TRUE(grid.FindCell(route.back().X, route.back().Z, endX, endZ));
-    EXPECT_TRUE(std::isfinite(reach[endZ * grid.GetWidth() + endX])) << "the end is reachable";
-    // No reachable cell is nearer to the goal, counting in cells along the octile metric.
-    const auto octile = [&](int cx, int cz)
-    {
-        const int dx = std::abs(cx - 37), dz = std::abs(cz - 37);
-        return std::max(dx, dz) + (std::sqrt(2.0) - 1.0) * std::min(dx, dz);
+    // clang-format off
+    const struct { Vec3D From, To; std::size_t MaxCells; } cases[] = {
+        {{40, 0, 40}, {300, 0, 300}, 3400}, // into the basin: stops short of all 3,612 outer cells
+        {{40, 0, 40}, {172, 0, 172}, 1500}, // to its corner nearest the first steep cell
+        {{172, 0, 172}, {8, 0, 8}, 324},    // out of it from the inner corner nearest the goal
     };
-    double nearest = INFINITY;
-    for (int cz = 0; cz < grid.GetHeight(); ++cz)
-        for (int cx = 0; cx < grid.GetWidth(); ++cx)
-            if (std::isfinite(reach[cz * grid.GetWidth() + cx]))
-                nearest = std::min(nearest, octile(cx, cz));
-    EXPECT_NEAR(octile(endX, endZ), nearest, 1e-6);
+    // clang-format on
+    for (const auto& c : cases)
+    {
+        ASSERT_TRUE(grid.IsDriveable(c.To.X, c.To.Z));
+        std::vector<Vec3D> route;
+        const std::size_t cells = PlanCountingCells(planner, grid, map, c.From, c.To, route);
+        ASSERT_FALSE(route.empty());
+        ExpectLegsDriveable(grid, c.From.X, c.From.Z, route, "unreachable goal");
+        EXPECT_LE(cells, c.MaxCells) << c.From.X;
+
+        int fromX = 0, fromZ = 0, toX = 0, toZ = 0, endX = 0, endZ = 0;
+        grid.FindCell(c.From.X, c.From.Z, fromX, fromZ);
+        grid.FindCell(c.To.X, c.To.Z, toX, toZ);
+        const std::vector<double> reach = ReferenceCosts(grid, fromX, fromZ);
+        ASSERT_TRUE(grid.FindCell(route.back().X, route.back().Z, endX, endZ));
+        EXPECT_TRUE(std::isfinite(reach[endZ * grid.GetWidth() + endX])) << "the end is reachable";
+        // No reachable cell is nearer to the goal, counting in cells along the octile metric.
+        const auto octile = [&](int cx, int cz)
+        {
+            const int dx = std::abs(cx - toX), dz = std::abs(cz - toZ);
+            return std::max(dx, dz) + (std::sqrt(2.0) - 1.0) * std::min(dx, dz);
+        };
+        double nearest = INFINITY;
+        for (int cz = 0; cz < grid.GetHeight(); ++cz)
+            for (int cx = 0; cx < grid.GetWidth(); ++cx)
+                if (std::isfinite(reach[cz * grid.GetWidth() + cx]))
+                    nearest = std::min(nearest, octile(cx, cz));
+        EXPECT_NEAR(octile(endX, endZ), nearest, 1e-6) << c.From.X;
+    }
 }
 
 // A line is clear exactly when fine samples along it all lie on drivable cells, on random grids.
@@ -278,7 +308,8 @@ TEST(RoutePlanner, ClearLineMatchesFineSamplingOnRandomGrids)
     const struct { double FromX, FromZ, ToX, ToZ; bool bClear; } corners[] = {
         {20, 20, 28, 28, false}, {28, 28, 20, 20, false},  // beside (3, 2)
         {44, 20, 36, 28, false}, {36, 28, 44, 20, false},  // beside (4, 2)
-        {44, 44, 52, 52, true},  {52, 36, 44, 44, true}};  // open ground
+        {44, 44, 52, 52, true},  {52, 36, 44, 44, true},   // open ground
+        {44, 44, 80, 44, false}};                          // off the map
     // clang-format on
     for (const auto& c : corners)
         EXPECT_EQ(RoutePlanner::HasClearLine(grid, c.FromX, c.FromZ, c.ToX, c.ToZ), c.bClear)
@@ -354,19 +385,25 @@ TEST(GoalDistanceField, MatchesReferenceDijkstraWithWholeNumberCosts)
 TEST(RoutePlanner, GroupOrderAcrossTheRidgeSharesOneFieldAndStaysDrivable)
 {
     // Twenty vehicles south-west of the crest ordered to a disc north of it: each route is valid,
-    // ends at its own goal and is at most a few cells longer than the shortest cell path.
+    // ends at its own goal and is at most a few cells longer than the shortest cell path, and only
+    // the first builds a goal field: the others follow it at a quarter of its cost at most.
     SpringMapRenderer map;
     LoadRidgeMap(map);
     DriveabilityGrid grid;
     grid.SyncWith(map);
     RoutePlanner planner;
+    std::size_t firstCells = 0;
     for (int i = 0; i < 20; ++i)
     {
         const Vec3D from(40.0 + (i % 5) * 12.0, 0.0, 60.0 + (i / 5) * 12.0);
         const Vec3D to(130.0 + std::sqrt(i) * 14.4 * std::cos(i * 2.4), 0.0,
                        420.0 + std::sqrt(i) * 14.4 * std::sin(i * 2.4));
         std::vector<Vec3D> route;
-        ASSERT_TRUE(planner.PlanRoute(grid, map, from, to, route)) << "vehicle " << i;
+        const std::size_t cells = PlanCountingCells(planner, grid, map, from, to, route);
+        if (i == 0)
+            firstCells = cells;
+        else
+            EXPECT_LT(cells * 4, firstCells) << "vehicle " << i;
         ASSERT_FALSE(route.empty());
         EXPECT_EQ(route.back().X, to.X) << "vehicle " << i;
         EXPECT_EQ(route.back().Z, to.Z) << "vehicle " << i;
