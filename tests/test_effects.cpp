@@ -105,6 +105,9 @@ TEST(EffectsPanelDrawing, BarsFollowQualityAndScaleAndOnlyTheQualitysButtonIsLit
         for (int b = 0; b < 3; ++b)
             EXPECT_TRUE(HasColour(shapes[7 + b], b == c.Lit ? ButtonSelected : ButtonOther))
                 << "quality " << c.Stored << " button " << b;
+        for (int bar : {5, 6})
+            EXPECT_TRUE(shapes[bar].Y1 < shapes[0].Y1 && shapes[bar].Y2 > shapes[0].Y2)
+                << "bar " << bar << " inside";
         EXPECT_TRUE(HasColour(shapes[5], {0.2f, 0.78f, 1.0f, 0.85f}) &&
                     HasColour(shapes[6], {0.96f, 0.6f, 0.18f, 0.85f}));
         // The background covers the region whose presses the panel takes (checked with the presses).

@@ -84,6 +84,9 @@ TEST(PatrolKeys, OnlyPressEdgesWithFocusAndSelectedAircraftArmOrCancel)
         {SDL_SCANCODE_ESCAPE, true, true, true, false},    {SDL_SCANCODE_ESCAPE, false, true, true, false},
         {SDL_SCANCODE_ESCAPE, true, true, true, false},    {SDL_SCANCODE_ESCAPE, false, true, true, false}, // nothing armed: silent
         {SDL_SCANCODE_P, false, true, true, false},
+        {SDL_SCANCODE_ESCAPE, true, true, true, false},    {SDL_SCANCODE_P, true, true, true, true}, // Escape held: no edge
+        {SDL_SCANCODE_ESCAPE, false, true, true, true},    {SDL_SCANCODE_ESCAPE, true, true, true, false},
+        {SDL_SCANCODE_ESCAPE, false, true, true, false},   {SDL_SCANCODE_P, false, true, true, false},
         {SDL_SCANCODE_P, true, true, false, false},        // without focus the key is remembered as up,
         {SDL_SCANCODE_P, true, true, true, true},          // so P held into focus is an edge
     };
@@ -95,7 +98,8 @@ TEST(PatrolKeys, OnlyPressEdgesWithFocusAndSelectedAircraftArmOrCancel)
         app.KeyFrame(s.Key, s.bDown);
         EXPECT_EQ(app.View.bAirPatrolPlacement, s.bArmed) << &s - steps;
     }
-    EXPECT_EQ(app.Messages(), Messages({ArmedMessage, CancelledMessage, ArmedMessage}));
+    EXPECT_EQ(app.Messages(),
+              Messages({ArmedMessage, CancelledMessage, ArmedMessage, CancelledMessage, ArmedMessage}));
 }
 
 TEST(PatrolClicks, ShiftClicksAppendAndAPlainClickAfterARouteDeselects)

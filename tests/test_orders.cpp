@@ -126,7 +126,7 @@ TEST(FormationOrder, WorkedPlacesAlongThePath)
         {"one vehicle: the middle", {Vec3D(0, 5, 0), Vec3D(100, 9, 0)}, {{-500, 30}}, {true}, {Vec3D(50, 0, 0)}},
         {"L path: the corners in axis order", {Vec3D(0, 3, 0), Vec3D(100, 3, 0), Vec3D(100, 8, 100)}, {{90, 90}, {-40, -40}, {10, 20}, {0, 0}}, {true, true, true, false},
          {Vec3D(100, 0, 100), Vec3D(0, 0, 0), Vec3D(100, 0, 0), Vec3D(100, 8, 100)}},
-        {"slanted axis: by projection, not by coordinate", {Vec3D(0, 0, 0), Vec3D(100, 0, 50)}, {{0, 100}, {30, 0}}, {true, true}, {Vec3D(100, 0, 50), Vec3D(0, 0, 0)}},
+        {"slanted axis: by projection, not by coordinate", {Vec3D(100, 0, 0), Vec3D(200, 0, 50)}, {{100, 100}, {130, 0}}, {true, true}, {Vec3D(200, 0, 50), Vec3D(100, 0, 0)}},
         {"repeated points", {Vec3D(0, 0, 0), Vec3D(0, 0, 0), Vec3D(40, 0, 0), Vec3D(40, 0, 0), Vec3D(40, 0, 0), Vec3D(80, 0, 0)}, {{0, 0}, {10, 0}, {20, 0}, {30, 0}, {40, 0}},
          {true, true, true, true, true}, {Vec3D(0, 0, 0), Vec3D(20, 0, 0), Vec3D(40, 0, 0), Vec3D(60, 0, 0), Vec3D(80, 0, 0)}},
     };
@@ -161,7 +161,7 @@ TEST(FormationOrder, DegeneratePathsAndSelectionsFallBackOrSubmitNothing)
     struct Case { const char* Name; std::vector<Vec3D> Path; std::vector<bool> Mask; std::size_t Plans, AirPoints; } cases[] = {
         {"empty path", {}, {true, true}, 0, 0},
         {"one point: a move order", {Vec3D(5, 0, 5)}, {true, true}, 1, 2},
-        {"closed loop: a move order to the last point", {Vec3D(0, 0, 0), Vec3D(50, 0, 0), Vec3D(0.00005, 0, 0.00005)}, {true, true}, 1, 4},
+        {"closed loop: a move order to the last point", {Vec3D(10, 0, 10), Vec3D(60, 0, 10), Vec3D(10.00005, 0, 10.00005)}, {true, true}, 1, 4},
         {"nothing selected", {Vec3D(0, 0, 0), Vec3D(50, 0, 0)}, {false, false}, 0, 2},
         {"stale mask", {Vec3D(0, 0, 0), Vec3D(50, 0, 0)}, {true}, 0, 2},
     };
