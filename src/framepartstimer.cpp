@@ -8,7 +8,7 @@ FramePartsTimer::~FramePartsTimer()
 {
     // The context may be gone already; its end frees the queries then.
     if (bGpuQueries && SDL_GL_GetCurrentContext())
-        glDeleteQueries(PartCount, Queries);
+        glDeleteQueries(2, Queries);
 }
 
 void FramePartsTimer::Create()
@@ -17,16 +17,18 @@ void FramePartsTimer::Create()
     // On the CPU, timer queries say little about the work done.
     bGpuQueries = !IsSoftwareGLRenderer();
     if (bGpuQueries)
-        glGenQueries(PartCount, Queries);
+        glGenQueries(2, Queries);
 }
 
-void FramePartsTimer::Begin(Part Which)
+void FramePartsTimer::Begin(Part)
 {
     if (!bCreated)
         Create();
     if (bGpuQueries)
     {
-        glBeginQuery(GL_TIME_ELAPSED, Queries[static_cast<int>(Which)]);
+        // Timestamps, not an elapsed-time query, which the effect's own pass timers already use
+        // and which cannot nest.
+        glQueryCounter(Queries[0], GL_TIMESTAMP);
         return;
     }
     glFinish(); // what came before is not this part's
@@ -38,10 +40,11 @@ void FramePartsTimer::End(Part Which)
     const int index = static_cast<int>(Which);
     if (bGpuQueries)
     {
-        glEndQuery(GL_TIME_ELAPSED);
-        GLuint64 elapsedNs = 0;
-        glGetQueryObjectui64v(Queries[index], GL_QUERY_RESULT, &elapsedNs);
-        TotalMs[index] += static_cast<double>(elapsedNs) * 1e-6;
+        glQueryCounter(Queries[1], GL_TIMESTAMP);
+        GLuint64 startNs = 0, endNs = 0;
+        glGetQueryObjectui64v(Queries[0], GL_QUERY_RESULT, &startNs);
+        glGetQueryObjectui64v(Queries[1], GL_QUERY_RESULT, &endNs);
+        TotalMs[index] += endNs >= startNs ? static_cast<double>(endNs - startNs) * 1e-6 : 0.0;
         return;
     }
     glFinish();

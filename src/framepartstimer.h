@@ -5,8 +5,8 @@
 
 #include <epoxy/gl.h>
 
-// Where a frame's time goes, part by part. With a hardware GPU each part is timed by a
-// GL_TIME_ELAPSED query; a software renderer runs the commands on the CPU, so there the part waits
+// Where a frame's time goes, part by part. With a hardware GPU each part is timed by two GL
+// timestamps; a software renderer runs the commands on the CPU, so there the part waits
 // for them (glFinish) and the CPU clock times it. Both wait, so this is for measuring runs only
 // (the frame benchmark), never the interactive loop.
 class FramePartsTimer
@@ -42,7 +42,7 @@ class FramePartsTimer
 
     bool bCreated = false;
     bool bGpuQueries = false;
-    GLuint Queries[PartCount] = {};
+    GLuint Queries[2] = {}; // the running part's start and end timestamps
     std::chrono::steady_clock::time_point StartedAt;
     std::array<double, PartCount> TotalMs{};
     int Frames = 0;

@@ -37,30 +37,34 @@ double FrameStats::GetFramesPerSecond() const
 void FrameStats::BeginGpu()
 {
     if (Queries[0] == 0)
-        glGenQueries(QueryCount, Queries.data());
-    // Collect every answer that is ready; the newest one is the last frame measured.
+        glGenQueries(static_cast<GLsizei>(Queries.size()), Queries.data());
+    // Collect every answer that is ready; the newest one is the last frame measured. Timestamps land
+    // in order, so once a frame's end is known its start is too.
     for (int i = 0; i < QueryCount; ++i)
     {
         const int index = (NextQuery + i) % QueryCount;
         if (!bPending[index])
             continue;
         GLint bReady = 0;
-        glGetQueryObjectiv(Queries[index], GL_QUERY_RESULT_AVAILABLE, &bReady);
+        glGetQueryObjectiv(Queries[2 * index + 1], GL_QUERY_RESULT_AVAILABLE, &bReady);
         if (!bReady)
             continue;
-        GLuint64 elapsedNs = 0;
-        glGetQueryObjectui64v(Queries[index], GL_QUERY_RESULT, &elapsedNs);
-        GpuMs = elapsedNs * 1e-6;
+        GLuint64 startNs = 0, endNs = 0;
+        glGetQueryObjectui64v(Queries[2 * index], GL_QUERY_RESULT, &startNs);
+        glGetQueryObjectui64v(Queries[2 * index + 1], GL_QUERY_RESULT, &endNs);
+        GpuMs = endNs >= startNs ? (endNs - startNs) * 1e-6 : 0.0;
         bPending[index] = false;
     }
     // A query still in flight after a whole ring of frames is given up rather than waited for.
+    // Timestamps, not an elapsed-time query: the passes inside the frame time themselves with those,
+    // and such queries cannot nest.
     bPending[NextQuery] = true;
-    glBeginQuery(GL_TIME_ELAPSED, Queries[NextQuery]);
+    glQueryCounter(Queries[2 * NextQuery], GL_TIMESTAMP);
 }
 
 void FrameStats::EndGpu()
 {
-    glEndQuery(GL_TIME_ELAPSED);
+    glQueryCounter(Queries[2 * NextQuery + 1], GL_TIMESTAMP);
     NextQuery = (NextQuery + 1) % QueryCount;
 }
 
@@ -90,7 +94,7 @@ void FrameStats::Render(const PixelCanvas& Canvas, int StatusBarHeightPx) const
 void FrameStats::ReleaseGL()
 {
     if (Queries[0] != 0)
-        glDeleteQueries(QueryCount, Queries.data());
+        glDeleteQueries(static_cast<GLsizei>(Queries.size()), Queries.data());
     Queries.fill(0);
     bPending.fill(false);
 }

@@ -44,8 +44,8 @@ class FrameStats
     std::deque<std::uint64_t> FrameStartsNs; // within the last second
     std::uint64_t CpuStartNs = 0;
     double CpuMs = 0.0;
-    double GpuMs = -1.0; // negative: no answer yet
-    std::array<GLuint, QueryCount> Queries{};
+    double GpuMs = -1.0;                          // negative: no answer yet
+    std::array<GLuint, 2 * QueryCount> Queries{}; // a frame's start and end timestamps, frame by frame
     std::array<bool, QueryCount> bPending{};
     int NextQuery = 0;
 };

@@ -9,9 +9,11 @@
 #include <string>
 
 #include <SDL3/SDL.h>
+#include <epoxy/gl.h>
 #include <gtest/gtest.h>
 
 #include "controls.h"
+#include "glwindow.h"
 #include "headless_app.h"
 #include "helpoverlay.h"
 #include "test_app.h"
@@ -126,6 +128,9 @@ TEST_F(AppPanels, KeysShowAndHidePanelsSwitchTheEffectAndQuit)
 TEST_F(AppPanels, WithoutAFrameCountTheViewTurnsAndTheUnitsMoveByTheClock)
 {
     Start(320, 180, Panel::Auto, 0);
+    int swapInterval = 0;
+    EXPECT_TRUE(SDL_GL_GetSwapInterval(&swapInterval) && swapInterval == 1)
+        << "frames by the clock wait for the display";
     // The first frame steps from the end of the start (give it a millisecond), not from SDL's start.
     std::uint64_t lastBeforeNs = SDL_GetTicksNS() - 1'000'000;
     GLViewport& view = View();
@@ -274,6 +279,38 @@ TEST_F(AppPanels, EffectsPanelFontAndStatusBarFitEveryWindow)
             EXPECT_FLOAT_EQ(std::fmax(shape.X1, shape.X2), e.ExpectedRightX) << "right edge " << e.RightX;
         }
     }
+}
+
+TEST_F(AppPanels, SmallWindowsHelpCoversTheLegendButNotTheStatusBar)
+{
+    Start(320, 240);
+    const auto drawn = [&](bool bHelp, AuthorView View)
+    {
+        App->GetHelp().bVisible = bHelp;
+        App->GetViewport().MapDisplay.View = View;
+        App->DrawFrame();
+        return App->ReadBackBuffer();
+    };
+    const std::vector<std::uint8_t> bare = drawn(false, AuthorView::Height);
+    const std::vector<std::uint8_t> help = drawn(true, AuthorView::Height),
+                                    noLegend = drawn(true, AuthorView::Off);
+    const auto mostApart = [](const auto& a, const auto& b, int x1, int y1, int x2, int y2)
+    {
+        int most = 0;
+        for (int y = y1; y < y2; ++y)
+            for (int x = x1; x < x2; ++x)
+                for (int c = 0; c < 3; ++c)
+                    most = std::max(most, std::abs(a[(y * 320 + x) * 4 + c] - b[(y * 320 + x) * 4 + c]));
+        return most;
+    };
+    EXPECT_EQ(mostApart(help, bare, 0, 240 - GLWindow::StatusBarHeightPx, 320, 240), 0)
+        << "the bar stays whole";
+    // The legend's rows lie under the help's 86 % fill, text and all.
+    EXPECT_LE(mostApart(help, noLegend, 30, 90, 200, 180), 40);
+    int swapInterval = 1;
+    EXPECT_TRUE(SDL_GL_GetSwapInterval(&swapInterval) && swapInterval == 0)
+        << "counted frames run unsynchronised";
+    EXPECT_EQ(glGetError(), GLenum(GL_NO_ERROR)) << "the frames leave no GL error behind";
 }
 
 TEST_F(AppPanels, HelpListFitsTheWindowOrCountsWhatItLeavesOut)
