@@ -1,6 +1,7 @@
-// DXT1 decoding of both colour modes, the height under any world point, the terrain mesh's skirts,
-// and the ground texture patches built from the tiles.
+// DXT1 decoding of both colour modes, the height under any world point, the terrain mesh's skirts
+// and normal texture, and the ground texture patches built from the tiles.
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdint>
 #include <vector>
@@ -9,6 +10,7 @@
 #include "springmap_ground.h"
 #include "springmap_loader.h"
 #include "springmap_renderer.h"
+#include "terrain_normalmap.h"
 #include "test_maps_fixtures.h"
 
 namespace
@@ -152,5 +154,40 @@ TEST(TerrainMesh, SkirtsHangUnderInnerPatchEdgesBelowEveryLevelButNotAtTheBorder
         const bool bBorder = along == 0 || along == 128;
         EXPECT_EQ(vertices[v * 6 + 1] == at(along), bBorder) << x << ", " << z;
         EXPECT_LE(vertices[v * 6 + 1], std::min(at(along), straight)) << x << ", " << z;
+    }
+}
+
+TEST(TerrainMesh, NormalTexelsHoldEachCornersNormalEdgesAndCliffsIncluded)
+{
+    // Tilted and bumpy, with a cliff at the last corner: normals up to nearly horizontal.
+    constexpr int W = 5, H = 4;
+    std::vector<float> heights(W * H);
+    for (int i = 0; i < W * H; ++i)
+        heights[i] =
+            3.0f * (i % W) - 5.0f * (i / W) + (i % 3 == 0 ? 20.0f : 0.0f) + (i == W * H - 1 ? 900 : 0);
+    SpringMapRenderer terrain;
+    ASSERT_TRUE(terrain.LoadHeightGrid(W, H, 8.0f, heights));
+    std::vector<float> vertices;
+    std::vector<std::uint32_t> indices;
+    terrain.BuildMesh(vertices, indices);
+    const std::vector<std::uint8_t> texels = terrainnormalmap::EncodeTexels(vertices, W, H);
+    ASSERT_EQ(texels.size(), std::size_t(W * H * 4));
+    const auto corner = [&](int x, int z)
+    {
+        x = std::clamp(x, 0, W - 1), z = std::clamp(z, 0, H - 1);
+        return std::array<float, 3>{x * 8.0f, heights[z * W + x], z * 8.0f};
+    };
+    for (int i = 0; i < W * H; ++i)
+    {
+        // The cross product of the chords between the neighbours either side (the corner itself at an edge).
+        const int x = i % W, z = i / W;
+        const auto e = corner(x + 1, z), w = corner(x - 1, z), s = corner(x, z + 1), n = corner(x, z - 1);
+        const float ax = e[0] - w[0], ay = e[1] - w[1], bz = s[2] - n[2], by = s[1] - n[1];
+        std::array<float, 3> normal{-ay * bz, ax * bz, -ax * by};
+        const float length = std::hypot(normal[0], normal[1], normal[2]);
+        for (int c = 0; c < 3; ++c)
+            EXPECT_NEAR(texels[i * 4 + c] / 127.5f - 1.0f, normal[c] / length, 0.5f / 127.5f + 1e-5f)
+                << "corner " << x << ", " << z << " component " << c;
+        EXPECT_EQ(texels[i * 4 + 3], 255);
     }
 }
