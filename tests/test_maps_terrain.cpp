@@ -1,7 +1,6 @@
 // DXT1 decoding of both colour modes, the height under any world point, the terrain mesh's skirts
 // and normal texture, and the ground texture patches built from the tiles.
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <cstdint>
 #include <vector>
@@ -161,33 +160,24 @@ TEST(TerrainMesh, NormalTexelsHoldEachCornersNormalEdgesAndCliffsIncluded)
 {
     // Tilted and bumpy, with a cliff at the last corner: normals up to nearly horizontal.
     constexpr int W = 5, H = 4;
-    std::vector<float> heights(W * H);
+    std::vector<float> heights(W * H), vertices;
     for (int i = 0; i < W * H; ++i)
-        heights[i] =
-            3.0f * (i % W) - 5.0f * (i / W) + (i % 3 == 0 ? 20.0f : 0.0f) + (i == W * H - 1 ? 900 : 0);
+        heights[i] = 3.0f * (i % W) - 5.0f * (i / W) + (i % 3 ? 0 : 20) + (i == W * H - 1) * 900;
     SpringMapRenderer terrain;
     ASSERT_TRUE(terrain.LoadHeightGrid(W, H, 8.0f, heights));
-    std::vector<float> vertices;
     std::vector<std::uint32_t> indices;
     terrain.BuildMesh(vertices, indices);
     const std::vector<std::uint8_t> texels = terrainnormalmap::EncodeTexels(vertices, W, H);
-    ASSERT_EQ(texels.size(), std::size_t(W * H * 4));
-    const auto corner = [&](int x, int z)
-    {
-        x = std::clamp(x, 0, W - 1), z = std::clamp(z, 0, H - 1);
-        return std::array<float, 3>{x * 8.0f, heights[z * W + x], z * 8.0f};
-    };
+    const auto h = [&](int x, int z) { return heights[std::clamp(z, 0, 3) * W + std::clamp(x, 0, 4)]; };
     for (int i = 0; i < W * H; ++i)
     {
         // The cross product of the chords between the neighbours either side (the corner itself at an edge).
         const int x = i % W, z = i / W;
-        const auto e = corner(x + 1, z), w = corner(x - 1, z), s = corner(x, z + 1), n = corner(x, z - 1);
-        const float ax = e[0] - w[0], ay = e[1] - w[1], bz = s[2] - n[2], by = s[1] - n[1];
-        std::array<float, 3> normal{-ay * bz, ax * bz, -ax * by};
-        const float length = std::hypot(normal[0], normal[1], normal[2]);
-        for (int c = 0; c < 3; ++c)
-            EXPECT_NEAR(texels[i * 4 + c] / 127.5f - 1.0f, normal[c] / length, 0.5f / 127.5f + 1e-5f)
+        const float ax = 8.0f * (std::min(x + 1, W - 1) - std::max(x - 1, 0)), ay = h(x + 1, z) - h(x - 1, z);
+        const float bz = 8.0f * (std::min(z + 1, H - 1) - std::max(z - 1, 0)), by = h(x, z + 1) - h(x, z - 1);
+        const float normal[4] = {-ay * bz, ax * bz, -ax * by, std::hypot(ay * bz, ax * bz, ax * by)};
+        for (int c = 0; c < 4; ++c) // alpha 255
+            EXPECT_NEAR(texels.at(i * 4 + c) / 127.5f - 1.0f, c < 3 ? normal[c] / normal[3] : 1.0f, 4e-3f)
                 << "corner " << x << ", " << z << " component " << c;
-        EXPECT_EQ(texels[i * 4 + 3], 255);
     }
 }
