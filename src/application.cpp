@@ -35,6 +35,8 @@ bool Application::Start(const AppOptions& Options, std::string& Error)
     Window.pMetrics = &Metrics;
     Renderer.pTTF = &Font;
     Viewport.SpringMap.bForSoftwareGL = IsSoftwareGLRenderer();
+    if (Viewport.SpringMap.bForSoftwareGL)
+        Viewport.SpringMap.LodErrorPx = SpringMapRenderer::SoftwareGLLodErrorPx;
     CoreServices = Core{&CoreSdl, &Renderer, &MouseState, &App};
     p = &CoreServices;
 

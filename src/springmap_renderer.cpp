@@ -166,6 +166,9 @@ bool SpringMapRenderer::Render(const float* ViewProj4x4ColumnMajor)
         bGLStale = false;
     }
     source.pPositionsNormals = &positionsNormals;
+    source.GridWidth = GridWidth;
+    source.GridHeight = GridHeight;
+    source.SquareSize = SquareSize;
     source.pIndices = &indices;
     source.pRanges = &pRanges->Ranges;
     source.pGround = &Ground;

@@ -78,6 +78,9 @@ class SpringMapRenderer
     // Each patch in view is drawn with the fewest triangles whose heights stay within this many
     // pixels of the full grid's on screen; 0 or less draws every square.
     float LodErrorPx = 1.0f;
+    // Where GL runs on the CPU every triangle costs: a third of the triangles of 1 px for a few
+    // pixels of outline. The light stays the full grid's, as the shader reads the normals per pixel.
+    static constexpr float SoftwareGLLodErrorPx = 3.0f;
     // Triangles the last Render drew (skirts included): what the view, not the map, asks for.
     long long GetDrawnTriangles() const;
     // How Render shades the ground; a load sets the map's look and leaves the rest.

@@ -4,6 +4,7 @@
 
 #include "springmap_dxt1.h"
 #include "springmap_ground.h"
+#include "terrain_normalmap.h"
 
 namespace
 {
@@ -50,6 +51,8 @@ bool SpringMapTerrainGL::CreateProgram(const std::string& Defines)
     UvRectLocation = glGetUniformLocation(Program, "UvRect");
     ModeLocation = glGetUniformLocation(Program, "Mode");
     HeightRangeLocation = glGetUniformLocation(Program, "HeightRange");
+    NormalsLocation = glGetUniformLocation(Program, "Normals");
+    NormalUvLocation = glGetUniformLocation(Program, "NormalUv");
     Shading.Locate(Program);
     GroundTextures.Locate(Program);
     return true;
@@ -63,17 +66,39 @@ void SpringMapTerrainGL::CreateMesh(const Source& From)
     glBindBuffer(GL_ARRAY_BUFFER, Vbo);
     glBufferData(GL_ARRAY_BUFFER, static_cast<GLsizeiptr>(From.pPositionsNormals->size() * sizeof(float)),
                  From.pPositionsNormals->data(), GL_STATIC_DRAW);
+    // Positions only: the shader reads the normals from the normal texture.
     glEnableVertexAttribArray(0);
     glVertexAttribPointer(0, 3, GL_FLOAT, GL_FALSE, 6 * sizeof(float), nullptr);
-    glEnableVertexAttribArray(1);
-    glVertexAttribPointer(1, 3, GL_FLOAT, GL_FALSE, 6 * sizeof(float),
-                          reinterpret_cast<void*>(3 * sizeof(float)));
     glGenBuffers(1, &Ibo);
     glBindBuffer(GL_ELEMENT_ARRAY_BUFFER, Ibo);
     glBufferData(GL_ELEMENT_ARRAY_BUFFER,
                  static_cast<GLsizeiptr>(From.pIndices->size() * sizeof(std::uint32_t)),
                  From.pIndices->data(), GL_STATIC_DRAW);
     glBindVertexArray(0);
+
+    // One texel per corner, its centre on the corner: linear filtering blends the four around a point
+    // as the full grid's triangles blend their vertices' normals.
+    const std::vector<std::uint8_t> texels =
+        terrainnormalmap::EncodeTexels(*From.pPositionsNormals, From.GridWidth, From.GridHeight);
+    glGenTextures(1, &NormalTexture);
+    glBindTexture(GL_TEXTURE_2D, NormalTexture);
+    glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
+    glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA8, From.GridWidth, From.GridHeight, 0, GL_RGBA, GL_UNSIGNED_BYTE,
+                 texels.data());
+    // Software GL pays a tenth of the terrain's time for choosing a mip level; a texel spans 8 world
+    // units, so only far ground is minified there.
+    if (!From.bForSoftwareGL)
+        glGenerateMipmap(GL_TEXTURE_2D);
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER,
+                    From.bForSoftwareGL ? GL_LINEAR : GL_LINEAR_MIPMAP_LINEAR);
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
+    glBindTexture(GL_TEXTURE_2D, 0);
+    NormalUv[0] = 1.0f / (From.SquareSize * From.GridWidth);
+    NormalUv[1] = 1.0f / (From.SquareSize * From.GridHeight);
+    NormalUv[2] = 0.5f / From.GridWidth;
+    NormalUv[3] = 0.5f / From.GridHeight;
 }
 
 GLuint SpringMapTerrainGL::UploadDxt1(const std::vector<const std::uint8_t*>& levels, int width, int height,
@@ -187,6 +212,10 @@ bool SpringMapTerrainGL::Draw(const Source& From, const float* ViewProj4x4Column
     glUniform2f(HeightRangeLocation, From.MinHeight, From.MaxHeight);
     Shading.Apply(shading);
     GroundTextures.Apply(shading.Look, From.WorldWidth, From.WorldDepth);
+    glActiveTexture(GL_TEXTURE0 + TerrainShadingProgram::NormalTextureUnit);
+    glBindTexture(GL_TEXTURE_2D, NormalTexture);
+    glUniform1i(NormalsLocation, TerrainShadingProgram::NormalTextureUnit);
+    glUniform4fv(NormalUvLocation, 1, NormalUv);
     glActiveTexture(GL_TEXTURE0);
     glBindVertexArray(Vao);
     GLint viewport[4] = {};
@@ -226,6 +255,7 @@ void SpringMapTerrainGL::Release()
         glDeleteTextures(static_cast<GLsizei>(PatchTextures.size()), PatchTextures.data());
     if (MinimapTexture)
         glDeleteTextures(1, &MinimapTexture);
+    glDeleteTextures(1, &NormalTexture);
     GroundTextures.Release();
     glDeleteBuffers(1, &Vbo);
     glDeleteBuffers(1, &Ibo);
@@ -233,6 +263,6 @@ void SpringMapTerrainGL::Release()
     glDeleteProgram(Program);
     PatchTextures.clear();
     ProgramDefines.clear();
-    MinimapTexture = Program = Vao = Vbo = Ibo = 0;
+    MinimapTexture = NormalTexture = Program = Vao = Vbo = Ibo = 0;
     bCreated = false;
 }

@@ -13,8 +13,9 @@
 class SpringMapGround;
 
 // The GL side of the terrain: one vertex buffer (position + normal), indices grouped by ground patch,
-// one texture per patch (or the minimap, or a height ramp), and a GL 3.3 core program shaded as
-// TerrainShading says.
+// one texture per patch (or the minimap, or a height ramp), the corner normals as a texture (the
+// shader lights per pixel, so coarse patches keep the grid's shading), and a GL 3.3 core program
+// shaded as TerrainShading says.
 // Everything is created on first use, so it needs a current context only when drawing.
 class SpringMapTerrainGL
 {
@@ -27,7 +28,9 @@ class SpringMapTerrainGL
     };
     struct Source
     {
-        const std::vector<float>* pPositionsNormals = nullptr; // 6 floats per vertex
+        const std::vector<float>* pPositionsNormals = nullptr; // 6 floats per vertex, the grid's first
+        int GridWidth = 0, GridHeight = 0;                     // corners
+        float SquareSize = 1.0f;                               // world units between corners
         const std::vector<std::uint32_t>* pIndices = nullptr;
         const std::vector<MeshRange>* pRanges = nullptr;
         const SpringMapGround* pGround = nullptr;
@@ -61,10 +64,13 @@ class SpringMapTerrainGL
     GLuint Program = 0, Vao = 0, Vbo = 0, Ibo = 0;
     std::string ProgramDefines; // what Program was built with
     GLint ViewProjLocation = -1, UvRectLocation = -1, ModeLocation = -1, HeightRangeLocation = -1;
+    GLint NormalsLocation = -1, NormalUvLocation = -1;
     TerrainShadingProgram Shading;
     TerrainTexturesGL GroundTextures;
     std::vector<GLuint> PatchTextures;
     GLuint MinimapTexture = 0;
+    GLuint NormalTexture = 0;
+    float NormalUv[4] = {};
     bool bCreated = false;
     bool bCompressed = false;
     long long DrawnTriangles = 0;

@@ -6,16 +6,13 @@
 
 const char* const TerrainShadingProgram::VertexSource = R"(#version 330 core
 layout(location = 0) in vec3 Position;
-layout(location = 1) in vec3 Normal;
 uniform mat4 ViewProj;
 uniform vec4 UvRect;
 out vec2 Uv;
-out vec3 WorldNormal;
 out vec3 WorldPos;
 void main()
 {
     Uv = (Position.xz - UvRect.xy) * UvRect.zw;
-    WorldNormal = Normal;
     WorldPos = Position;
     gl_Position = ViewProj * vec4(Position, 1.0);
 }
@@ -25,9 +22,10 @@ void main()
 // under water the light fades with depth towards the water's colour (fully past one unit deep).
 const char* const TerrainShadingProgram::FragmentBody = R"(
 in vec2 Uv;
-in vec3 WorldNormal;
 in vec3 WorldPos;
 uniform sampler2D Ground;
+uniform sampler2D Normals;
+uniform vec4 NormalUv; // world X, Z to the normal texture: scale, then offset
 uniform sampler2D Layer;
 uniform int Mode; // 0: height ramp, 1: texture
 uniform vec2 HeightRange;
@@ -120,7 +118,7 @@ vec3 AuthorColour(vec3 albedo, vec3 n, float t)
 
 void main()
 {
-    vec3 n = normalize(WorldNormal);
+    vec3 n = normalize(texture(Normals, WorldPos.xz * NormalUv.xy + NormalUv.zw).xyz * 2.0 - 1.0);
     float t = clamp((WorldPos.y - HeightRange.x) / max(HeightRange.y - HeightRange.x, 1e-3), 0.0, 1.0);
     vec3 albedo = Mode == 1 ? texture(Ground, Uv).rgb : mix(vec3(0.25, 0.45, 0.2), vec3(0.75, 0.7, 0.6), t);
 #if DETAIL_MODE != 0

@@ -33,9 +33,10 @@ struct TerrainShading
     float LayerScale = 1.0f; // a cell of byte value B is drawn at strength B * LayerScale / 255
 };
 
-// The terrain program's sources and its shading uniforms. The vertex shader takes position (0)
-// and normal (1) and the ViewProj and UvRect uniforms; the fragment shader samples Ground (unit 0)
-// with Mode 1, or colours by HeightRange with Mode 0.
+// The terrain program's sources and its shading uniforms. The vertex shader takes position (0) and
+// the ViewProj and UvRect uniforms; the fragment shader lights each pixel by the Normals texture
+// (NormalUv maps world X, Z onto it) and samples Ground (unit 0) with Mode 1, or colours by
+// HeightRange with Mode 0.
 class TerrainShadingProgram
 {
   public:
@@ -47,6 +48,7 @@ class TerrainShadingProgram
     // a branch on every pixel, so what is compiled out costs nothing there.
     static std::string GetDefines(const TerrainShading& Shading, float LowestHeightWorld);
     static constexpr int LayerTextureUnit = 1;
+    static constexpr int NormalTextureUnit = 6; // after the map's ground textures
 
     void Locate(GLuint Program);
     // Sets the uniforms of the bound program and binds the layer texture.

@@ -225,7 +225,8 @@ TEST_F(MapRender, LevelOfDetailLooksLikeTheFullGridWithFewerTriangles)
             terrain.LodErrorPx = 0.0f;
             const Image full = Draw(terrain, view, name + "_full");
             const long long fullTriangles = terrain.GetDrawnTriangles();
-            terrain.LodErrorPx = 1.0f;
+            // The coarsest the application draws with: the light stays the full grid's.
+            terrain.LodErrorPx = SpringMapRenderer::SoftwareGLLodErrorPx;
             const Image lod = Draw(terrain, view, name);
             std::size_t changed = 0;
             for (std::size_t i = 0; i < full.size(); i += 4)

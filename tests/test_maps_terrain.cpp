@@ -1,5 +1,5 @@
-// DXT1 decoding of both colour modes, the height under any world point, the terrain mesh's skirts,
-// and the ground texture patches built from the tiles.
+// DXT1 decoding of both colour modes, the height under any world point, the terrain mesh's skirts
+// and normal texture, and the ground texture patches built from the tiles.
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
@@ -9,6 +9,7 @@
 #include "springmap_ground.h"
 #include "springmap_loader.h"
 #include "springmap_renderer.h"
+#include "terrain_normalmap.h"
 #include "test_maps_fixtures.h"
 
 namespace
@@ -152,5 +153,31 @@ TEST(TerrainMesh, SkirtsHangUnderInnerPatchEdgesBelowEveryLevelButNotAtTheBorder
         const bool bBorder = along == 0 || along == 128;
         EXPECT_EQ(vertices[v * 6 + 1] == at(along), bBorder) << x << ", " << z;
         EXPECT_LE(vertices[v * 6 + 1], std::min(at(along), straight)) << x << ", " << z;
+    }
+}
+
+TEST(TerrainMesh, NormalTexelsHoldEachCornersNormalEdgesAndCliffsIncluded)
+{
+    // Tilted and bumpy, with a cliff at the last corner: normals up to nearly horizontal.
+    constexpr int W = 5, H = 4;
+    std::vector<float> heights(W * H), vertices;
+    for (int i = 0; i < W * H; ++i)
+        heights[i] = 3.0f * (i % W) - 5.0f * (i / W) + (i % 3 ? 0 : 20) + (i == W * H - 1) * 900;
+    SpringMapRenderer terrain;
+    ASSERT_TRUE(terrain.LoadHeightGrid(W, H, 8.0f, heights));
+    std::vector<std::uint32_t> indices;
+    terrain.BuildMesh(vertices, indices);
+    const std::vector<std::uint8_t> texels = terrainnormalmap::EncodeTexels(vertices, W, H);
+    const auto h = [&](int x, int z) { return heights[std::clamp(z, 0, 3) * W + std::clamp(x, 0, 4)]; };
+    for (int i = 0; i < W * H; ++i)
+    {
+        // The cross product of the chords between the neighbours either side (the corner itself at an edge).
+        const int x = i % W, z = i / W;
+        const float ax = 8.0f * (std::min(x + 1, W - 1) - std::max(x - 1, 0)), ay = h(x + 1, z) - h(x - 1, z);
+        const float bz = 8.0f * (std::min(z + 1, H - 1) - std::max(z - 1, 0)), by = h(x, z + 1) - h(x, z - 1);
+        const float normal[4] = {-ay * bz, ax * bz, -ax * by, std::hypot(ay * bz, ax * bz, ax * by)};
+        for (int c = 0; c < 4; ++c) // alpha 255
+            EXPECT_NEAR(texels.at(i * 4 + c) / 127.5f - 1.0f, c < 3 ? normal[c] / normal[3] : 1.0f, 4e-3f)
+                << "corner " << x << ", " << z << " component " << c;
     }
 }
