@@ -59,6 +59,8 @@ class SceneGL
     // a flat arrow: its turret and barrel would only blur at that size.
     static constexpr double MinUnitPx = 10.0;
     static constexpr double IconScale = 2.5;
+    // A selection or goal ring up to this radius on screen is drawn with fewer points.
+    static constexpr double SmallRingMaxPx = 12.0;
 
     SceneGL() = default;
     SceneGL(const SceneGL&) = delete;
