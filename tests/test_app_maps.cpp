@@ -276,10 +276,13 @@ TEST_F(AppMaps, BrowserFiltersAsYouTypeAndOpensTheChoice)
     EXPECT_LE(most, 20) << "the help's text is drawn over the browser";
     const double distance = View().CameraDistance;
     SDL_Event wheel{};
-    wheel.type = SDL_EVENT_MOUSE_WHEEL, wheel.wheel.y = 3, wheel.wheel.mouse_x = 10, wheel.wheel.mouse_y = 10;
+    wheel.type = SDL_EVENT_MOUSE_WHEEL, wheel.wheel.y = 3;
+    wheel.wheel.mouse_x = App->GetCoreSDL().Width / 2.0f,
+    wheel.wheel.mouse_y = App->GetCoreSDL().Height / 2.0f;
     Push(wheel);
     Frame();
     EXPECT_EQ(View().CameraDistance, distance) << "the pointer is the browser's while it is open";
+    EXPECT_FALSE(View().bHasFocus) << "and the keys, whatever the pointer did";
     const auto type = [&](const char* Text)
     {
         SDL_Event event{};
