@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
+#include <unordered_set>
 
 #include "airsim.h"
 #include "springmap_renderer.h"
@@ -230,20 +232,56 @@ void DrawOrders(Markers& markers, const Vec3D& from, const std::vector<Vec3D>& g
 }
 
 // An aircraft's goals at its flying height, each with a ring on the ground under it and a line
-// down to that ring, so a person sees where on the map the click landed.
-void DrawAirGoalMarks(Markers& markers, const SceneContent& Content, const std::vector<Vec3D>& goals,
-                      double RingRadius)
+// down to that ring, so a person sees where on the map the click landed. A far ring grows as an
+// aircraft there would; sized by where it lies, a goal shared by a whole fleet gives one mark.
+void DrawAirGoalMarks(Markers& markers, const SceneContent& Content, const std::vector<Vec3D>& goals)
 {
     const SpringMapRenderer* pMap = Content.Map.IsLoaded() ? &Content.Map : nullptr;
     for (const Vec3D& goal : goals)
     {
         const double ground =
             pMap ? pMap->GetTerrainHeight(static_cast<float>(goal.X), static_cast<float>(goal.Z)) : 0.0;
-        AppendRing(markers, Content, Vec3D(goal.X, ground, goal.Z), RingRadius, pMap != nullptr,
-                   ToRgb(SceneGL::AircraftOrderColour));
+        const Vec3D centre(goal.X, ground, goal.Z);
+        AppendRing(markers, Content, centre,
+                   AirGoalRingWorld * GetDrawScale(Content, centre, SceneGL::AircraftLengthWorld),
+                   pMap != nullptr, ToRgb(SceneGL::AircraftOrderColour));
         AppendLine(markers, Vec3D(goal.X, ground + MarkerInstancesGL::MarkerLiftWorld, goal.Z), goal,
                    ToRgb(SceneGL::AircraftOrderColour));
     }
+}
+
+// Drops every marker drawn again later unchanged: a fleet on one route would draw its legs, dots
+// and goal rings once per aircraft. Markers are drawn in order without depth or blending, so
+// keeping each one's last drawing leaves every pixel as it was.
+void KeepLastOfEachMarker(std::vector<float>& markers)
+{
+    using Marker = std::array<float, MarkerInstancesGL::FloatsPerInstance>;
+    struct MarkerHash
+    {
+        std::size_t operator()(const Marker& marker) const
+        {
+            std::size_t hash = 0;
+            for (const float value : marker)
+                hash = hash * 1000003U ^ std::hash<float>{}(value);
+            return hash;
+        }
+    };
+    constexpr std::size_t n = MarkerInstancesGL::FloatsPerInstance;
+    const std::size_t count = markers.size() / n;
+    std::unordered_set<Marker, MarkerHash> seen;
+    std::vector<bool> bKeep(count, false);
+    for (std::size_t i = count; i-- > 0;)
+    {
+        Marker marker;
+        std::copy_n(markers.begin() + static_cast<std::ptrdiff_t>(i * n), n, marker.begin());
+        bKeep[i] = seen.insert(marker).second;
+    }
+    std::size_t kept = 0;
+    for (std::size_t i = 0; i < count; ++i)
+        if (bKeep[i])
+            std::copy_n(markers.begin() + static_cast<std::ptrdiff_t>(i * n), n,
+                        markers.begin() + static_cast<std::ptrdiff_t>(kept++ * n));
+    markers.resize(kept * n);
 }
 
 std::vector<Vec3D> VehicleGoals(const VehicleUnit& vehicle)
@@ -328,8 +366,10 @@ void SceneGL::BuildGeometry(const SceneContent& Content)
             continue;
         const std::vector<Vec3D> goals = AircraftGoals(*air);
         DrawOrders(MarkerInstances, at, goals, air->Flight.Navigator.IsLooping(), ToRgb(AircraftOrderColour));
-        DrawAirGoalMarks(MarkerInstances, Content, goals, AirGoalRingWorld * scale);
+        DrawAirGoalMarks(MarkerInstances, Content, goals);
     }
+    for (std::vector<float>& markers : MarkerInstances)
+        KeepLastOfEachMarker(markers);
 }
 
 void SceneGL::Draw(const SceneContent& Content, const std::array<float, 16>& ViewProjection)
