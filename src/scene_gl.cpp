@@ -321,7 +321,25 @@ bool SceneGL::Create(std::string& Error)
                         Error);
 }
 
-void SceneGL::BuildGeometry(const SceneContent& Content)
+bool SceneGL::IsSphereInView(const std::array<float, 16>& ViewProjection, const Vec3D& Centre,
+                             double RadiusWorld)
+{
+    // Each side of the view is row 3 plus or minus row 0, 1 or 2 of the matrix (column-major), a
+    // plane whose inside is where it is positive; scaled to a unit normal it gives distances.
+    const std::array<float, 16>& m = ViewProjection;
+    for (int row = 0; row < 3; ++row)
+        for (const double sign : {1.0, -1.0})
+        {
+            const double a = m[3] + sign * m[row], b = m[7] + sign * m[4 + row],
+                         c = m[11] + sign * m[8 + row], d = m[15] + sign * m[12 + row];
+            const double length = std::sqrt(a * a + b * b + c * c);
+            if (length > 0.0 && (a * Centre.X + b * Centre.Y + c * Centre.Z + d) / length < -RadiusWorld)
+                return false;
+        }
+    return true;
+}
+
+void SceneGL::BuildGeometry(const SceneContent& Content, const std::array<float, 16>& ViewProjection)
 {
     for (std::vector<float>& instances : UnitInstances)
         instances.clear();
@@ -339,10 +357,12 @@ void SceneGL::BuildGeometry(const SceneContent& Content)
             maskIndex < Content.VehicleSelectionMask.size() && Content.VehicleSelectionMask[maskIndex];
         const double radius = std::max(vehicle->Radius, 1.0f);
         const double scale = GetDrawScale(Content, vehicle->Position, radius * 2.0);
-        // Beyond IconScale a vehicle is drawn as a flat arrow.
-        AppendInstance(UnitInstances[scale > IconScale ? UnitInstancesGL::Icon : UnitInstancesGL::Model],
-                       vehicle->Position, vehicle->HeadingDeg, radius * scale, bSelected,
-                       vehicle->Position.Y);
+        // Beyond IconScale a vehicle is drawn as a flat arrow. Either shape lies within two size units
+        // of its base; one wholly outside the view costs nothing to skip here and a vertex pass to draw.
+        if (IsSphereInView(ViewProjection, vehicle->Position, 2.0 * radius * scale))
+            AppendInstance(UnitInstances[scale > IconScale ? UnitInstancesGL::Icon : UnitInstancesGL::Model],
+                           vehicle->Position, vehicle->HeadingDeg, radius * scale, bSelected,
+                           vehicle->Position.Y);
         if (bSelected)
             AppendRing(MarkerInstances, Content, vehicle->Position, radius * VehicleRingRadii * scale,
                        pMap != nullptr, ToRgb(SelectionRingColour));
@@ -374,7 +394,7 @@ void SceneGL::BuildGeometry(const SceneContent& Content)
 
 void SceneGL::Draw(const SceneContent& Content, const std::array<float, 16>& ViewProjection)
 {
-    BuildGeometry(Content);
+    BuildGeometry(Content, ViewProjection);
     glDisable(GL_BLEND);
     glEnable(GL_DEPTH_TEST);
     glDepthFunc(GL_LESS);

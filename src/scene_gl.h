@@ -67,6 +67,10 @@ class SceneGL
     SceneGL& operator=(const SceneGL&) = delete;
 
     bool Create(std::string& Error);
+    // Whether a sphere reaches into the view of ViewProjection (column-major, world to clip space):
+    // vehicles wholly outside it are not drawn.
+    static bool IsSphereInView(const std::array<float, 16>& ViewProjection, const Vec3D& Centre,
+                               double RadiusWorld);
     // ViewProjection: column-major, world to clip space.
     void Draw(const SceneContent& Content, const std::array<float, 16>& ViewProjection);
     // The sky gradient for a camera looking down by PitchDeg; drawn before the terrain.
@@ -76,7 +80,7 @@ class SceneGL
     }
 
   private:
-    void BuildGeometry(const SceneContent& Content);
+    void BuildGeometry(const SceneContent& Content, const std::array<float, 16>& ViewProjection);
 
     SkyGL Sky;
     UnitInstancesGL Units;

@@ -268,6 +268,23 @@ TEST_F(SceneGLTest, VehicleFacesTurnedToTheCameraAreDrawn)
     }
 }
 
+TEST(SceneView, SpheresTouchingTheViewAreKeptAndThoseJustOffItDropped)
+{
+    // A matrix scaling by S views the cube of half-size 1/S; a sphere 1/S + 1 off one side of it
+    // touches that side with radius 1 and misses it with a hair less.
+    for (const float s : {1.0f, 2.0f})
+        for (int axis = 0; axis < 3; ++axis)
+            for (const double side : {-1.0, 1.0})
+                for (const double radius : {1.0, 0.999})
+                {
+                    const std::array<float, 16> m{s, 0, 0, 0, 0, s, 0, 0, 0, 0, s, 0, 0, 0, 0, 1};
+                    double at[3] = {0.0, 0.0, 0.0};
+                    at[axis] = side * (1.0 / s + 1.0);
+                    EXPECT_EQ(SceneGL::IsSphereInView(m, Vec3D(at[0], at[1], at[2]), radius), radius == 1.0)
+                        << "scale " << s << " axis " << axis << " side " << side << " radius " << radius;
+                }
+}
+
 TEST_F(SceneGLTest, JetEffectFiguresFollowTheScale)
 {
     for (int i = 0; i < 3; ++i)
