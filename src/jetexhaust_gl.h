@@ -25,6 +25,13 @@ struct JetExhaustPassFrame
     float VisibleUv[4] = {0.0f, 0.0f, 1.0f, 1.0f};
 };
 
+// One corner of a particle's quad: where on the quad (-1..1 across and up) and the particle.
+struct ParticleVertex
+{
+    float Corner[2];
+    JetExhaustParticle Particle;
+};
+
 // The effect's GL objects and the five passes. Created at the first Render with a context current;
 // the destructor frees the GL objects only while a context is current.
 class JetExhaustGL
@@ -62,6 +69,8 @@ class JetExhaustGL
 
   private:
     void UseParticleProgram(GLuint Program, const JetExhaustPassFrame& Frame) const;
+    // Uploads the particles as quads, for the scene pass and then the mask pass.
+    void UploadQuads();
     void DrawParticles(JetExhaustTargets::Target Into, int Count);
     void BindTarget(JetExhaustTargets::Target Which, bool bClear);
     void BlurInto(JetExhaustTargets::Target From, JetExhaustTargets::Target Into, float StepX, float StepY,
@@ -72,6 +81,8 @@ class JetExhaustGL
 
     GLuint Programs[JetExhaustPassCount] = {};
     bool bProgramsBuilt = false;
-    GLuint ParticleArray = 0, CornerBuffer = 0, InstanceBuffer = 0;
+    GLuint ParticleArray = 0, QuadIndexBuffer = 0, VertexBuffer = 0;
+    std::size_t QuadIndexCapacity = 0; // quads the index buffer holds
+    std::vector<ParticleVertex> Vertices;
     GLuint FullScreenArray = 0; // attribute-less: the vertex shader derives the triangle
 };

@@ -23,30 +23,29 @@ GLint Uniform(GLuint Program, const char* Name)
 
 JetExhaustGL::JetExhaustGL()
 {
-    // A unit quad as a strip, and one instance per particle with its centre, size, heat and kind.
-    static constexpr float Corners[8] = {-1.0f, -1.0f, 1.0f, -1.0f, -1.0f, 1.0f, 1.0f, 1.0f};
+    // Each particle as a quad of four vertices with its centre, size, heat and kind, drawn as two
+    // indexed triangles: one draw for them all. A software renderer runs its whole vertex pipeline
+    // once per instance, so instancing thousands of four-vertex quads would cost far more.
     glGenVertexArrays(1, &ParticleArray);
     glGenVertexArrays(1, &FullScreenArray);
-    glGenBuffers(1, &CornerBuffer);
-    glGenBuffers(1, &InstanceBuffer);
+    glGenBuffers(1, &QuadIndexBuffer);
+    glGenBuffers(1, &VertexBuffer);
     GLint previousArray = 0, previousBuffer = 0;
     glGetIntegerv(GL_VERTEX_ARRAY_BINDING, &previousArray);
     glGetIntegerv(GL_ARRAY_BUFFER_BINDING, &previousBuffer);
     glBindVertexArray(ParticleArray);
-    glBindBuffer(GL_ARRAY_BUFFER, CornerBuffer);
-    glBufferData(GL_ARRAY_BUFFER, sizeof(Corners), Corners, GL_STATIC_DRAW);
+    glBindBuffer(GL_ELEMENT_ARRAY_BUFFER, QuadIndexBuffer);
+    glBindBuffer(GL_ARRAY_BUFFER, VertexBuffer);
+    constexpr GLsizei stride = sizeof(ParticleVertex);
     glEnableVertexAttribArray(0);
-    glVertexAttribPointer(0, 2, GL_FLOAT, GL_FALSE, 0, nullptr);
-    glBindBuffer(GL_ARRAY_BUFFER, InstanceBuffer);
-    constexpr GLsizei stride = sizeof(JetExhaustParticle);
+    glVertexAttribPointer(0, 2, GL_FLOAT, GL_FALSE, stride,
+                          reinterpret_cast<const void*>(offsetof(ParticleVertex, Corner)));
     glEnableVertexAttribArray(1);
     glVertexAttribPointer(1, 4, GL_FLOAT, GL_FALSE, stride,
-                          reinterpret_cast<const void*>(offsetof(JetExhaustParticle, X)));
-    glVertexAttribDivisor(1, 1);
+                          reinterpret_cast<const void*>(offsetof(ParticleVertex, Particle.X)));
     glEnableVertexAttribArray(2);
     glVertexAttribPointer(2, 2, GL_FLOAT, GL_FALSE, stride,
-                          reinterpret_cast<const void*>(offsetof(JetExhaustParticle, Heat)));
-    glVertexAttribDivisor(2, 1);
+                          reinterpret_cast<const void*>(offsetof(ParticleVertex, Particle.Heat)));
     glBindVertexArray(static_cast<GLuint>(previousArray));
     glBindBuffer(GL_ARRAY_BUFFER, static_cast<GLuint>(previousBuffer));
 }
@@ -61,8 +60,8 @@ JetExhaustGL::~JetExhaustGL()
     Timers.Release();
     glDeleteVertexArrays(1, &ParticleArray);
     glDeleteVertexArrays(1, &FullScreenArray);
-    glDeleteBuffers(1, &CornerBuffer);
-    glDeleteBuffers(1, &InstanceBuffer);
+    glDeleteBuffers(1, &QuadIndexBuffer);
+    glDeleteBuffers(1, &VertexBuffer);
 }
 
 void JetExhaustGL::BuildPrograms(const std::array<std::string, JetExhaustPassCount * 2>& Overrides,
@@ -129,7 +128,7 @@ void JetExhaustGL::DrawParticles(JetExhaustTargets::Target Into, int Count)
     glEnable(GL_BLEND);
     glBlendFunc(GL_ONE, GL_ONE);
     glBindVertexArray(ParticleArray);
-    glDrawArraysInstanced(GL_TRIANGLE_STRIP, 0, 4, Count);
+    glDrawElements(GL_TRIANGLES, Count * 6, GL_UNSIGNED_INT, nullptr);
 }
 
 void JetExhaustGL::ClearPlume()
@@ -170,13 +169,37 @@ void JetExhaustGL::ScissorVisible(const JetExhaustPassFrame& Frame, int XPx, int
     glScissor(XPx + left, YPx + bottom, right - left, top - bottom);
 }
 
+void JetExhaustGL::UploadQuads()
+{
+    // The corners in triangle-strip order: triangles 0 1 2 and 2 1 3 cover what the strip would.
+    static constexpr float Corners[4][2] = {{-1.0f, -1.0f}, {1.0f, -1.0f}, {-1.0f, 1.0f}, {1.0f, 1.0f}};
+    Vertices.clear();
+    Vertices.reserve(Particles.size() * 4);
+    for (const JetExhaustParticle& particle : Particles)
+        for (const auto& corner : Corners)
+            Vertices.push_back({{corner[0], corner[1]}, particle});
+    glBindVertexArray(ParticleArray);
+    if (QuadIndexCapacity < Particles.size())
+    {
+        std::vector<GLuint> indices;
+        indices.reserve(Particles.size() * 6);
+        for (GLuint quad = 0; quad < Particles.size(); ++quad)
+            for (GLuint corner : {0U, 1U, 2U, 2U, 1U, 3U})
+                indices.push_back(quad * 4 + corner);
+        glBufferData(GL_ELEMENT_ARRAY_BUFFER, static_cast<GLsizeiptr>(indices.size() * sizeof(GLuint)),
+                     indices.data(), GL_STATIC_DRAW);
+        QuadIndexCapacity = Particles.size();
+    }
+    glBindBuffer(GL_ARRAY_BUFFER, VertexBuffer);
+    // Orphan last frame's storage so the upload does not wait for draws still reading it.
+    const GLsizeiptr bytes = static_cast<GLsizeiptr>(Vertices.size() * sizeof(ParticleVertex));
+    glBufferData(GL_ARRAY_BUFFER, bytes, nullptr, GL_STREAM_DRAW);
+    glBufferSubData(GL_ARRAY_BUFFER, 0, bytes, Vertices.data());
+}
+
 void JetExhaustGL::RunScenePass(const JetExhaustPassFrame& Frame)
 {
-    glBindBuffer(GL_ARRAY_BUFFER, InstanceBuffer);
-    // Orphan last frame's storage so the upload does not wait for draws still reading it.
-    const GLsizeiptr bytes = static_cast<GLsizeiptr>(Particles.size() * sizeof(JetExhaustParticle));
-    glBufferData(GL_ARRAY_BUFFER, bytes, nullptr, GL_STREAM_DRAW);
-    glBufferSubData(GL_ARRAY_BUFFER, 0, bytes, Particles.data());
+    UploadQuads();
     const GLuint program = Programs[static_cast<int>(JetExhaustPass::Scene)];
     UseParticleProgram(program, Frame);
     glUniform1f(Uniform(program, "Brightness"), Frame.pSettings->BrightnessScale);

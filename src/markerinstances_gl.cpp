@@ -6,20 +6,20 @@
 
 namespace
 {
-// The ring's points and the segment's ends come from gl_VertexID: no shape buffer at all. Terrain
+// The ring's points and the segment's ends come from gl_VertexID: no shape buffer at all. A ring is
+// a line loop, so each of its points is shaded once. Terrain
 // heights are bilinear over the corner heights, off-map points taking the nearest edge's, as the
 // map's own height query does.
 const std::string VertexShader = R"(#version 330 core
 uniform mat4 ViewProjection;
 uniform int Kind;
+uniform int RingPoints;
 uniform vec3 Grid; // 1 / square size, and whether a map is there
 uniform sampler2D Heights;
 layout(location = 0) in vec4 A;
 layout(location = 1) in vec3 B;
 layout(location = 2) in vec3 Colour;
 out vec4 VertexColour;
-const int RingSegments = )" + std::to_string(MarkerInstancesGL::RingSegments) +
-                                 R"(;
 const float MarkerLift = )" + std::to_string(MarkerInstancesGL::MarkerLiftWorld) +
                                  R"(;
 
@@ -39,15 +39,14 @@ float TerrainHeight(vec2 xz)
 void main()
 {
     vec3 world = A.xyz;
-    if (Kind == 0)
+    if (Kind <= 1)
     {
-        int point = gl_VertexID / 2 + gl_VertexID % 2;
-        float angle = 6.283185307179586 * float(point) / float(RingSegments);
+        float angle = 6.283185307179586 * float(gl_VertexID) / float(RingPoints);
         world = vec3(A.x + A.w * cos(angle), A.y, A.z + A.w * sin(angle));
         if (B.x > 0.5 && Grid.y > 0.5)
             world.y = TerrainHeight(world.xz) + MarkerLift;
     }
-    else if (Kind == 1 && gl_VertexID == 1)
+    else if (Kind == 2 && gl_VertexID == 1)
         world = B;
     VertexColour = vec4(Colour, 1.0);
     gl_Position = ViewProjection * vec4(world, 1.0);
@@ -76,6 +75,7 @@ bool MarkerInstancesGL::Create(std::string& Error)
         return false;
     ViewProjectionLocation = glGetUniformLocation(Program, "ViewProjection");
     KindLocation = glGetUniformLocation(Program, "Kind");
+    RingPointsLocation = glGetUniformLocation(Program, "RingPoints");
     GridLocation = glGetUniformLocation(Program, "Grid");
     glGenVertexArrays(1, &Array);
     glGenBuffers(1, &InstanceBuffer);
@@ -117,8 +117,8 @@ void MarkerInstancesGL::Draw(const std::array<std::vector<float>, KindCount>& In
     glBufferData(GL_ARRAY_BUFFER, static_cast<GLsizeiptr>(totalFloats * sizeof(float)), nullptr,
                  GL_STREAM_DRAW);
     glPointSize(DotSizePx);
-    constexpr GLenum Primitives[KindCount] = {GL_LINES, GL_LINES, GL_POINTS};
-    constexpr GLsizei Vertices[KindCount] = {2 * RingSegments, 2, 1};
+    constexpr GLenum Primitives[KindCount] = {GL_LINE_LOOP, GL_LINE_LOOP, GL_LINES, GL_POINTS};
+    constexpr GLsizei Vertices[KindCount] = {RingSegments, SmallRingSegments, 2, 1};
     const GLsizei stride = FloatsPerInstance * sizeof(float);
     std::size_t firstFloat = 0;
     for (int kind = 0; kind < KindCount; ++kind)
@@ -133,6 +133,7 @@ void MarkerInstancesGL::Draw(const std::array<std::vector<float>, KindCount>& In
         glVertexAttribPointer(1, 3, GL_FLOAT, GL_FALSE, stride, FloatOffset(firstFloat + 4));
         glVertexAttribPointer(2, 3, GL_FLOAT, GL_FALSE, stride, FloatOffset(firstFloat + 7));
         glUniform1i(KindLocation, kind);
+        glUniform1i(RingPointsLocation, Vertices[kind]);
         glDrawArraysInstanced(Primitives[kind], 0, Vertices[kind],
                               static_cast<GLsizei>(instances.size() / FloatsPerInstance));
         firstFloat += instances.size();

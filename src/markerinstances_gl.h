@@ -17,16 +17,19 @@ class MarkerInstancesGL
     enum Kind
     {
         Ring,
+        SmallRing, // a ring of SmallRingSegments: one a few pixels across looks the same with fewer
         Segment,
         Dot,
         KindCount
     };
     // Per marker: X, Y, Z and a fourth value, then three more, then red, green, blue.
     //   ring:    centre, radius; 1 to sit each point on the terrain (MarkerLiftWorld above it)
+    //            (a small ring the same)
     //   segment: from, unused; to
     //   dot:     at, unused; unused
     static constexpr int FloatsPerInstance = 10;
     static constexpr int RingSegments = 24;
+    static constexpr int SmallRingSegments = 12;
     static constexpr float MarkerLiftWorld = 2.0f; // keeps rings off the terrain they follow
 
     MarkerInstancesGL() = default;
@@ -43,7 +46,7 @@ class MarkerInstancesGL
     void UploadHeights(const SpringMapRenderer& Map);
 
     GLuint Program = 0;
-    GLint ViewProjectionLocation = -1, KindLocation = -1, GridLocation = -1;
+    GLint ViewProjectionLocation = -1, KindLocation = -1, RingPointsLocation = -1, GridLocation = -1;
     GLuint InstanceBuffer = 0, Array = 0, HeightTexture = 0;
     int UploadedRevision = -1;
 };

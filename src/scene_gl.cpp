@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
+#include <unordered_set>
 
 #include "airsim.h"
 #include "springmap_renderer.h"
@@ -57,7 +59,8 @@ struct HeadingFrame
 };
 
 // A box turned to a heading, from the centre of its base, as 10 triangles (no bottom) with a lit top
-// and darker sides so its orientation reads without lighting.
+// and darker sides so its orientation reads without lighting; each face turns counter-clockwise seen
+// from outside, so the faces turned away can be culled.
 void AppendBox(std::vector<float>& out, const HeadingFrame& frame, const Vec3D& base, double halfLength,
                double halfWidth, double height, Rgb colour)
 {
@@ -70,10 +73,10 @@ void AppendBox(std::vector<float>& out, const HeadingFrame& frame, const Vec3D& 
         for (int k : {a, b, d, a, d, e})
             AppendVertex(out, c[k], colour, shade);
     };
-    face(4, 5, 7, 6, 1.0f);  // top
-    face(1, 3, 7, 5, 0.85f); // front
+    face(4, 6, 7, 5, 1.0f);  // top
+    face(1, 5, 7, 3, 0.85f); // front
     face(0, 2, 6, 4, 0.6f);  // back
-    face(0, 1, 5, 4, 0.7f);  // left
+    face(0, 4, 5, 1, 0.7f);  // left
     face(2, 3, 7, 6, 0.7f);  // right
 }
 
@@ -93,21 +96,31 @@ void AppendLine(Markers& out, const Vec3D& from, const Vec3D& to, Rgb colour)
     AppendMarker(out, MarkerInstancesGL::Segment, from, 0.0, to, colour);
 }
 
-// A horizontal circle around Centre; bOnTerrain sits each of its points on the terrain.
-void AppendRing(Markers& out, const Vec3D& centre, double radius, bool bOnTerrain, Rgb colour)
+// World units per pixel at At; 0 when the scene does not know.
+double GetWorldPerPx(const SceneContent& Content, const Vec3D& At)
 {
-    AppendMarker(out, MarkerInstancesGL::Ring, centre, radius, Vec3D(bOnTerrain ? 1.0 : 0.0, 0.0, 0.0),
-                 colour);
+    const double distance = std::hypot(At.X - Content.Eye.X, At.Y - Content.Eye.Y, At.Z - Content.Eye.Z);
+    const double worldPerPx = distance * Content.WorldPerPxPerDistance;
+    return std::isfinite(worldPerPx) && worldPerPx > 0.0 ? worldPerPx : 0.0;
+}
+
+// A horizontal circle around Centre; bOnTerrain sits each of its points on the terrain. One a few
+// pixels across gets fewer points: at SmallRingMaxPx its sides stray under half a pixel from a circle.
+void AppendRing(Markers& out, const SceneContent& Content, const Vec3D& centre, double radius,
+                bool bOnTerrain, Rgb colour)
+{
+    const double worldPerPx = GetWorldPerPx(Content, centre);
+    const bool bSmall = worldPerPx > 0.0 && radius <= SceneGL::SmallRingMaxPx * worldPerPx;
+    AppendMarker(out, bSmall ? MarkerInstancesGL::SmallRing : MarkerInstancesGL::Ring, centre, radius,
+                 Vec3D(bOnTerrain ? 1.0 : 0.0, 0.0, 0.0), colour);
 }
 
 // How much larger than life a unit of SizeWorld at At is drawn, so it keeps MinUnitPx on screen.
 double GetDrawScale(const SceneContent& Content, const Vec3D& At, double SizeWorld)
 {
-    if (!(Content.WorldPerPxPerDistance > 0.0) || !(SizeWorld > 0.0))
+    if (!(SizeWorld > 0.0))
         return 1.0;
-    const double distance = std::hypot(At.X - Content.Eye.X, At.Y - Content.Eye.Y, At.Z - Content.Eye.Z);
-    const double scale = SceneGL::MinUnitPx * distance * Content.WorldPerPxPerDistance / SizeWorld;
-    return std::isfinite(scale) ? std::max(1.0, scale) : 1.0;
+    return std::max(1.0, SceneGL::MinUnitPx * GetWorldPerPx(Content, At) / SizeWorld);
 }
 
 // A flat arrow along the heading, lying just above the vehicle's ground: the icon of a far vehicle.
@@ -136,37 +149,59 @@ void AppendDeltaWing(std::vector<float>& out, const HeadingFrame& frame, const V
         AppendVertex(out, v, colour, 0.65f);
 }
 
-// A unit's shape at heading 0 and size 1, base (an aircraft: its centre) at the origin: the
-// instanced draw turns, scales and colours it. Shade and paint travel as the red of the colour and
-// green over red.
+// What a shape vertex paints, plain and selected; shapes carry it as the green of their colour.
+enum Paint
+{
+    Hull,
+    Turret,
+    Wing,
+    Post,
+    PaintCount
+};
+// clang-format off
+constexpr std::array<std::array<Rgb, 2>, PaintCount> PaintColours{{
+    {{{0.25f, 0.5f, 0.9f}, {0.35f, 0.9f, 0.45f}}},
+    {{{0.55f, 0.75f, 1.0f}, {0.6f, 1.0f, 0.65f}}},
+    {{{0.95f, 0.55f, 0.2f}, {1.0f, 0.95f, 0.35f}}},
+    {{{0.6f, 0.6f, 0.6f}, {0.6f, 0.6f, 0.6f}}},
+}};
+// clang-format on
+
+// A unit's shape at heading 0 and size 1, base (an aircraft: its centre) at the origin, as a
+// triangle list: the instanced draw turns, scales and colours it. Built with the shade as the red
+// of the colour and the paint as green over red.
 std::vector<float> BuildShape(UnitInstancesGL::Shape which)
 {
     const HeadingFrame frame(0.0);
     const Vec3D base;
-    const auto paint = [](UnitInstancesGL::Paint p) { return Rgb{1.0f, static_cast<float>(p), 0.0f}; };
+    const auto paint = [](Paint p) { return Rgb{1.0f, static_cast<float>(p), 0.0f}; };
     std::vector<float> vertices;
     if (which == UnitInstancesGL::Icon)
-        AppendArrowIcon(vertices, frame, base, 1.0, paint(UnitInstancesGL::Turret));
+        AppendArrowIcon(vertices, frame, base, 1.0, paint(Turret));
     else if (which == UnitInstancesGL::Model)
     {
-        AppendBox(vertices, frame, base, 1.0, 0.7, 0.6, paint(UnitInstancesGL::Hull));
+        AppendBox(vertices, frame, base, 1.0, 0.7, 0.6, paint(Hull));
         // Turret behind the middle, barrel reaching past the front: the heading reads from any side.
-        const Rgb turret = paint(UnitInstancesGL::Turret);
-        AppendBox(vertices, frame, frame.At(base, -0.15, 0.0, 0.6), 0.45, 0.4, 0.4, turret);
-        AppendBox(vertices, frame, frame.At(base, 0.85, 0.0, 0.72), 0.55, 0.1, 0.14, turret);
+        AppendBox(vertices, frame, frame.At(base, -0.15, 0.0, 0.6), 0.45, 0.4, 0.4, paint(Turret));
+        AppendBox(vertices, frame, frame.At(base, 0.85, 0.0, 0.72), 0.55, 0.1, 0.14, paint(Turret));
     }
     else
     {
-        AppendDeltaWing(vertices, frame, base, paint(UnitInstancesGL::Wing));
+        AppendDeltaWing(vertices, frame, base, paint(Wing));
         // A thin post down to the ground shows where the aircraft is over the map.
-        AppendBox(vertices, frame, base, 1.5, 1.5, 1.0, paint(UnitInstancesGL::Post));
+        AppendBox(vertices, frame, base, 1.5, 1.5, 1.0, paint(Post));
     }
     // At heading 0 forward is +Z and right is -X.
     std::vector<float> shape;
     for (std::size_t i = 0; i < vertices.size(); i += FloatsPerVertex)
     {
         const float* v = &vertices[i];
-        shape.insert(shape.end(), {v[2], -v[0], v[1], v[3], std::round(v[4] / v[3])});
+        const float shade = v[3];
+        const int painted = static_cast<int>(std::lround(v[4] / shade));
+        const Rgb plain = PaintColours[painted][0], selected = PaintColours[painted][1];
+        shape.insert(shape.end(), {v[2], -v[0], v[1], plain.R * shade, plain.G * shade, plain.B * shade,
+                                   selected.R * shade, selected.G * shade, selected.B * shade,
+                                   painted == Post ? 1.0f : 0.0f});
     }
     return shape;
 }
@@ -174,9 +209,10 @@ std::vector<float> BuildShape(UnitInstancesGL::Shape which)
 void AppendInstance(std::vector<float>& out, const Vec3D& at, double headingDeg, double size, bool bSelected,
                     double groundY)
 {
+    const double headingRad = headingDeg * M_PI / 180.0;
     out.insert(out.end(), {static_cast<float>(at.X), static_cast<float>(at.Y), static_cast<float>(at.Z),
-                           static_cast<float>(headingDeg * M_PI / 180.0), static_cast<float>(size),
-                           bSelected ? 1.0f : 0.0f, static_cast<float>(groundY)});
+                           static_cast<float>(std::sin(headingRad)), static_cast<float>(std::cos(headingRad)),
+                           static_cast<float>(size), bSelected ? 1.0f : 0.0f, static_cast<float>(groundY)});
 }
 
 // A line from the unit through each goal in order, with a dot at every goal; a looping route closes.
@@ -196,19 +232,56 @@ void DrawOrders(Markers& markers, const Vec3D& from, const std::vector<Vec3D>& g
 }
 
 // An aircraft's goals at its flying height, each with a ring on the ground under it and a line
-// down to that ring, so a person sees where on the map the click landed.
-void DrawAirGoalMarks(Markers& markers, const std::vector<Vec3D>& goals, const SpringMapRenderer* pMap,
-                      double RingRadius)
+// down to that ring, so a person sees where on the map the click landed. A far ring grows as an
+// aircraft there would; sized by where it lies, a goal shared by a whole fleet gives one mark.
+void DrawAirGoalMarks(Markers& markers, const SceneContent& Content, const std::vector<Vec3D>& goals)
 {
+    const SpringMapRenderer* pMap = Content.Map.IsLoaded() ? &Content.Map : nullptr;
     for (const Vec3D& goal : goals)
     {
         const double ground =
             pMap ? pMap->GetTerrainHeight(static_cast<float>(goal.X), static_cast<float>(goal.Z)) : 0.0;
-        AppendRing(markers, Vec3D(goal.X, ground, goal.Z), RingRadius, pMap != nullptr,
-                   ToRgb(SceneGL::AircraftOrderColour));
+        const Vec3D centre(goal.X, ground, goal.Z);
+        AppendRing(markers, Content, centre,
+                   AirGoalRingWorld * GetDrawScale(Content, centre, SceneGL::AircraftLengthWorld),
+                   pMap != nullptr, ToRgb(SceneGL::AircraftOrderColour));
         AppendLine(markers, Vec3D(goal.X, ground + MarkerInstancesGL::MarkerLiftWorld, goal.Z), goal,
                    ToRgb(SceneGL::AircraftOrderColour));
     }
+}
+
+// Drops every marker drawn again later unchanged: a fleet on one route would draw its legs, dots
+// and goal rings once per aircraft. Markers are drawn in order without depth or blending, so
+// keeping each one's last drawing leaves every pixel as it was.
+void KeepLastOfEachMarker(std::vector<float>& markers)
+{
+    using Marker = std::array<float, MarkerInstancesGL::FloatsPerInstance>;
+    struct MarkerHash
+    {
+        std::size_t operator()(const Marker& marker) const
+        {
+            std::size_t hash = 0;
+            for (const float value : marker)
+                hash = hash * 1000003U ^ std::hash<float>{}(value);
+            return hash;
+        }
+    };
+    constexpr std::size_t n = MarkerInstancesGL::FloatsPerInstance;
+    const std::size_t count = markers.size() / n;
+    std::unordered_set<Marker, MarkerHash> seen;
+    std::vector<bool> bKeep(count, false);
+    for (std::size_t i = count; i-- > 0;)
+    {
+        Marker marker;
+        std::copy_n(markers.begin() + static_cast<std::ptrdiff_t>(i * n), n, marker.begin());
+        bKeep[i] = seen.insert(marker).second;
+    }
+    std::size_t kept = 0;
+    for (std::size_t i = 0; i < count; ++i)
+        if (bKeep[i])
+            std::copy_n(markers.begin() + static_cast<std::ptrdiff_t>(i * n), n,
+                        markers.begin() + static_cast<std::ptrdiff_t>(kept++ * n));
+    markers.resize(kept * n);
 }
 
 std::vector<Vec3D> VehicleGoals(const VehicleUnit& vehicle)
@@ -248,7 +321,25 @@ bool SceneGL::Create(std::string& Error)
                         Error);
 }
 
-void SceneGL::BuildGeometry(const SceneContent& Content)
+bool SceneGL::IsSphereInView(const std::array<float, 16>& ViewProjection, const Vec3D& Centre,
+                             double RadiusWorld)
+{
+    // Each side of the view is row 3 plus or minus row 0, 1 or 2 of the matrix (column-major), a
+    // plane whose inside is where it is positive; scaled to a unit normal it gives distances.
+    const std::array<float, 16>& m = ViewProjection;
+    for (int row = 0; row < 3; ++row)
+        for (const double sign : {1.0, -1.0})
+        {
+            const double a = m[3] + sign * m[row], b = m[7] + sign * m[4 + row],
+                         c = m[11] + sign * m[8 + row], d = m[15] + sign * m[12 + row];
+            const double length = std::sqrt(a * a + b * b + c * c);
+            if (length > 0.0 && (a * Centre.X + b * Centre.Y + c * Centre.Z + d) / length < -RadiusWorld)
+                return false;
+        }
+    return true;
+}
+
+void SceneGL::BuildGeometry(const SceneContent& Content, const std::array<float, 16>& ViewProjection)
 {
     for (std::vector<float>& instances : UnitInstances)
         instances.clear();
@@ -266,13 +357,15 @@ void SceneGL::BuildGeometry(const SceneContent& Content)
             maskIndex < Content.VehicleSelectionMask.size() && Content.VehicleSelectionMask[maskIndex];
         const double radius = std::max(vehicle->Radius, 1.0f);
         const double scale = GetDrawScale(Content, vehicle->Position, radius * 2.0);
-        // Beyond IconScale a vehicle is drawn as a flat arrow.
-        AppendInstance(UnitInstances[scale > IconScale ? UnitInstancesGL::Icon : UnitInstancesGL::Model],
-                       vehicle->Position, vehicle->HeadingDeg, radius * scale, bSelected,
-                       vehicle->Position.Y);
+        // Beyond IconScale a vehicle is drawn as a flat arrow. Either shape lies within two size units
+        // of its base; one wholly outside the view costs nothing to skip here and a vertex pass to draw.
+        if (IsSphereInView(ViewProjection, vehicle->Position, 2.0 * radius * scale))
+            AppendInstance(UnitInstances[scale > IconScale ? UnitInstancesGL::Icon : UnitInstancesGL::Model],
+                           vehicle->Position, vehicle->HeadingDeg, radius * scale, bSelected,
+                           vehicle->Position.Y);
         if (bSelected)
-            AppendRing(MarkerInstances, vehicle->Position, radius * VehicleRingRadii * scale, pMap != nullptr,
-                       ToRgb(SelectionRingColour));
+            AppendRing(MarkerInstances, Content, vehicle->Position, radius * VehicleRingRadii * scale,
+                       pMap != nullptr, ToRgb(SelectionRingColour));
         if (bSelected || Content.bShowAllOrders)
             DrawOrders(MarkerInstances, vehicle->Position, VehicleGoals(*vehicle), false,
                        ToRgb(VehicleOrderColour));
@@ -287,18 +380,21 @@ void SceneGL::BuildGeometry(const SceneContent& Content)
                        Content.bAirUnitsSelected,
                        Content.Map.GetTerrainHeight(static_cast<float>(at.X), static_cast<float>(at.Z)));
         if (Content.bAirUnitsSelected)
-            AppendRing(MarkerInstances, at, AircraftRingWorld * scale, false, ToRgb(SelectionRingColour));
+            AppendRing(MarkerInstances, Content, at, AircraftRingWorld * scale, false,
+                       ToRgb(SelectionRingColour));
         if (!Content.bAirUnitsSelected && !Content.bShowAllOrders)
             continue;
         const std::vector<Vec3D> goals = AircraftGoals(*air);
         DrawOrders(MarkerInstances, at, goals, air->Flight.Navigator.IsLooping(), ToRgb(AircraftOrderColour));
-        DrawAirGoalMarks(MarkerInstances, goals, pMap, AirGoalRingWorld * scale);
+        DrawAirGoalMarks(MarkerInstances, Content, goals);
     }
+    for (std::vector<float>& markers : MarkerInstances)
+        KeepLastOfEachMarker(markers);
 }
 
 void SceneGL::Draw(const SceneContent& Content, const std::array<float, 16>& ViewProjection)
 {
-    BuildGeometry(Content);
+    BuildGeometry(Content, ViewProjection);
     glDisable(GL_BLEND);
     glEnable(GL_DEPTH_TEST);
     glDepthFunc(GL_LESS);

@@ -59,12 +59,18 @@ class SceneGL
     // a flat arrow: its turret and barrel would only blur at that size.
     static constexpr double MinUnitPx = 10.0;
     static constexpr double IconScale = 2.5;
+    // A selection or goal ring up to this radius on screen is drawn with fewer points.
+    static constexpr double SmallRingMaxPx = 12.0;
 
     SceneGL() = default;
     SceneGL(const SceneGL&) = delete;
     SceneGL& operator=(const SceneGL&) = delete;
 
     bool Create(std::string& Error);
+    // Whether a sphere reaches into the view of ViewProjection (column-major, world to clip space):
+    // vehicles wholly outside it are not drawn.
+    static bool IsSphereInView(const std::array<float, 16>& ViewProjection, const Vec3D& Centre,
+                               double RadiusWorld);
     // ViewProjection: column-major, world to clip space.
     void Draw(const SceneContent& Content, const std::array<float, 16>& ViewProjection);
     // The sky gradient for a camera looking down by PitchDeg; drawn before the terrain.
@@ -74,7 +80,7 @@ class SceneGL
     }
 
   private:
-    void BuildGeometry(const SceneContent& Content);
+    void BuildGeometry(const SceneContent& Content, const std::array<float, 16>& ViewProjection);
 
     SkyGL Sky;
     UnitInstancesGL Units;

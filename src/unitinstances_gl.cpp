@@ -1,5 +1,7 @@
 #include "unitinstances_gl.h"
 
+#include <algorithm>
+
 #include "glprogram.h"
 
 namespace
@@ -8,26 +10,22 @@ namespace
 const char* VertexShader = R"(#version 330 core
 uniform mat4 ViewProjection;
 layout(location = 0) in vec3 Local; // forward, right, up
-layout(location = 1) in vec2 Paint; // shade, what it paints
-layout(location = 2) in vec4 Placement; // X, Y, Z, heading
-layout(location = 3) in vec3 SizeSelectedGround;
+layout(location = 1) in vec3 PlainColour;
+layout(location = 2) in vec3 SelectedColour;
+layout(location = 3) in float Post;
+layout(location = 4) in vec4 Placement; // X, Y, Z, sine of the heading
+layout(location = 5) in vec4 CosSizeSelectedGround;
 out vec4 VertexColour;
 void main()
 {
-    bool post = Paint.y > 2.5;
-    float heading = post ? 0.0 : Placement.w;
-    vec3 forward = vec3(sin(heading), 0.0, cos(heading));
-    vec3 right = vec3(-forward.z, 0.0, forward.x);
-    float size = SizeSelectedGround.x, ground = SizeSelectedGround.z;
-    vec3 world = Placement.xyz + (forward * Local.x + right * Local.y + vec3(0.0, Local.z, 0.0)) * size;
-    if (post)
-        world.y = ground + Local.z * max(Placement.y - ground, 0.0);
-    bool selected = SizeSelectedGround.y > 0.5;
-    vec3 hull = selected ? vec3(0.35, 0.9, 0.45) : vec3(0.25, 0.5, 0.9);
-    vec3 turret = selected ? vec3(0.6, 1.0, 0.65) : vec3(0.55, 0.75, 1.0);
-    vec3 wing = selected ? vec3(1.0, 0.95, 0.35) : vec3(0.95, 0.55, 0.2);
-    vec3 paints[4] = vec3[4](hull, turret, wing, vec3(0.6));
-    VertexColour = vec4(paints[int(Paint.y + 0.5)] * Paint.x, 1.0);
+    // A post keeps heading 0: forward +Z, right -X.
+    vec2 sinCos = mix(vec2(Placement.w, CosSizeSelectedGround.x), vec2(0.0, 1.0), Post);
+    vec3 local = Local * CosSizeSelectedGround.y;
+    vec3 world = Placement.xyz + vec3(sinCos.x * local.x - sinCos.y * local.y, local.z,
+                                      sinCos.y * local.x + sinCos.x * local.y);
+    float ground = CosSizeSelectedGround.w;
+    world.y = mix(world.y, ground + Local.z * max(Placement.y - ground, 0.0), Post);
+    VertexColour = vec4(mix(PlainColour, SelectedColour, CosSizeSelectedGround.z), 1.0);
     gl_Position = ViewProjection * vec4(world, 1.0);
 }
 )";
@@ -43,27 +41,55 @@ void PointInstances(std::size_t firstInstance)
 {
     const GLsizei instanceStride = UnitInstancesGL::FloatsPerInstance * sizeof(float);
     const std::size_t first = firstInstance * UnitInstancesGL::FloatsPerInstance;
-    glVertexAttribPointer(2, 4, GL_FLOAT, GL_FALSE, instanceStride, FloatOffset(first));
-    glVertexAttribPointer(3, 3, GL_FLOAT, GL_FALSE, instanceStride, FloatOffset(first + 4));
+    glVertexAttribPointer(4, 4, GL_FLOAT, GL_FALSE, instanceStride, FloatOffset(first));
+    glVertexAttribPointer(5, 4, GL_FLOAT, GL_FALSE, instanceStride, FloatOffset(first + 4));
+}
+
+// A triangle list as its distinct vertices and the indices that draw them.
+void IndexShape(const std::vector<float>& triangles, std::vector<float>& vertices,
+                std::vector<GLuint>& indices)
+{
+    constexpr int n = UnitInstancesGL::FloatsPerVertex;
+    const std::size_t firstVertex = vertices.size() / n;
+    for (std::size_t i = 0; i + n <= triangles.size(); i += n)
+    {
+        const auto vertex = triangles.begin() + static_cast<std::ptrdiff_t>(i);
+        std::size_t found = firstVertex;
+        while (found < vertices.size() / n &&
+               !std::equal(vertex, vertex + n, vertices.begin() + static_cast<std::ptrdiff_t>(found * n)))
+            ++found;
+        if (found == vertices.size() / n)
+            vertices.insert(vertices.end(), vertex, vertex + n);
+        indices.push_back(static_cast<GLuint>(found - firstVertex));
+    }
 }
 
 // One array per shape: the shape's vertices from FirstVertex on, the instances from the shared buffer.
-void CreateShapeArray(GLuint& array, GLuint shapeBuffer, std::size_t firstVertex, GLuint instanceBuffer)
+void CreateShapeArray(GLuint& array, GLuint shapeBuffer, std::size_t firstVertex, GLuint indexBuffer,
+                      GLuint instanceBuffer)
 {
     glGenVertexArrays(1, &array);
     glBindVertexArray(array);
+    glBindBuffer(GL_ELEMENT_ARRAY_BUFFER, indexBuffer);
     glBindBuffer(GL_ARRAY_BUFFER, shapeBuffer);
     const GLsizei vertexStride = UnitInstancesGL::FloatsPerVertex * sizeof(float);
     const std::size_t first = firstVertex * UnitInstancesGL::FloatsPerVertex;
-    glEnableVertexAttribArray(0);
-    glVertexAttribPointer(0, 3, GL_FLOAT, GL_FALSE, vertexStride, FloatOffset(first));
-    glEnableVertexAttribArray(1);
-    glVertexAttribPointer(1, 2, GL_FLOAT, GL_FALSE, vertexStride, FloatOffset(first + 3));
+    // Local, plain colour, selected colour, post.
+    constexpr GLint Sizes[4] = {3, 3, 3, 1};
+    std::size_t offset = first;
+    for (GLuint attribute = 0; attribute < 4; ++attribute)
+    {
+        glEnableVertexAttribArray(attribute);
+        glVertexAttribPointer(attribute, Sizes[attribute], GL_FLOAT, GL_FALSE, vertexStride,
+                              FloatOffset(offset));
+        offset += static_cast<std::size_t>(Sizes[attribute]);
+    }
     glBindBuffer(GL_ARRAY_BUFFER, instanceBuffer);
-    glEnableVertexAttribArray(2);
-    glVertexAttribDivisor(2, 1);
-    glEnableVertexAttribArray(3);
-    glVertexAttribDivisor(3, 1);
+    for (GLuint attribute : {4U, 5U})
+    {
+        glEnableVertexAttribArray(attribute);
+        glVertexAttribDivisor(attribute, 1);
+    }
     PointInstances(0);
     glBindVertexArray(0);
 }
@@ -73,6 +99,7 @@ UnitInstancesGL::~UnitInstancesGL()
 {
     glDeleteVertexArrays(ShapeCount, Arrays.data());
     glDeleteBuffers(1, &ShapeBuffer);
+    glDeleteBuffers(1, &IndexBuffer);
     glDeleteBuffers(1, &InstanceBuffer);
     if (Program)
         glDeleteProgram(Program);
@@ -85,21 +112,29 @@ bool UnitInstancesGL::Create(const std::array<std::vector<float>, ShapeCount>& S
     if (Program == 0)
         return false;
     ViewProjectionLocation = glGetUniformLocation(Program, "ViewProjection");
-    std::vector<float> shapes;
-    for (const std::vector<float>& shape : ShapeVertices)
-        shapes.insert(shapes.end(), shape.begin(), shape.end());
-    glGenBuffers(1, &ShapeBuffer);
-    glGenBuffers(1, &InstanceBuffer);
-    glBindBuffer(GL_ARRAY_BUFFER, ShapeBuffer);
-    glBufferData(GL_ARRAY_BUFFER, static_cast<GLsizeiptr>(shapes.size() * sizeof(float)), shapes.data(),
-                 GL_STATIC_DRAW);
-    std::size_t firstVertex = 0;
+    std::vector<float> vertices;
+    std::vector<GLuint> indices;
+    std::array<std::size_t, ShapeCount> firstVertices{};
     for (int shape = 0; shape < ShapeCount; ++shape)
     {
-        CreateShapeArray(Arrays[shape], ShapeBuffer, firstVertex, InstanceBuffer);
-        VertexCounts[shape] = static_cast<GLsizei>(ShapeVertices[shape].size() / FloatsPerVertex);
-        firstVertex += static_cast<std::size_t>(VertexCounts[shape]);
+        firstVertices[shape] = vertices.size() / FloatsPerVertex;
+        FirstIndices[shape] = indices.size();
+        IndexShape(ShapeVertices[shape], vertices, indices);
+        IndexCounts[shape] = static_cast<GLsizei>(indices.size() - FirstIndices[shape]);
     }
+    glGenBuffers(1, &ShapeBuffer);
+    glGenBuffers(1, &IndexBuffer);
+    glGenBuffers(1, &InstanceBuffer);
+    glBindBuffer(GL_ARRAY_BUFFER, ShapeBuffer);
+    glBufferData(GL_ARRAY_BUFFER, static_cast<GLsizeiptr>(vertices.size() * sizeof(float)), vertices.data(),
+                 GL_STATIC_DRAW);
+    for (int shape = 0; shape < ShapeCount; ++shape)
+        CreateShapeArray(Arrays[shape], ShapeBuffer, firstVertices[shape], IndexBuffer, InstanceBuffer);
+    // The element buffer binding belongs to an array: fill it through one.
+    glBindVertexArray(Arrays[0]);
+    glBufferData(GL_ELEMENT_ARRAY_BUFFER, static_cast<GLsizeiptr>(indices.size() * sizeof(GLuint)),
+                 indices.data(), GL_STATIC_DRAW);
+    glBindVertexArray(0);
     return true;
 }
 
@@ -128,8 +163,14 @@ void UnitInstancesGL::Draw(const std::array<std::vector<float>, ShapeCount>& Ins
                         static_cast<GLsizeiptr>(instances.size() * sizeof(float)), instances.data());
         glBindVertexArray(Arrays[shape]);
         PointInstances(firstInstance);
-        glDrawArraysInstanced(GL_TRIANGLES, 0, VertexCounts[shape], static_cast<GLsizei>(count));
+        // The model is closed but for its bottom, which the ground hides: the faces turned away need no
+        // drawing. The icon and the aircraft are flat and seen from both sides.
+        (shape == Model ? glEnable : glDisable)(GL_CULL_FACE);
+        glDrawElementsInstanced(GL_TRIANGLES, IndexCounts[shape], GL_UNSIGNED_INT,
+                                reinterpret_cast<const void*>(FirstIndices[shape] * sizeof(GLuint)),
+                                static_cast<GLsizei>(count));
         firstInstance += count;
     }
+    glDisable(GL_CULL_FACE);
     glBindVertexArray(0);
 }

@@ -7,8 +7,10 @@
 #include <epoxy/gl.h>
 
 // Every vehicle and aircraft of a frame in one instanced draw per shape: the full vehicle model,
-// the far vehicle icon and the aircraft. The shapes are uploaded once; a frame uploads only each
-// unit's placement, so a crowd costs its vertex work on the GPU and almost nothing on the CPU.
+// the far vehicle icon and the aircraft. The shapes are uploaded once, indexed so a corner shared by
+// a face's triangles is shaded once; a frame uploads only each unit's placement, so a crowd costs
+// its vertex work on the GPU and almost nothing on the CPU. A software renderer shades vertices on
+// one thread, so the per-vertex work is kept to a turn, a scale and a colour pick.
 class UnitInstancesGL
 {
   public:
@@ -19,20 +21,13 @@ class UnitInstancesGL
         Aircraft,
         ShapeCount
     };
-    // Per unit: world X, Y, Z of its base (an aircraft: its centre), heading in radians, size (the
-    // shape's unit in world units), 1 when selected, and the ground's height under it.
-    static constexpr int FloatsPerInstance = 7;
-    // Per shape vertex: forward, right and up in size units, shade, and what it paints.
-    static constexpr int FloatsPerVertex = 5;
-    // What a shape vertex paints: an aircraft's post stands upright from the ground to the
-    // aircraft, whatever its heading, one size unit across and as tall as the aircraft flies high.
-    enum Paint
-    {
-        Hull,
-        Turret,
-        Wing,
-        Post
-    };
+    // Per unit: world X, Y, Z of its base (an aircraft: its centre), sine and cosine of its heading,
+    // size (the shape's unit in world units), 1 when selected, and the ground's height under it.
+    static constexpr int FloatsPerInstance = 8;
+    // Per shape vertex: forward, right and up in size units, red, green, blue plain and selected,
+    // and 1 for an aircraft's post: that stands upright from the ground to the aircraft, whatever
+    // its heading, one size unit across and as tall as the aircraft flies high.
+    static constexpr int FloatsPerVertex = 10;
 
     UnitInstancesGL() = default;
     UnitInstancesGL(const UnitInstancesGL&) = delete;
@@ -40,14 +35,15 @@ class UnitInstancesGL
     ~UnitInstancesGL();
 
     bool Create(const std::array<std::vector<float>, ShapeCount>& ShapeVertices, std::string& Error);
-    // Depth-tested triangles; the caller sets the depth state.
+    // ShapeVertices: triangle lists. Depth-tested triangles; the caller sets the depth state.
     void Draw(const std::array<std::vector<float>, ShapeCount>& Instances,
               const std::array<float, 16>& ViewProjection);
 
   private:
     GLuint Program = 0;
     GLint ViewProjectionLocation = -1;
-    GLuint ShapeBuffer = 0, InstanceBuffer = 0;
+    GLuint ShapeBuffer = 0, IndexBuffer = 0, InstanceBuffer = 0;
     std::array<GLuint, ShapeCount> Arrays{};
-    std::array<GLsizei, ShapeCount> VertexCounts{};
+    std::array<GLsizei, ShapeCount> IndexCounts{};
+    std::array<std::size_t, ShapeCount> FirstIndices{};
 };

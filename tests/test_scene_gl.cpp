@@ -245,6 +245,46 @@ TEST_F(SceneGLTest, FarUnitsKeepTheirLeastSizeOnScreen)
     EXPECT_GE(CountColourNear(image, at, 12, SceneGL::SelectionRingColour), 20) << "its ring";
 }
 
+TEST_F(SceneGLTest, VehicleFacesTurnedToTheCameraAreDrawn)
+{
+    AddVehicle(512.0, 512.0); // its front towards the camera
+    // clang-format off
+    // Least hull and turret pixels at a face's shade; 0: none at all. 1 the lit top, 0.85 the front,
+    // 0.6 the back, hidden behind the rest.
+    struct Case { double PitchDeg; float Shade; int Hull, Turret; };
+    const Case cases[] = {{80.0, 1.0f, 100, 50}, {20.0, 1.0f, 20, 15}, {20.0, 0.85f, 40, 15}, {20.0, 0.6f, 0, 0}};
+    // clang-format on
+    for (const Case& c : cases)
+    {
+        App->View.CameraPitchDeg = c.PitchDeg;
+        const std::vector<std::uint8_t> image = RenderAndRead();
+        const std::array<double, 2> at = Project(App->View.Vehicles[0]->Position);
+        const int hull = CountColourNear(image, at, 16, {0.25f * c.Shade, 0.5f * c.Shade, 0.9f * c.Shade});
+        const int turret = CountColourNear(image, at, 16, {0.55f * c.Shade, 0.75f * c.Shade, c.Shade});
+        EXPECT_TRUE(c.Hull > 0 ? hull >= c.Hull : hull == 0)
+            << "pitch " << c.PitchDeg << " shade " << c.Shade << ": " << hull;
+        EXPECT_TRUE(c.Turret > 0 ? turret >= c.Turret : turret == 0)
+            << "pitch " << c.PitchDeg << " shade " << c.Shade << ": " << turret;
+    }
+}
+
+TEST(SceneView, SpheresTouchingTheViewAreKeptAndThoseJustOffItDropped)
+{
+    // A matrix scaling by S views the cube of half-size 1/S; a sphere 1/S + 1 off one side of it
+    // touches that side with radius 1 and misses it with a hair less.
+    for (const float s : {1.0f, 2.0f})
+        for (int axis = 0; axis < 3; ++axis)
+            for (const double side : {-1.0, 1.0})
+                for (const double radius : {1.0, 0.999})
+                {
+                    const std::array<float, 16> m{s, 0, 0, 0, 0, s, 0, 0, 0, 0, s, 0, 0, 0, 0, 1};
+                    double at[3] = {0.0, 0.0, 0.0};
+                    at[axis] = side * (1.0 / s + 1.0);
+                    EXPECT_EQ(SceneGL::IsSphereInView(m, Vec3D(at[0], at[1], at[2]), radius), radius == 1.0)
+                        << "scale " << s << " axis " << axis << " side " << side << " radius " << radius;
+                }
+}
+
 TEST_F(SceneGLTest, JetEffectFiguresFollowTheScale)
 {
     for (int i = 0; i < 3; ++i)
