@@ -264,14 +264,7 @@ TEST_F(AppMaps, BrowserFiltersAsYouTypeAndOpensTheChoice)
     drawn(false);
     const std::vector<std::uint8_t> withHelp = drawn(true), without = drawn(false);
     const int w = App->GetCoreSDL().Width, h = App->GetCoreSDL().Height;
-    int most = 0;
-    for (int y = h / 8; y < h * 3 / 4; ++y)
-        for (int x = w * 3 / 8; x < w * 5 / 8; ++x)
-            for (int c = 0; c < 3; ++c)
-            {
-                const std::size_t at = (static_cast<std::size_t>(y) * w + x) * 4 + c;
-                most = std::max(most, std::abs(withHelp[at] - without[at]));
-            }
+    const int most = GetMostApart(withHelp, without, w * 3 / 8, h / 8, w * 5 / 8, h * 3 / 4);
     EXPECT_GT(most, 0) << "the help lies under the browser";
     EXPECT_LE(most, 20) << "the help's text is drawn over the browser";
     const double distance = View().CameraDistance;

@@ -298,19 +298,10 @@ TEST_F(AppPanels, SmallWindowsHelpCoversTheLegendButNotTheStatusBar)
     const std::vector<std::uint8_t> bare = drawn(false, AuthorView::Height);
     const std::vector<std::uint8_t> help = drawn(true, AuthorView::Height),
                                     noLegend = drawn(true, AuthorView::Off);
-    const auto mostApart = [](const auto& a, const auto& b, int x1, int y1, int x2, int y2)
-    {
-        int most = 0;
-        for (int y = y1; y < y2; ++y)
-            for (int x = x1; x < x2; ++x)
-                for (int c = 0; c < 3; ++c)
-                    most = std::max(most, std::abs(a[(y * 320 + x) * 4 + c] - b[(y * 320 + x) * 4 + c]));
-        return most;
-    };
-    EXPECT_EQ(mostApart(help, bare, 0, 240 - GLWindow::StatusBarHeightPx, 320, 240), 0)
+    EXPECT_EQ(GetMostApart(help, bare, 0, 240 - GLWindow::StatusBarHeightPx, 320, 240), 0)
         << "the bar stays whole";
     // The legend's rows lie under the help's 86 % fill, text and all.
-    EXPECT_LE(mostApart(help, noLegend, 30, 90, 200, 180), 40);
+    EXPECT_LE(GetMostApart(help, noLegend, 30, 90, 200, 180), 40);
     int swapInterval = 1;
     EXPECT_TRUE(SDL_GL_GetSwapInterval(&swapInterval) && swapInterval == 0)
         << "counted frames run unsynchronised";

@@ -1,7 +1,11 @@
 #pragma once
 
+#include <algorithm>
+#include <cstdint>
+#include <cstdlib>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include <SDL3/SDL.h>
 #include <gtest/gtest.h>
@@ -17,6 +21,22 @@ class HeadlessApp : public ::testing::Test
     std::unique_ptr<Application> App;
 
     void TearDown() override { App.reset(); }
+    // The largest difference of any colour channel between two read-backs of the window, over the
+    // pixels from (X1, Y1) up to (X2, Y2), top-down.
+    int GetMostApart(const std::vector<std::uint8_t>& A, const std::vector<std::uint8_t>& B, int X1, int Y1,
+                     int X2, int Y2) const
+    {
+        const int widthPx = App->GetCoreSDL().Width;
+        int most = 0;
+        for (int y = Y1; y < Y2; ++y)
+            for (int x = X1; x < X2; ++x)
+                for (int c = 0; c < 3; ++c)
+                {
+                    const std::size_t at = (static_cast<std::size_t>(y) * widthPx + x) * 4 + c;
+                    most = std::max(most, std::abs(A[at] - B[at]));
+                }
+        return most;
+    }
     // A fresh application (the previous one closed first); FrameCount 1 steps by a fixed 1/60 s.
     void Start(const AppOptions& Options)
     {
