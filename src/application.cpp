@@ -320,7 +320,7 @@ void Application::DrawFrame(bool bOverlays)
 void Application::RecordAppOverlays()
 {
     const PixelCanvas canvas(CoreSdl.Width, CoreSdl.Height);
-    MiniMap.Render(canvas, Viewport);
+    MiniMap.Render(canvas, Viewport, MinimapPicture.Get());
     BatchRecorded();
     Stats.Render(canvas, GLWindow::StatusBarHeightPx);
     BatchRecorded();

@@ -21,6 +21,7 @@
 #include "mouse.h"
 #include "mouseinput.h"
 #include "navtooltip.h"
+#include "picturetexture_gl.h"
 #include "rend.h"
 #include "rend_gl.h"
 #include "rotatecontinuity.h"
@@ -137,6 +138,7 @@ class Application
     FontMetrics Metrics;
     HelpOverlay Help;
     Minimap MiniMap;
+    PictureTextureGL MinimapPicture; // MiniMap's picture for the 2D batch
     NavTooltip Tooltip;
     FrameStats Stats;
     JetEffectSwitch JetSwitch;

@@ -27,6 +27,7 @@ void Application::ShowLoadedMap(const std::string& Intro)
 {
     SDL_SetWindowTitle(CoreSdl.pWindow, ("Quindle - " + MapName).c_str());
     MiniMap.BuildPicture(Viewport.SpringMap);
+    MinimapPicture.Upload(MiniMap.GetPicture(), Minimap::CellCount, Minimap::CellCount);
     // The old units, their orders and any group naming them belong to the old ground.
     Keys.ForgetGroups();
     Viewport.Vehicles.clear();

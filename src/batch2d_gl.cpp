@@ -18,15 +18,18 @@ void main()
 }
 )";
 
-// The texture holds coverage in its red channel: glyph shapes, and full coverage for solid shapes.
+// The texture holds coverage in its red channel (glyph shapes, and full coverage for solid shapes),
+// or, for a picture, the colour itself.
 const char* FragmentShader = R"(#version 330 core
 uniform sampler2D Coverage;
+uniform bool Picture;
 in vec2 VertexTexCoord;
 in vec4 VertexColour;
 out vec4 FragColour;
 void main()
 {
-    FragColour = vec4(VertexColour.rgb, VertexColour.a * texture(Coverage, VertexTexCoord).r);
+    vec4 texel = texture(Coverage, VertexTexCoord);
+    FragColour = Picture ? VertexColour * texel : vec4(VertexColour.rgb, VertexColour.a * texel.r);
 }
 )";
 } // namespace
@@ -47,6 +50,7 @@ bool Batch2DGL::Create(std::string& Error)
     if (Program == 0)
         return false;
     TextureLocation = glGetUniformLocation(Program, "Coverage");
+    PictureLocation = glGetUniformLocation(Program, "Picture");
     glGenVertexArrays(1, &VertexArray);
     glGenBuffers(1, &VertexBuffer);
     glBindVertexArray(VertexArray);
@@ -62,11 +66,31 @@ bool Batch2DGL::Create(std::string& Error)
     return true;
 }
 
-void Batch2DGL::AddQuad(const float (&X)[4], const float (&Y)[4], const float (&U)[4], const float (&V)[4],
-                        float R, float G, float B, float A)
+void Batch2DGL::StartRun(GLuint Picture)
+{
+    if (Runs.empty() || Runs.back().Picture != Picture)
+        Runs.push_back({Picture, static_cast<GLint>(Vertices.size() / FloatsPerVertex)});
+}
+
+void Batch2DGL::AppendQuad(const float (&X)[4], const float (&Y)[4], const float (&U)[4], const float (&V)[4],
+                           float R, float G, float B, float A)
 {
     for (int corner : {0, 1, 2, 0, 2, 3})
         Vertices.insert(Vertices.end(), {X[corner], Y[corner], U[corner], V[corner], R, G, B, A});
+}
+
+void Batch2DGL::AddQuad(const float (&X)[4], const float (&Y)[4], const float (&U)[4], const float (&V)[4],
+                        float R, float G, float B, float A)
+{
+    StartRun(0);
+    AppendQuad(X, Y, U, V, R, G, B, A);
+}
+
+void Batch2DGL::AddImageQuad(const float (&X)[4], const float (&Y)[4], GLuint Picture)
+{
+    static constexpr float us[4] = {0.0f, 1.0f, 1.0f, 0.0f}, vs[4] = {0.0f, 0.0f, 1.0f, 1.0f};
+    StartRun(Picture);
+    AppendQuad(X, Y, us, vs, 1.0f, 1.0f, 1.0f, 1.0f);
 }
 
 void Batch2DGL::AddSolidQuad(const float (&X)[4], const float (&Y)[4], float U, float V, float R, float G,
@@ -81,6 +105,7 @@ void Batch2DGL::Submit(GLuint Texture)
     if (Program == 0 || Vertices.empty())
     {
         Vertices.clear();
+        Runs.clear();
         return;
     }
     glDisable(GL_DEPTH_TEST);
@@ -89,14 +114,21 @@ void Batch2DGL::Submit(GLuint Texture)
     glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
     glUseProgram(Program);
     glActiveTexture(GL_TEXTURE0);
-    glBindTexture(GL_TEXTURE_2D, Texture);
     glUniform1i(TextureLocation, 0);
     glBindVertexArray(VertexArray);
     glBindBuffer(GL_ARRAY_BUFFER, VertexBuffer);
     // Orphan the buffer each time: the driver need not wait for the previous frame's draw.
     glBufferData(GL_ARRAY_BUFFER, static_cast<GLsizeiptr>(Vertices.size() * sizeof(float)), Vertices.data(),
                  GL_STREAM_DRAW);
-    glDrawArrays(GL_TRIANGLES, 0, static_cast<GLsizei>(Vertices.size() / FloatsPerVertex));
+    const auto vertexCount = static_cast<GLint>(Vertices.size() / FloatsPerVertex);
+    for (std::size_t i = 0; i < Runs.size(); ++i)
+    {
+        const GLint end = i + 1 < Runs.size() ? Runs[i + 1].FirstVertex : vertexCount;
+        glBindTexture(GL_TEXTURE_2D, Runs[i].Picture ? Runs[i].Picture : Texture);
+        glUniform1i(PictureLocation, Runs[i].Picture != 0);
+        glDrawArrays(GL_TRIANGLES, Runs[i].FirstVertex, end - Runs[i].FirstVertex);
+    }
     glBindVertexArray(0);
     Vertices.clear();
+    Runs.clear();
 }

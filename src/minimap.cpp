@@ -192,22 +192,15 @@ void Minimap::OrderSelectionTo(GLViewport& View, GLWindow& Window, const Vec3D& 
                                    : "Selected units ordered to waypoint.");
 }
 
-void Minimap::Render(const PixelCanvas& Canvas, const GLViewport& View) const
+void Minimap::Render(const PixelCanvas& Canvas, const GLViewport& View, std::uint32_t PictureId) const
 {
     double x1 = 0.0, y1 = 0.0, x2 = 0.0, y2 = 0.0;
     if (Picture.empty() || !GetMapRectPx(View, Canvas.GetWidthPx(), Canvas.GetHeightPx(), x1, y1, x2, y2) ||
         !Canvas.Begin())
         return;
     const SpringMapRenderer& map = View.SpringMap;
-    const double cellWPx = (x2 - x1) / CellCount, cellHPx = (y2 - y1) / CellCount;
-    for (int row = 0; row < CellCount; ++row)
-        for (int column = 0; column < CellCount; ++column)
-        {
-            const std::uint8_t* rgb = &Picture[(static_cast<std::size_t>(row) * CellCount + column) * 3];
-            Canvas.FillRect(x1 + column * cellWPx, y1 + row * cellHPx, x1 + (column + 1) * cellWPx,
-                            y1 + (row + 1) * cellHPx,
-                            GLColor(rgb[0] / 255.0f, rgb[1] / 255.0f, rgb[2] / 255.0f, 1.0f));
-        }
+    // One picture, not a rectangle per cell: 4,096 small quads cost software GL about 2 ms a frame.
+    Canvas.Image(x1, y1, x2, y2, PictureId);
     Canvas.OutlineRect(x1, y1, x2, y2, GLColor(0.25f, 0.88f, 1.0f, 0.9f));
 
     const auto toPxX = [&](double X) { return x1 + X / map.GetWorldWidth() * (x2 - x1); };

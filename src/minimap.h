@@ -50,12 +50,16 @@ class Minimap
                       int WidthPx, int HeightPx);
     bool TakesPointer() const { return bTakesPointer; }
 
-    void Render(const PixelCanvas& Canvas, const GLViewport& View) const;
+    // The picture as built, CellCount x CellCount RGB rows from the map's top edge (Z = 0); empty
+    // without a map.
+    const std::vector<std::uint8_t>& GetPicture() const { return Picture; }
+    // PictureId: the backend's copy of GetPicture (a GL texture).
+    void Render(const PixelCanvas& Canvas, const GLViewport& View, std::uint32_t PictureId) const;
 
   private:
     void OrderSelectionTo(GLViewport& View, GLWindow& Window, const Vec3D& Point) const;
 
-    std::vector<std::uint8_t> Picture; // CellCount x CellCount RGB, rows of increasing Z
+    std::vector<std::uint8_t> Picture;
     bool bLeftDrag = false;
     bool bRightPress = false;
     bool bTakesPointer = false;

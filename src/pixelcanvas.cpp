@@ -39,6 +39,11 @@ void PixelCanvas::Line(double X1Px, double Y1Px, double X2Px, double Y2Px, const
                        LineWidthPx);
 }
 
+void PixelCanvas::Image(double X1Px, double Y1Px, double X2Px, double Y2Px, std::uint32_t ImageId) const
+{
+    p->pRend->drawImage(ToGlobalX(X1Px), ToGlobalY(Y1Px), ToGlobalX(X2Px), ToGlobalY(Y2Px), ImageId);
+}
+
 void PixelCanvas::OutlineRect(double X1Px, double Y1Px, double X2Px, double Y2Px, const GLColor& Color) const
 {
     Line(X1Px, Y1Px, X2Px, Y1Px, Color, 1.0f);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 
 class GLColor;
@@ -23,6 +24,8 @@ class PixelCanvas
     void FillRect(double X1Px, double Y1Px, double X2Px, double Y2Px, const GLColor& Color) const;
     void Line(double X1Px, double Y1Px, double X2Px, double Y2Px, const GLColor& Color, float WidthPx) const;
     void OutlineRect(double X1Px, double Y1Px, double X2Px, double Y2Px, const GLColor& Color) const;
+    // A picture the backend holds (a GL texture) stretched over the rectangle, its top row at Y1Px.
+    void Image(double X1Px, double Y1Px, double X2Px, double Y2Px, std::uint32_t ImageId) const;
     // Left-aligned text with its baseline at BaselinePx; nothing without a font renderer.
     void Text(const std::string& Text, double XPx, double BaselinePx, int SizePx, const GLColor& Color) const;
 

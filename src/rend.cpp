@@ -37,6 +37,15 @@ bool Rend::drawLine(float X1, float Y1, float X2, float Y2, const GLColor& Color
     return true;
 }
 
+bool Rend::drawImage(float X1, float Y1, float X2, float Y2, std::uint32_t ImageId)
+{
+    if (!bInFrame)
+        return false;
+    Primitives.push_back(
+        {RendPrimitive::Kind::Image, X1, Y1, X2, Y2, 1.0f, 1.0f, 1.0f, 1.0f, 0.0f, BeginFrameCount, ImageId});
+    return true;
+}
+
 void Rend::ClearRecord()
 {
     Primitives.clear();

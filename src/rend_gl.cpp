@@ -8,11 +8,14 @@ namespace
 void AppendPrimitive(const RendPrimitive& Primitive, int WidthPx, int HeightPx, float SolidU, float SolidV,
                      Batch2DGL& Batch)
 {
-    if (Primitive.Type == RendPrimitive::Kind::Rect)
+    if (Primitive.Type != RendPrimitive::Kind::Line)
     {
         const float xs[4] = {Primitive.X1, Primitive.X2, Primitive.X2, Primitive.X1};
         const float ys[4] = {Primitive.Y1, Primitive.Y1, Primitive.Y2, Primitive.Y2};
-        Batch.AddSolidQuad(xs, ys, SolidU, SolidV, Primitive.R, Primitive.G, Primitive.B, Primitive.A);
+        if (Primitive.Type == RendPrimitive::Kind::Image)
+            Batch.AddImageQuad(xs, ys, Primitive.ImageId);
+        else
+            Batch.AddSolidQuad(xs, ys, SolidU, SolidV, Primitive.R, Primitive.G, Primitive.B, Primitive.A);
         return;
     }
     // Work in pixels so the width is the same along both axes, then go back to global units.

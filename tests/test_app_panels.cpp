@@ -180,12 +180,20 @@ TEST_F(AppPanels, OverlaysAreDrawnOverTheScene)
     double x1 = 0, y1 = 0, x2 = 0, y2 = 0, mx1 = 0, my1 = 0, mx2 = 0, my2 = 0;
     ASSERT_TRUE(View().GetNavWidgetPanelRect(x1, y1, x2, y2));
     ASSERT_TRUE(App->GetMinimap().GetMapRectPx(View(), 1280, 720, mx1, my1, mx2, my2));
-    // The middles of the navigation widget, the minimap, the Rotate toggle and the effects panel (right
-    // of its text).
-    const std::pair<double, double> points[] = {{(x1 + x2) * 640, (y1 + y2) * 360},
-                                                {(mx1 + mx2) / 2, (my1 + my2) / 2},
-                                                {0.9375 * 1280, 0.96 * 720},
-                                                {0.97 * 1280, 0.3 * 720}};
+    // The minimap's picture, its top row along the top: a cell's middle shows the cell's colour.
+    const std::vector<std::uint8_t>& picture = App->GetMinimap().GetPicture();
+    for (const auto& [row, column] : {std::pair{1, 2}, {2, 61}, {61, 1}, {62, 62}})
+    {
+        const auto x = static_cast<std::size_t>(mx1 + (column + 0.5) * (mx2 - mx1) / Minimap::CellCount);
+        const auto y = static_cast<std::size_t>(my1 + (row + 0.5) * (my2 - my1) / Minimap::CellCount);
+        const auto cell = picture.begin() + (row * Minimap::CellCount + column) * 3;
+        EXPECT_EQ(std::vector(full.begin() + (y * 1280 + x) * 4, full.begin() + (y * 1280 + x) * 4 + 3),
+                  std::vector(cell, cell + 3))
+            << "cell " << row << ", " << column;
+    }
+    // The middles of the navigation widget, the Rotate toggle and the effects panel (right of its text).
+    const std::pair<double, double> points[] = {
+        {(x1 + x2) * 640, (y1 + y2) * 360}, {0.9375 * 1280, 0.96 * 720}, {0.97 * 1280, 0.3 * 720}};
     for (const auto& [x, y] : points)
     {
         const std::size_t at = (static_cast<std::size_t>(y) * 1280 + static_cast<std::size_t>(x)) * 4;

@@ -8,6 +8,7 @@
 #include "glviewport.h"
 #include "mouse.h"
 #include "offscreen_gl.h"
+#include "picturetexture_gl.h"
 #include "rend_gl.h"
 #include "ttf_gl.h"
 
@@ -75,6 +76,30 @@ TEST_F(GLContextTest, ShapesCoverExactlyTheirPixels)
         {40, 20, red}, {79, 49, red}, {39, 20, Blue}, {80, 20, Blue}, {40, 19, Blue}, {79, 50, Blue},
         {60, 66, Blue}, {60, 67, green}, {60, 72, green}, {60, 73, Blue}, {19, 70, Blue} /* no cap */, {180, 70, Blue},
         {97, 10, Blue}, {98, 10, yellow}, {101, 10, yellow}, {102, 10, Blue}, {10, 90, Blue}, {9, 89, Blue},
+    };
+    // clang-format on
+    for (const Probe& probe : probes)
+        EXPECT_EQ(At(probe.X, probe.Y), probe.Expected) << "pixel " << probe.X << ", " << probe.Y;
+}
+
+TEST_F(GLContextTest, PictureLiesBetweenTheShapesBeforeAndAfterItTopRowUp)
+{
+    PictureTextureGL picture, tooShort;
+    picture.Upload({255, 0, 0, 0, 255, 0, /* bottom row */ 0, 0, 255, 255, 255, 255}, 2, 2);
+    tooShort.Upload({255, 0, 0}, 2, 2);
+    EXPECT_EQ(tooShort.Get(), 0u) << "too few bytes leave no picture";
+    // Black under columns 0..99; the picture over columns 40..119, rows 20..59; yellow over 100..139, 50..69.
+    AppendShapes(
+        {Shape(Rect, GX(0), GY(0), GX(100), GY(HeightPx), GLColor(0, 0, 0, 1)),
+         {RendPrimitive::Kind::Image, GX(40), GY(20), GX(120), GY(60), 1, 1, 1, 1, 0, 0, picture.Get()},
+         Shape(Rect, GX(100), GY(50), GX(140), GY(70), GLColor(1, 1, 0, 1))});
+    Batch.Submit(Font.GetAtlasTexture());
+    const Rgba black{0, 0, 0, 255}, red{255, 0, 0, 255}, green{0, 255, 0, 255}, white{255, 255, 255, 255},
+        yellow{255, 255, 0, 255};
+    // clang-format off
+    struct Probe { int X, Y; Rgba Expected; } probes[] = {
+        {39, 20, black}, {40, 20, red}, {79, 39, red}, {80, 20, green}, {119, 39, green}, {120, 30, Blue},
+        {40, 40, Blue}, {79, 59, Blue}, {40, 60, black}, {99, 49, white}, {100, 50, yellow}, {110, 45, white},
     };
     // clang-format on
     for (const Probe& probe : probes)
