@@ -1,12 +1,13 @@
 // Frame cost of the application at 1280x720, headless (SDL's offscreen driver; on a machine
-// without a GPU that is Mesa's llvmpipe), in five scenes: the default map, Blank16 (1024x1024
+// without a GPU that is Mesa's llvmpipe), in six scenes: the default map, Blank16 (1024x1024
 // squares), the default map with 2,000 vehicles and 100 aircraft, a generated map like the
-// default one with 4,000 features of every kind, and the default map at 1920x1080. Each scene reports the
+// default one with 4,000 features of every kind, the default map at 1920x1080, and the default map
+// with 2,000 vehicles and 4 aircraft. Each scene reports the
 // whole frame (waited for with glFinish, swap and readback excluded), its parts (terrain, water, features,
 // units, jet effect, overlays), the effect's five pass figures as its panel shows them, and the whole frame
 // over the terrain-only frame. Each author view's frame is timed against the normal frame. A last
-// benchmark times the frames while a 2,000-vehicle formation order is planned, and the overlays'
-// CPU side.
+// benchmark times the frames while a 2,000-vehicle formation order is planned (with 100 or 4 aircraft), and
+// the overlays' CPU side.
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
@@ -48,6 +49,7 @@ const SceneSetup Scenes[] = {
     {SceneMap::Default, 2000, 100},
     {SceneMap::WithFeatures, 12, 4},
     {SceneMap::Default, 12, 4, 1920, 1080},
+    {SceneMap::Default, 2000, 4},
 };
 // clang-format on
 
@@ -229,8 +231,9 @@ void BM_Frame(benchmark::State& state)
     state.counters["gpu_queries"] = timer.UsesGpuQueries() ? 1 : 0;
 }
 // 0: the default map, 1: Blank16, 2: the default map with 2,000 vehicles and 100 aircraft, 3: the
-// default terrain with 4,000 features, 4: the default map at 1920x1080.
-BENCHMARK(BM_Frame)->ArgName("scene")->DenseRange(0, 4)->Unit(benchmark::kMillisecond)->UseRealTime();
+// default terrain with 4,000 features, 4: the default map at 1920x1080, 5: the default map with 2,000
+// vehicles and its 4 aircraft.
+BENCHMARK(BM_Frame)->ArgName("scene")->DenseRange(0, 5)->Unit(benchmark::kMillisecond)->UseRealTime();
 
 // One author view on the default map (1 height ... 5 grass), its frame against the normal frame
 // measured in the same run.
@@ -258,13 +261,13 @@ void BM_AuthorView(benchmark::State& state)
 }
 BENCHMARK(BM_AuthorView)->ArgName("view")->DenseRange(1, 5)->Unit(benchmark::kMillisecond)->UseRealTime();
 
-// A formation order for 2,000 vehicles across the default map, then frames as the application runs
-// them (input, simulation step, drawing) until every route is planned: the longest frame is what a
-// person sees stutter.
+// A formation order for 2,000 vehicles across the default map, with 100 aircraft (scene 2) or the
+// usual 4 (scene 5), then frames as the application runs them (input, simulation step, drawing)
+// until every route is planned: the longest frame is what a person sees stutter.
 void BM_FormationOrder2000Frames(benchmark::State& state)
 {
     Application* app = SharedApp();
-    if (!app || !ShowScene(*app, Scenes[2]))
+    if (!app || !ShowScene(*app, Scenes[state.range(0)]))
         return state.SkipWithError("no GL context or the scene did not load");
     GLViewport& view = app->GetViewport();
     view.bOrderDrag = view.bOrderDragMoved = view.bSelectionDragActive = false;
@@ -305,7 +308,13 @@ void BM_FormationOrder2000Frames(benchmark::State& state)
     state.counters["mean_frame_ms"] = totalMs / frames;
     state.counters["frames_to_plan"] = static_cast<double>(frames) / static_cast<double>(state.iterations());
 }
-BENCHMARK(BM_FormationOrder2000Frames)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(1);
+BENCHMARK(BM_FormationOrder2000Frames)
+    ->ArgName("scene")
+    ->Arg(2)
+    ->Arg(5)
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime()
+    ->Iterations(1);
 
 // All five overlays: recording, vertex building and submission.
 void BM_OverlaysCpu(benchmark::State& state)
