@@ -64,11 +64,17 @@ void SpringMapTerrainGL::CreateMesh(const Source& From)
     glBindVertexArray(Vao);
     glGenBuffers(1, &Vbo);
     glBindBuffer(GL_ARRAY_BUFFER, Vbo);
-    glBufferData(GL_ARRAY_BUFFER, static_cast<GLsizeiptr>(From.pPositionsNormals->size() * sizeof(float)),
-                 From.pPositionsNormals->data(), GL_STATIC_DRAW);
-    // Positions only: the shader reads the normals from the normal texture.
+    // Positions only: the shader reads the normals from the normal texture, and the vertex stage
+    // fetches half the bytes.
+    const std::vector<float>& positionsNormals = *From.pPositionsNormals;
+    std::vector<float> positions;
+    positions.reserve(positionsNormals.size() / 2);
+    for (std::size_t i = 0; i + 6 <= positionsNormals.size(); i += 6)
+        positions.insert(positions.end(), &positionsNormals[i], &positionsNormals[i + 3]);
+    glBufferData(GL_ARRAY_BUFFER, static_cast<GLsizeiptr>(positions.size() * sizeof(float)), positions.data(),
+                 GL_STATIC_DRAW);
     glEnableVertexAttribArray(0);
-    glVertexAttribPointer(0, 3, GL_FLOAT, GL_FALSE, 6 * sizeof(float), nullptr);
+    glVertexAttribPointer(0, 3, GL_FLOAT, GL_FALSE, 3 * sizeof(float), nullptr);
     glGenBuffers(1, &Ibo);
     glBindBuffer(GL_ELEMENT_ARRAY_BUFFER, Ibo);
     glBufferData(GL_ELEMENT_ARRAY_BUFFER,
