@@ -89,6 +89,8 @@ void Batch2DGL::AddQuad(const float (&X)[4], const float (&Y)[4], const float (&
 void Batch2DGL::AddImageQuad(const float (&X)[4], const float (&Y)[4], GLuint Picture)
 {
     static constexpr float us[4] = {0.0f, 1.0f, 1.0f, 0.0f}, vs[4] = {0.0f, 0.0f, 1.0f, 1.0f};
+    if (Picture == 0) // no texture: the coverage run would stretch the glyph atlas over the quad
+        return;
     StartRun(Picture);
     AppendQuad(X, Y, us, vs, 1.0f, 1.0f, 1.0f, 1.0f);
 }

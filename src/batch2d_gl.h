@@ -26,7 +26,8 @@ class Batch2DGL
     // A quad that samples only the texel at (U, V): a solid shape.
     void AddSolidQuad(const float (&X)[4], const float (&Y)[4], float U, float V, float R, float G, float B,
                       float A);
-    // The whole of an RGBA picture texture over the quad, its top row along the first two corners.
+    // The whole of an RGBA picture texture over the quad, its top row along the first two corners;
+    // texture 0 draws nothing.
     void AddImageQuad(const float (&X)[4], const float (&Y)[4], GLuint Picture);
     std::size_t GetQuadCount() const { return Vertices.size() / (FloatsPerVertex * 6); }
 
