@@ -330,7 +330,16 @@ void Application::RecordAppOverlays()
     BatchRecorded();
     Help.Render(canvas, Metrics, CoreSdl.Height - GLWindow::StatusBarHeightPx);
     BatchRecorded();
-    Browser.Render(canvas, Metrics, CoreSdl.Height - GLWindow::StatusBarHeightPx);
+    Browser.Render(canvas, Metrics, CoreSdl.Height - GLWindow::StatusBarHeightPx,
+                   [this](const MapListing& Map)
+                   {
+                       // Uploaded once a map: a listing's thumbnail does not change while it is listed.
+                       const auto [it, bNew] = ThumbnailPictures.try_emplace(Map.Path);
+                       if (bNew)
+                           it->second.Upload(Map.Thumbnail, MapListing::ThumbnailCells,
+                                             MapListing::ThumbnailCells);
+                       return it->second.Get();
+                   });
     BatchRecorded();
     Tooltip.Render(canvas, Metrics, Viewport);
     BatchRecorded();

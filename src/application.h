@@ -4,6 +4,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "appoptions.h"
@@ -138,7 +139,8 @@ class Application
     FontMetrics Metrics;
     HelpOverlay Help;
     Minimap MiniMap;
-    PictureTextureGL MinimapPicture; // MiniMap's picture for the 2D batch
+    PictureTextureGL MinimapPicture;                                     // MiniMap's picture for the 2D batch
+    std::unordered_map<std::string, PictureTextureGL> ThumbnailPictures; // the browser's, by map path
     NavTooltip Tooltip;
     FrameStats Stats;
     JetEffectSwitch JetSwitch;

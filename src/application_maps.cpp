@@ -134,6 +134,7 @@ void Application::ShowMapBrowser(bool bShow)
     if (bShow)
     {
         Browser.Open(BrowseFolders);
+        ThumbnailPictures.clear(); // the folders may be read afresh, and a map changed on disk since
         SDL_StartTextInput(CoreSdl.pWindow);
     }
     else

@@ -201,7 +201,8 @@ bool MapBrowser::HandleMouse(const Mouse& MouseState, int WidthPx, int Available
     return true;
 }
 
-void MapBrowser::Render(const PixelCanvas& Canvas, const FontMetrics& Metrics, int AvailableHeightPx) const
+void MapBrowser::Render(const PixelCanvas& Canvas, const FontMetrics& Metrics, int AvailableHeightPx,
+                        const std::function<std::uint32_t(const MapListing&)>& ThumbnailId) const
 {
     if (!bOpen)
         return;
@@ -227,20 +228,12 @@ void MapBrowser::Render(const PixelCanvas& Canvas, const FontMetrics& Metrics, i
         if (FirstRow + row == Choice)
             Canvas.FillRect(box.X1Px + 2, y, box.X2Px - 2, y + RowHeightPx - 2,
                             GLColor(0.2f, 0.35f, 0.55f, 0.9f));
-        const double cellPx = static_cast<double>(ThumbnailPx) / MapListing::ThumbnailCells;
         const double thumbX = box.X1Px + PaddingPx, thumbY = y + (RowHeightPx - ThumbnailPx) * 0.5 - 1;
         if (map.Thumbnail.empty())
             Canvas.OutlineRect(thumbX, thumbY, thumbX + ThumbnailPx, thumbY + ThumbnailPx,
                                GLColor(0.5f, 0.55f, 0.6f, 0.8f));
-        for (std::size_t i = 0; i * 3 + 2 < map.Thumbnail.size(); ++i)
-        {
-            const int column = static_cast<int>(i) % MapListing::ThumbnailCells;
-            const int cellRow = static_cast<int>(i) / MapListing::ThumbnailCells;
-            const std::uint8_t* rgb = &map.Thumbnail[i * 3];
-            Canvas.FillRect(thumbX + column * cellPx, thumbY + cellRow * cellPx,
-                            thumbX + (column + 1) * cellPx, thumbY + (cellRow + 1) * cellPx,
-                            GLColor(rgb[0] / 255.0f, rgb[1] / 255.0f, rgb[2] / 255.0f, 1.0f));
-        }
+        else
+            Canvas.Image(thumbX, thumbY, thumbX + ThumbnailPx, thumbY + ThumbnailPx, ThumbnailId(map));
     }
     Canvas.End();
 

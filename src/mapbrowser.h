@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -47,7 +49,10 @@ class MapBrowser
     int GetChoice() const { return Choice; }
     bool IsScanDone() const;
 
-    void Render(const PixelCanvas& Canvas, const FontMetrics& Metrics, int AvailableHeightPx) const;
+    // ThumbnailId: the backend's picture (a GL texture) of a listing's thumbnail, asked only for
+    // listings that have one.
+    void Render(const PixelCanvas& Canvas, const FontMetrics& Metrics, int AvailableHeightPx,
+                const std::function<std::uint32_t(const MapListing&)>& ThumbnailId) const;
 
   private:
     struct Scan
