@@ -9,6 +9,7 @@
 #include "authorview_colours.h"
 #include "driveabilitygrid.h"
 #include "glcolor.h"
+#include "gltexture.h"
 #include "pixelcanvas.h"
 #include "springmap_renderer.h"
 
@@ -145,10 +146,7 @@ void AuthorViewGL::Prepare(AuthorView View, const SpringMapRenderer& Map, const 
         glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
         glTexImage2D(GL_TEXTURE_2D, 0, GL_R8, width, height, 0, GL_RED, GL_UNSIGNED_BYTE, values.data());
         // Cells stay cells: a type index blended with its neighbour's would name a third type.
-        glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
-        glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
-        glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);
-        glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
+        SetBoundTextureSampling(GL_NEAREST, GL_NEAREST);
         glBindTexture(GL_TEXTURE_2D, 0);
         Sources[index] = source;
     }

@@ -1,5 +1,6 @@
 #include "heighttexture_gl.h"
 
+#include "gltexture.h"
 #include "springmap_renderer.h"
 
 void UploadHeightTexture(GLuint Texture, const SpringMapRenderer& Map, GLint Filter)
@@ -8,6 +9,5 @@ void UploadHeightTexture(GLuint Texture, const SpringMapRenderer& Map, GLint Fil
     glPixelStorei(GL_UNPACK_ALIGNMENT, 4);
     glTexImage2D(GL_TEXTURE_2D, 0, GL_R32F, Map.GetGridWidth(), Map.GetGridHeight(), 0, GL_RED, GL_FLOAT,
                  Map.GetHeightGrid().data());
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, Filter);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, Filter);
+    SetBoundTextureSampling(Filter, Filter);
 }

@@ -5,5 +5,6 @@
 
 class SpringMapRenderer;
 
-// Uploads the grid into Texture (bound to GL_TEXTURE_2D on return) with the given min/mag filter.
+// Uploads the grid into Texture (bound to GL_TEXTURE_2D on return) with the given min/mag filter,
+// its edges clamped.
 void UploadHeightTexture(GLuint Texture, const SpringMapRenderer& Map, GLint Filter);

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "gltexture.h"
+
 namespace
 {
 struct Format
@@ -51,10 +53,7 @@ bool JetExhaustTargets::CreateOne(int Which, int WidthPx, int HeightPx)
     glTexImage2D(GL_TEXTURE_2D, 0, static_cast<GLint>(format.Internal), WidthPx, HeightPx, 0, layout,
                  format.Type, nullptr);
     // Linear filtering does the upscaling in the composite and the cheap half-texel taps of the blur.
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_LINEAR);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
+    SetBoundTextureSampling(GL_LINEAR, GL_LINEAR);
     glGenFramebuffers(1, &Framebuffers[Which]);
     glBindFramebuffer(GL_FRAMEBUFFER, Framebuffers[Which]);
     glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, Textures[Which], 0);

@@ -1,5 +1,7 @@
 #include "picturetexture_gl.h"
 
+#include "gltexture.h"
+
 PictureTextureGL::~PictureTextureGL()
 {
     if (Texture)
@@ -15,10 +17,7 @@ void PictureTextureGL::Upload(const std::vector<std::uint8_t>& Rgb, int WidthPx,
     if (!Texture)
         glGenTextures(1, &Texture);
     glBindTexture(GL_TEXTURE_2D, Texture);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
+    SetBoundTextureSampling(GL_NEAREST, GL_NEAREST);
     glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
     glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA8, WidthPx, HeightPx, 0, GL_RGB, GL_UNSIGNED_BYTE, Rgb.data());
 }

@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "gltexture.h"
 #include "springmap_dxt1.h"
 #include "springmap_ground.h"
 #include "terrain_normalmap.h"
@@ -95,11 +96,7 @@ void SpringMapTerrainGL::CreateMesh(const Source& From)
     // units, so only far ground is minified there.
     if (!From.bForSoftwareGL)
         glGenerateMipmap(GL_TEXTURE_2D);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER,
-                    From.bForSoftwareGL ? GL_LINEAR : GL_LINEAR_MIPMAP_LINEAR);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
+    SetBoundTextureSampling(From.bForSoftwareGL ? GL_LINEAR : GL_LINEAR_MIPMAP_LINEAR, GL_LINEAR);
     glBindTexture(GL_TEXTURE_2D, 0);
     NormalUv[0] = 1.0f / (From.SquareSize * From.GridWidth);
     NormalUv[1] = 1.0f / (From.SquareSize * From.GridHeight);
@@ -137,11 +134,7 @@ GLuint SpringMapTerrainGL::UploadDxt1(const std::vector<const std::uint8_t*>& le
     }
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_BASE_LEVEL, 0);
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAX_LEVEL, static_cast<GLint>(levels.size()) - 1 - first);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER,
-                    bNearestMip ? GL_LINEAR_MIPMAP_NEAREST : GL_LINEAR_MIPMAP_LINEAR);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
+    SetBoundTextureSampling(bNearestMip ? GL_LINEAR_MIPMAP_NEAREST : GL_LINEAR_MIPMAP_LINEAR, GL_LINEAR);
     return texture;
 }
 

@@ -6,6 +6,8 @@
 #include <ft2build.h>
 #include FT_FREETYPE_H
 
+#include "gltexture.h"
+
 namespace
 {
 constexpr std::uint32_t ReplacementChar = 0xFFFD;
@@ -78,10 +80,7 @@ bool TTFGL::Create(const std::string& FontPath, std::string& Error)
         return false;
     glGenTextures(1, &AtlasTexture);
     glBindTexture(GL_TEXTURE_2D, AtlasTexture);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
+    SetBoundTextureSampling(GL_NEAREST, GL_NEAREST);
     ResetAtlas();
     return true;
 }

@@ -74,8 +74,6 @@ void WaterGL::UploadHeights(const SpringMapRenderer& Map)
 {
     // Linear, so the shore follows the ground between corners instead of stepping square by square.
     UploadHeightTexture(HeightTexture, Map, GL_LINEAR);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
     UploadedRevision = Map.GetLoadRevision();
 }
 
