@@ -59,6 +59,16 @@ inline void LookStraightDown(TestApp& app, double centreX = 512.0, double centre
     app.View.bJetEffectsPanelVisible = false;
 }
 
+// A TestApp with a flat map, and one also looking straight down at it.
+struct MapApp : TestApp
+{
+    MapApp() { LoadFlatMap(); }
+};
+struct TopDownApp : TestApp
+{
+    TopDownApp() { LookStraightDown(*this); }
+};
+
 // World point to viewport-local 0..1 through the camera the scene is drawn with; false behind the eye.
 inline bool ProjectToLocal(const GLViewport& view, double x, double y, double z, double& x01, double& y01)
 {

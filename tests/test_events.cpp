@@ -88,11 +88,10 @@ TEST(EventMouseOut, EndsLeftButtonStatesAndKeepsOnlyHeldPanAndOrderGesture)
         app.View.EventMouseOut();
         EXPECT_FALSE(app.View.bMouseOver || app.View.bMouseInside || app.View.bOrbitDrag) << c.Name;
         EXPECT_FALSE(app.View.bSelectionDragActive) << c.Name;
-        EXPECT_EQ(app.View.HoverNavButton + app.View.ActiveNavButton, 0) << c.Name;
-        EXPECT_EQ(app.View.NavLastRepeatMs, 0u) << c.Name;
-        EXPECT_EQ(app.View.bPanDrag, c.bKeepPan) << c.Name;
-        EXPECT_EQ(app.View.bOrderDrag, c.bKeepOrder) << c.Name;
-        EXPECT_EQ(app.View.bOrderDragMoved, c.bKeepOrder) << c.Name;
+        EXPECT_EQ(std::tuple(app.View.HoverNavButton + app.View.ActiveNavButton, app.View.NavLastRepeatMs,
+                             app.View.bPanDrag, app.View.bOrderDrag, app.View.bOrderDragMoved),
+                  std::tuple(0, 0u, c.bKeepPan, c.bKeepOrder, c.bKeepOrder))
+            << c.Name;
         EXPECT_FALSE(app.App.bChildWindowProcessed) << c.Name;
     }
 }

@@ -14,7 +14,6 @@ namespace
 {
 using ordertest::AddAircraft;
 using ordertest::AddVehicle;
-using ordertest::LookStraightDown;
 using ordertest::SelectVehicles;
 using Messages = std::vector<std::string>;
 using Points = std::vector<std::pair<double, double>>;
@@ -27,11 +26,10 @@ const std::string MovedMessage = "Selected units ordered to waypoint.";
 const std::string FormationMessage = "Formation move order issued.";
 
 // Straight down over (512, 512) from 800: one local unit is about 1178 world units across.
-struct GestureApp : TestApp
+struct GestureApp : ordertest::TopDownApp
 {
     GestureApp()
     {
-        LookStraightDown(*this);
         AddVehicle(*this, 400.0, 400.0);
         AddVehicle(*this, 430.0, 400.0);
     }

@@ -78,25 +78,20 @@ inline std::filesystem::path CopyBlueprint(const std::filesystem::path& dir, con
 // An uncompressed 32-bit TGA, rows top first, from RGBA texels.
 inline std::vector<std::uint8_t> TgaBytes(int width, int height, const std::vector<std::uint8_t>& rgba)
 {
-    std::vector<std::uint8_t> tga = {0,
-                                     0,
-                                     2,
-                                     0,
-                                     0,
-                                     0,
-                                     0,
-                                     0,
-                                     0,
-                                     0,
-                                     0,
-                                     0,
-                                     std::uint8_t(width),
-                                     std::uint8_t(width >> 8),
-                                     std::uint8_t(height),
-                                     std::uint8_t(height >> 8),
-                                     32,
-                                     0x28};
+    // clang-format off
+    std::vector<std::uint8_t> tga = {0, 0, 2, 0, 0, 0, 0, 0, 0, 0, 0, 0, std::uint8_t(width), std::uint8_t(width >> 8),
+                                     std::uint8_t(height), std::uint8_t(height >> 8), 32, 0x28};
+    // clang-format on
     for (std::size_t i = 0; i < rgba.size(); i += 4)
         tga.insert(tga.end(), {rgba[i + 2], rgba[i + 1], rgba[i], rgba[i + 3]});
     return tga;
+}
+
+// A DXT1 block: the two 565 colours, then two bits per texel.
+inline std::vector<std::uint8_t> Dxt1Block(std::uint16_t c0, std::uint16_t c1, std::uint32_t indices)
+{
+    std::vector<std::uint8_t> block(8);
+    PutInt32(block, 0, std::int32_t(c0 | std::uint32_t(c1) << 16));
+    PutInt32(block, 4, std::int32_t(indices));
+    return block;
 }

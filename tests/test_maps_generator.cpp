@@ -1,4 +1,5 @@
 #include <cmath>
+#include <tuple>
 
 #include "springmap_generator.h"
 #include "springmap_loader.h"
@@ -52,12 +53,10 @@ TEST(MapGenerator, DefaultMapIsCachedAndLoadsWithItsPlateauAndSlopes)
     EXPECT_EQ(std::filesystem::last_write_time(again), written) << "generated once, then reused";
     SpringMap map;
     ASSERT_TRUE(SpringMapLoader::Load(smfPath, map, error)) << error;
-    EXPECT_EQ(map.Warnings, std::vector<std::string>{});
-    EXPECT_EQ(map.Name, "quindle-default-v1");
-    EXPECT_EQ(map.Smf.MapX * 10000 + map.Smf.MapY, 2560256);
-    EXPECT_EQ(map.MinHeight, -60.0f);
-    EXPECT_EQ(map.MaxHeight, 440.0f);
-    EXPECT_EQ(map.TileFiles[0].ResolvedPath, "quindle-default-v1.smt");
+    EXPECT_EQ(std::tuple(map.Warnings, map.Name, map.Smf.MapX * 10000 + map.Smf.MapY, map.MinHeight,
+                         map.MaxHeight, map.TileFiles[0].ResolvedPath),
+              std::tuple(std::vector<std::string>{}, "quindle-default-v1", 2560256, -60.0f, 440.0f,
+                         "quindle-default-v1.smt"));
     // The plateau: a flat top at 0.62 of the range, a disc of radius 0.12 * 256 squares (about 2900 corners).
     int plateauCorners = 0;
     float steepest = 0.0f;

@@ -14,33 +14,15 @@ Bytes Dds(int width, int height, int mips, std::uint32_t flags, const char* four
 {
     Bytes dds(128, 0);
     std::memcpy(dds.data(), "DDS ", 4);
-    for (const auto& [at, value] : {std::pair{4, 124},
-                                    {12, height},
-                                    {16, width},
-                                    {28, mips},
-                                    {76, 32},
-                                    {80, int(flags)},
-                                    {88, bits},
-                                    {92, int(masks[0])},
-                                    {96, int(masks[1])},
-                                    {100, int(masks[2])},
-                                    {104, int(masks[3])}})
+    // clang-format off
+    const std::pair<int, int> fields[] = {{4, 124}, {12, height}, {16, width}, {28, mips}, {76, 32}, {80, int(flags)},
+        {88, bits}, {92, int(masks[0])}, {96, int(masks[1])}, {100, int(masks[2])}, {104, int(masks[3])}};
+    // clang-format on
+    for (const auto& [at, value] : fields)
         PutInt32(dds, std::size_t(at), value);
     std::memcpy(dds.data() + 84, fourCc, 4);
     dds.insert(dds.end(), data.begin(), data.end());
     return dds;
-}
-
-Bytes Block(std::uint16_t c0, std::uint16_t c1, std::uint32_t indices)
-{
-    return {Bytes::value_type(c0),
-            Bytes::value_type(c0 >> 8),
-            Bytes::value_type(c1),
-            Bytes::value_type(c1 >> 8),
-            Bytes::value_type(indices),
-            Bytes::value_type(indices >> 8),
-            Bytes::value_type(indices >> 16),
-            Bytes::value_type(indices >> 24)};
 }
 
 Bytes Join(std::initializer_list<Bytes> parts)
@@ -60,7 +42,7 @@ TEST(MapImages, DecodeEachFormatAndRefuseDamagedOnesWithAReason)
     ASSERT_TRUE(WritePngRgb((scratch.Path / "a.png").string(), 1, 2, pngRgba, error)) << error;
     const Bytes png = ReadBytes(scratch.Path / "a.png");
     const std::array<std::uint32_t, 4> bgra = {0xFF0000, 0xFF00, 0xFF, 0xFF000000u};
-    const Bytes red = Block(0xF800, 0x001F, 0), blue = Block(0x001F, 0xF800, 0);
+    const Bytes red = Dxt1Block(0xF800, 0x001F, 0), blue = Dxt1Block(0x001F, 0xF800, 0);
     // 3-bit alpha indices 1 (a1 = 0) then 2 (6/7 of a0); 4-bit alpha 8 at texel 0.
     const Bytes dxt5Alpha = {255, 0, 0b010001, 0, 0, 0, 0, 0}, dxt3Alpha = {8, 0, 0, 0, 0, 0, 0, 0};
     // clang-format off
@@ -69,8 +51,8 @@ TEST(MapImages, DecodeEachFormatAndRefuseDamagedOnesWithAReason)
         {"dxt1", Dds(4, 4, 1, 4, "DXT1", 0, {}, red), "a.dds", 64, 4, 4, 3, 3, {255, 0, 0, 255}, nullptr},
         {"dxt1 second mip fits", Dds(8, 8, 2, 4, "DXT1", 0, {}, Join({red, red, red, red, blue})), "a.dds", 4, 4, 4, 0, 0, {0, 0, 255, 255}, nullptr},
         // c0 < c1 still has four colours: index 3 is a third of the way from c1 to c0.
-        {"dxt3", Dds(4, 4, 1, 4, "DXT3", 0, {}, Join({dxt3Alpha, Block(0x001F, 0xF800, 3)})), "a.dds", 64, 4, 4, 0, 0, {170, 0, 85, 136}, nullptr},
-        {"dxt5", Dds(4, 4, 1, 4, "DXT5", 0, {}, Join({dxt5Alpha, Block(0xFFFF, 0, 0)})), "a.dds", 64, 4, 4, 1, 0, {255, 255, 255, 218}, nullptr},
+        {"dxt3", Dds(4, 4, 1, 4, "DXT3", 0, {}, Join({dxt3Alpha, Dxt1Block(0x001F, 0xF800, 3)})), "a.dds", 64, 4, 4, 0, 0, {170, 0, 85, 136}, nullptr},
+        {"dxt5", Dds(4, 4, 1, 4, "DXT5", 0, {}, Join({dxt5Alpha, Dxt1Block(0xFFFF, 0, 0)})), "a.dds", 64, 4, 4, 1, 0, {255, 255, 255, 218}, nullptr},
         {"rgba dds", Dds(1, 1, 0, 0x41, "\0\0\0\0", 32, bgra, {0x10, 0x20, 0x30, 0x40}), "a.dds", 64, 1, 1, 0, 0, {0x30, 0x20, 0x10, 0x40}, nullptr},
         {"tga bottom first", {0, 0, 2, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1, 0, 2, 0, 24, 0, 1, 2, 3, 4, 5, 6}, "a.TGA", 64, 1, 2, 0, 0, {6, 5, 4, 255}, nullptr},
         {"tga rle", {0, 0, 10, 0, 0, 0, 0, 0, 0, 0, 0, 0, 2, 0, 1, 0, 32, 0x20, 0x81, 1, 2, 3, 4}, "a.tga", 64, 2, 1, 1, 0, {3, 2, 1, 4}, nullptr},

@@ -38,16 +38,8 @@ TEST(Dxt1, DecodesBothColourModesAndImagesInRowOrder)
     // clang-format on
     for (const auto& c : cases)
     {
-        const std::uint8_t block[8] = {std::uint8_t(c.C0),
-                                       std::uint8_t(c.C0 >> 8),
-                                       std::uint8_t(c.C1),
-                                       std::uint8_t(c.C1 >> 8),
-                                       0xE4,
-                                       0xE4,
-                                       0xE4,
-                                       0xE4};
         std::uint8_t rgba[64];
-        SpringMapDxt1::DecodeBlock(block, rgba);
+        SpringMapDxt1::DecodeBlock(Dxt1Block(c.C0, c.C1, 0xE4E4E4E4).data(), rgba);
         for (int i = 0; i < 64; ++i)
             EXPECT_EQ(rgba[i], c.Palette[i / 4 % 4][i % 4]) << std::hex << c.C0 << " byte " << std::dec << i;
     }

@@ -141,11 +141,8 @@ TEST(MapWarnings, BadArchivesAndAmbiguousFoldersFailWithOneLine)
     WriteBytes(scratch.Path / "two/b.sd7", {});
     const std::string dir = scratch.Path.string() + "/";
     // clang-format off
-    const struct
-    {
-        std::string Path;
-        std::string Expected; // the whole error, or its start when it ends in '('
-    } cases[] = {
+    // Expected: the whole error, or its start when it ends in '('.
+    const struct { std::string Path, Expected; } cases[] = {
         {dir + "cut.sd7", dir + "cut.sd7: not a readable zip or 7z archive ("},
         {dir + "empty.sdz", dir + "empty.sdz: not a readable zip or 7z archive ("},
         {dir + "text.sd7", dir + "text.sd7: not a readable zip or 7z archive ("},

@@ -60,10 +60,11 @@ TEST(NavWidgetLayout, PanelRectClampsSizeAndMarginAndHiddenElementsWriteNothing)
         app.View.bNavWidgetVisible = c.bVisible;
         PanelRect r;
         EXPECT_EQ(app.View.GetNavWidgetPanelRect(r.X1, r.Y1, r.X2, r.Y2), c.Expected.X2 > 0.0) << c.Size;
-        EXPECT_NEAR(r.X1, c.Expected.X1, 1e-12) << "size " << c.Size << " margin " << c.Margin;
-        EXPECT_NEAR(r.Y1, c.Expected.Y1, 1e-12) << "size " << c.Size << " margin " << c.Margin;
-        EXPECT_NEAR(r.X2, c.Expected.X2, 1e-12) << "size " << c.Size << " margin " << c.Margin;
-        EXPECT_NEAR(r.Y2, c.Expected.Y2, 1e-12) << "size " << c.Size << " margin " << c.Margin;
+        const double got[] = {r.X1, r.Y1, r.X2, r.Y2},
+                     want[] = {c.Expected.X1, c.Expected.Y1, c.Expected.X2, c.Expected.Y2};
+        for (int k = 0; k < 4; ++k)
+            EXPECT_NEAR(got[k], want[k], 1e-12)
+                << "size " << c.Size << " margin " << c.Margin << " corner value " << k;
     }
 
     // A hidden toggle writes nothing (its drawn rectangle is checked with the toggle below).
@@ -174,11 +175,10 @@ void SetCamera(GLViewport& View, const CameraState& s)
 
 void ExpectCamera(const GLViewport& View, const CameraState& s, const std::string& Name)
 {
-    EXPECT_NEAR(View.CameraDistance, s.Distance, 1e-9) << Name;
-    EXPECT_NEAR(View.CameraYawDeg, s.YawDeg, 1e-9) << Name;
-    EXPECT_NEAR(View.CameraPitchDeg, s.PitchDeg, 1e-9) << Name;
-    EXPECT_NEAR(View.PanX, s.PanX, 1e-9) << Name;
-    EXPECT_NEAR(View.PanY, s.PanY, 1e-9) << Name;
+    const double got[] = {View.CameraDistance, View.CameraYawDeg, View.CameraPitchDeg, View.PanX, View.PanY};
+    const double want[] = {s.Distance, s.YawDeg, s.PitchDeg, s.PanX, s.PanY};
+    for (int k = 0; k < 5; ++k)
+        EXPECT_NEAR(got[k], want[k], 1e-9) << Name << ": distance, yaw, pitch, pan x, pan y [" << k << "]";
 }
 
 // Speeds 5 degrees and 0.08 pan (times distance / 3.2, at least 0.5), zoom 2 x 0.5 = 1, distance 1..100.

@@ -14,6 +14,7 @@ namespace
 {
 using ordertest::AddAircraft;
 using ordertest::AddVehicle;
+using ordertest::MapApp;
 using ordertest::SelectVehicles;
 
 constexpr double GoldenAngleRad = 2.3999632297286535;
@@ -55,8 +56,7 @@ TEST(MoveOrder, SlotsFollowTheProjectionOnRightAndTheLargestRadiusSetsTheSpacing
     for (const Case& c : cases)
         for (bool bAppend : {false, true})
         {
-            TestApp app;
-            app.LoadFlatMap();
+            MapApp app;
             for (const Placed& v : c.Vehicles)
                 AddVehicle(app, v.X, v.Z, v.Radius);
             app.View.VehicleSelectionMask.assign(c.Vehicles.size(), true);
@@ -89,8 +89,7 @@ TEST(MoveOrder, DegenerateSelectionsStillCallThePlannerExactlyOnce)
     const Vec3D waypoint(40.0, 12.5, 60.0);
     for (const Case& c : cases)
     {
-        TestApp app;
-        app.LoadFlatMap();
+        MapApp app;
         for (int i = 0; i < c.Vehicles; ++i)
             AddVehicle(app, 10.0 * i, 500.0, 50.0f);
         AirUnit& aircraft = AddAircraft(app, 0.0, 300.0, 0.0, 250.0f);
@@ -134,8 +133,7 @@ TEST(FormationOrder, WorkedPlacesAlongThePath)
     for (const Case& c : cases)
         for (bool bAppend : {false, true})
         {
-            TestApp app;
-            app.LoadFlatMap();
+            MapApp app;
             for (const auto& [x, z] : c.Vehicles)
                 AddVehicle(app, x, z);
             app.View.VehicleSelectionMask = c.Mask;
@@ -168,8 +166,7 @@ TEST(FormationOrder, DegeneratePathsAndSelectionsFallBackOrSubmitNothing)
     // clang-format on
     for (const Case& c : cases)
     {
-        TestApp app;
-        app.LoadFlatMap();
+        MapApp app;
         AddVehicle(app, 0.0, 100.0);
         AddVehicle(app, 30.0, 100.0);
         AirUnit& aircraft = AddAircraft(app, 0.0, 300.0, 0.0);
@@ -224,8 +221,7 @@ TEST(FormationOrder, ResumingWalkMatchesTheRestartWalkOnRandomPaths)
                                : Vec3D(path.back().X + step(rng), step(rng), path.back().Z + step(rng)));
         if (std::hypot(path.back().X, path.back().Z) < 0.0001)
             continue; // a closed loop is a move order, tested elsewhere
-        TestApp app;
-        app.LoadFlatMap();
+        MapApp app;
         const int n = vehicleCount(rng);
         for (int i = 0; i < n; ++i)
             AddVehicle(app, step(rng), step(rng));

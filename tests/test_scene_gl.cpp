@@ -17,6 +17,7 @@
 
 #include "airsim.h"
 #include "offscreen_gl.h"
+#include "order_test_view.h"
 #include "pngwriter.h"
 #include "scene_gl.h"
 #include "springmap_renderer.h"
@@ -60,19 +61,10 @@ class SceneGLTest : public OffscreenGLTest
 
     VehicleUnit& AddVehicle(double x, double z)
     {
-        auto vehicle = std::make_unique<VehicleUnit>();
-        vehicle->Position = Vec3D(x, 0.0, z);
-        App->View.Vehicles.push_back(std::move(vehicle));
         App->View.VehicleSelectionMask.push_back(false);
-        return *App->View.Vehicles.back();
+        return ordertest::AddVehicle(*App, x, z);
     }
-    AirUnit& AddAircraft(double x, double y, double z)
-    {
-        auto air = std::make_unique<AirUnit>();
-        air->Aircraft.Position = Vec3D(x, y, z);
-        App->View.AirUnits.push_back(std::move(air));
-        return *App->View.AirUnits.back();
-    }
+    AirUnit& AddAircraft(double x, double y, double z) { return ordertest::AddAircraft(*App, x, y, z); }
 
     // Renders one frame and reads it back, rows from the top.
     std::vector<std::uint8_t> RenderAndRead()

@@ -16,6 +16,7 @@ using ordertest::AddAircraft;
 using ordertest::AddVehicle;
 using ordertest::LookStraightDown;
 using ordertest::ProjectToLocal;
+using ordertest::TopDownApp;
 
 const std::string SelectedSuffix = " unit(s) selected. Right click to move.";
 
@@ -67,8 +68,7 @@ TEST(Selection, ClickTakesTheNearestUnitWithinItsPickRadiusTiesToTheEarlierVehic
     // clang-format on
     for (const Case& c : cases)
     {
-        TestApp app;
-        LookStraightDown(app);
+        TopDownApp app;
         const Vec3D point = GroundUnder(app, 0.5, 0.5);
         for (const Placed& v : c.Vehicles)
             AddVehicle(app, point.X + v.Dx, point.Z + v.Dz, v.Radius);
@@ -91,8 +91,7 @@ TEST(Selection, ClickTakesTheNearestUnitWithinItsPickRadiusTiesToTheEarlierVehic
     }
 
     // An exact tie between a vehicle and an aircraft flying at ground height goes to the vehicle.
-    TestApp app;
-    LookStraightDown(app);
+    TopDownApp app;
     const Vec3D point = GroundUnder(app, 0.5, 0.5);
     AddVehicle(app, point.X + 20.0, point.Z - 7.0);
     AddAircraft(app, point.X + 20.0, 0.0, point.Z - 7.0);
@@ -111,8 +110,7 @@ TEST(Selection, SmallGesturesOnBothAxesAreClicksAtTheFirstCorner)
     // clang-format on
     for (const Case& c : cases)
     {
-        TestApp app;
-        LookStraightDown(app);
+        TopDownApp app;
         // Vehicle 0 sits just up and left of the first corner: a click hits it, no band holds it.
         const Vec3D corner = GroundUnder(app, 0.4, 0.4);
         AddVehicle(app, corner.X - 5.0, corner.Z - 5.0);
@@ -140,8 +138,7 @@ TEST(Selection, AircraftArePickedAtTheFirstAircraftsHeight)
     // clang-format on
     for (const Case& c : cases)
     {
-        TestApp app;
-        LookStraightDown(app);
+        TopDownApp app;
         app.View.CameraPitchDeg = 45.0;
         AddVehicle(app, 512.0, 812.0); // on the ground under the air point: outside click and band
         if (c.bLeadingEmpty)
@@ -157,8 +154,7 @@ TEST(Selection, AircraftArePickedAtTheFirstAircraftsHeight)
 
 TEST(Selection, CountsTheWholeSelectionWithTheAircraftAsOneUnit)
 {
-    TestApp app;
-    LookStraightDown(app);
+    TopDownApp app;
     const Vec3D centre = GroundUnder(app, 0.5, 0.5);
     for (double dx : {-20.0, 0.0, 20.0, 300.0}) // the last one lies outside the band
         AddVehicle(app, centre.X + dx, centre.Z + (dx == 0.0 ? 10.0 : 0.0));
@@ -241,8 +237,7 @@ TEST(Selection, VehiclesOnAnEdgeOfTheProjectedBandAreInsideWhicheverWayItWinds)
     // From below (pitch -90) the band is mirrored, so its corners wind the other way round.
     for (double pitchDeg : {90.0, -90.0})
     {
-        TestApp app;
-        LookStraightDown(app);
+        TopDownApp app;
         app.View.CameraPitchDeg = pitchDeg;
         const Vec3D a = GroundUnder(app, 0.3, 0.35), b = GroundUnder(app, 0.7, 0.65);
         const double left = std::min(a.X, b.X), right = std::max(a.X, b.X), midZ = (a.Z + b.Z) / 2;
@@ -273,8 +268,7 @@ TEST(Selection, FailedPicksEndSilentlyAfterTheMaskWasResetOrCleared)
     // clang-format on
     for (const Case& c : cases)
     {
-        TestApp app;
-        LookStraightDown(app);
+        TopDownApp app;
         app.View.CameraPitchDeg = c.PitchDeg; // 20: the top of the screen looks above the horizon
         if (!c.bMap)
             app.View.SpringMap.Unload();
@@ -293,8 +287,7 @@ TEST(Selection, FailedPicksEndSilentlyAfterTheMaskWasResetOrCleared)
 
 TEST(Selection, ControlOffChangesNothingAndNoWindowStillSelects)
 {
-    TestApp app;
-    LookStraightDown(app);
+    TopDownApp app;
     AddVehicle(app, 512.0, 512.0);
     app.View.VehicleSelectionMask = {true, true, true};
     app.View.bAirUnitsSelected = true;

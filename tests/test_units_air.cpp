@@ -2,6 +2,7 @@
 // and climb, patrols that loop, and points inside the turning circle.
 #include <cmath>
 #include <memory>
+#include <tuple>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -45,9 +46,9 @@ TEST(AirOrders, MoveAndPatrolReplaceOrAppend)
             return SubmitAirMoveCommand(unit, std::move(points), bAppend);
         return SubmitAirPatrolCommand(unit, points.back(), bAppend, 1.0f);
     };
-    int index = 0;
     for (const auto& c : cases)
     {
+        const auto index = &c - cases;
         AirUnit unit;
         // A move route of two points, or a patrol of one.
         std::vector<Vec3D> first{Vec3D(10, 300, 0), Vec3D(20, 300, 0)};
@@ -55,13 +56,11 @@ TEST(AirOrders, MoveAndPatrolReplaceOrAppend)
             first.pop_back();
         ASSERT_TRUE(submit(unit, c.firstType, first, false)) << "case " << index;
         ASSERT_TRUE(submit(unit, c.secondType, {Vec3D(30, 300, 0)}, c.bAppend)) << "case " << index;
-        EXPECT_EQ(unit.ActiveCommand.Type, c.type) << "case " << index;
-        EXPECT_EQ(Xs(unit.Flight.Navigator.GetPath()), c.pathX) << "case " << index;
-        EXPECT_EQ(Xs(unit.ActiveCommand.Points), c.pathX) << "case " << index;
-        EXPECT_EQ(unit.Flight.Navigator.IsLooping(), c.bLoop) << "case " << index;
-        EXPECT_TRUE(unit.bHasActiveOrder) << "case " << index;
-        EXPECT_EQ(unit.ActiveOrderDestination.X, 30.0) << "case " << index;
-        ++index;
+        EXPECT_EQ(std::tuple(unit.ActiveCommand.Type, Xs(unit.Flight.Navigator.GetPath()),
+                             Xs(unit.ActiveCommand.Points), unit.Flight.Navigator.IsLooping(),
+                             unit.bHasActiveOrder, unit.ActiveOrderDestination.X),
+                  std::tuple(c.type, c.pathX, c.pathX, c.bLoop, true, 30.0))
+            << "case " << index;
     }
 }
 
@@ -100,9 +99,9 @@ TEST(AirFlight, MoveRouteIsFlownInOrderAndEndsTheOrder)
                                       std::hypot(unit.Aircraft.Position.X, unit.Aircraft.Position.Z - 1500));
         seconds = step / 60;
     }
-    EXPECT_FALSE(unit.bHasActiveOrder) << "done after " << seconds << " s";
-    EXPECT_EQ(unit.ActiveCommand.Type, AirCommandType::None);
-    EXPECT_TRUE(unit.ActiveCommand.Points.empty());
+    EXPECT_TRUE(!unit.bHasActiveOrder && unit.ActiveCommand.Type == AirCommandType::None &&
+                unit.ActiveCommand.Points.empty())
+        << "done after " << seconds << " s";
     // Reached within the turning radius (220 / 60 degrees per second = 210) plus the margin, and
     // the order ends there after at most one more step of flight.
     EXPECT_LT(closestToFirst, 210.1 * 1.05 + 220.0 * StepSec);
@@ -112,8 +111,8 @@ TEST(AirFlight, MoveRouteIsFlownInOrderAndEndsTheOrder)
 
     // Appending to a finished order starts a new one.
     ASSERT_TRUE(SubmitAirMoveCommand(unit, {Vec3D(0, 300, 0)}, true));
-    EXPECT_EQ(unit.Flight.Navigator.GetPath().size(), 1u);
-    EXPECT_EQ(unit.Flight.Navigator.GetCurrentIndex(), 0u);
+    EXPECT_EQ(std::tuple(unit.Flight.Navigator.GetPath().size(), unit.Flight.Navigator.GetCurrentIndex()),
+              std::tuple(1u, 0u));
 }
 
 TEST(AirFlight, PatrolLoopsBackToItsFirstPoint)
@@ -133,8 +132,7 @@ TEST(AirFlight, PatrolLoopsBackToItsFirstPoint)
     ASSERT_GE(visited.size(), 7u) << "two full laps in 90 s";
     for (std::size_t i = 1; i < visited.size(); ++i)
         EXPECT_EQ(visited[i], (visited[i - 1] + 1) % 3) << "change " << i;
-    EXPECT_TRUE(unit.bHasActiveOrder);
-    EXPECT_EQ(unit.ActiveCommand.Type, AirCommandType::Patrol);
+    EXPECT_TRUE(unit.bHasActiveOrder && unit.ActiveCommand.Type == AirCommandType::Patrol);
 }
 
 } // namespace

@@ -8,6 +8,8 @@
 #include <memory>
 #include <random>
 
+#include <tuple>
+
 #include <gtest/gtest.h>
 
 #include "driveabilitygrid.h"
@@ -66,6 +68,23 @@ std::vector<double> ReferenceCosts(const DriveabilityGrid& grid, int startX, int
     }
 }
 
+// The reference cost in world units from one point's cell to another's.
+double ReferenceCost(const DriveabilityGrid& grid, const Vec3D& from, const Vec3D& to)
+{
+    int fx = 0, fz = 0, tx = 0, tz = 0;
+    grid.FindCell(from.X, from.Z, fx, fz);
+    grid.FindCell(to.X, to.Z, tx, tz);
+    return ReferenceCosts(grid, fx, fz)[tz * grid.GetWidth() + tx] * SquareSize;
+}
+
+// The ridge map and its drivable cells.
+struct RidgeWorld
+{
+    SpringMapRenderer Map;
+    DriveabilityGrid Grid;
+    RidgeWorld() { LoadRidgeMap(Map), Grid.SyncWith(Map); }
+};
+
 // Every point of every leg, sampled finely, lies on drivable ground.
 void ExpectLegsDriveable(const DriveabilityGrid& grid, double fromX, double fromZ,
                          const std::vector<Vec3D>& route, const char* what)
@@ -97,11 +116,6 @@ std::size_t PlanCountingCells(RoutePlanner& planner, const DriveabilityGrid& gri
     return budget - cells;
 }
 
-void LoadSingleSquare(SpringMapRenderer& map, float h00, float h10, float h01, float h11)
-{
-    map.LoadHeightGrid(2, 2, SquareSize, {h00, h10, h01, h11});
-}
-
 TEST(DriveabilityGrid, SlopeLimitSeparatesDrivableFromSteepSquares)
 {
     // The limit is 0.6 per unit: 4.8 over a square of 8, along X, Z or both (the gradient's length).
@@ -116,7 +130,7 @@ TEST(DriveabilityGrid, SlopeLimitSeparatesDrivableFromSteepSquares)
     for (const auto& c : cases)
     {
         SpringMapRenderer map;
-        LoadSingleSquare(map, c.h00, c.h10, c.h01, c.h11);
+        map.LoadHeightGrid(2, 2, SquareSize, {c.h00, c.h10, c.h01, c.h11});
         DriveabilityGrid grid;
         ASSERT_TRUE(grid.SyncWith(map)) << c.what;
         EXPECT_EQ(grid.IsCellDriveable(0, 0), c.bDriveable) << c.what;
@@ -125,10 +139,8 @@ TEST(DriveabilityGrid, SlopeLimitSeparatesDrivableFromSteepSquares)
 
 TEST(DriveabilityGrid, NearestDriveablePointMatchesBruteForce)
 {
-    SpringMapRenderer map;
-    LoadRidgeMap(map);
-    DriveabilityGrid grid;
-    grid.SyncWith(map);
+    RidgeWorld world;
+    const DriveabilityGrid& grid = world.Grid;
     const unsigned seed = 20261122u;
     std::printf("seed %u\n", seed);
     std::mt19937 rng(seed);
@@ -178,9 +190,7 @@ TEST(RoutePlanner, ShortAndDegenerateRequests)
     // Same cell: straight to the goal, at the terrain height whatever Y was asked for.
     ASSERT_TRUE(planner.PlanRoute(grid, map, Vec3D(10, 0, 10), Vec3D(12, 999, 13), route));
     ASSERT_EQ(route.size(), 1u);
-    EXPECT_EQ(route[0].X, 12.0);
-    EXPECT_EQ(route[0].Y, 0.0);
-    EXPECT_EQ(route[0].Z, 13.0);
+    EXPECT_EQ(std::tuple(route[0].X, route[0].Y, route[0].Z), std::tuple(12.0, 0.0, 13.0));
 
     // Open ground: one straight leg even across many cells, found by searching little more than
     // the 36 cells along it (ties between equal totals go to the cell nearer the goal).
@@ -339,16 +349,13 @@ TEST(RoutePlanner, RandomMapsAgreeWithReferenceDijkstra)
                 << "map " << mapIndex << " pair " << pair;
             ASSERT_FALSE(route.empty());
             ExpectLegsDriveable(grid, from.X, from.Z, route, "random route");
-            int fx = 0, fz = 0, tx = 0, tz = 0;
-            grid.FindCell(from.X, from.Z, fx, fz);
-            grid.FindCell(to.X, to.Z, tx, tz);
-            const double reference = ReferenceCosts(grid, fx, fz)[tz * grid.GetWidth() + tx];
+            const double reference = ReferenceCost(grid, from, to);
             const bool bReached = route.back().X == to.X && route.back().Z == to.Z;
             EXPECT_EQ(bReached, std::isfinite(reference)) << "map " << mapIndex << " pair " << pair;
             if (bReached)
             {
                 EXPECT_LE(RouteLength(from.X, from.Z, route),
-                          reference * SquareSize + 2.0 * std::sqrt(2.0) * SquareSize + 1e-9)
+                          reference + 2.0 * std::sqrt(2.0) * SquareSize + 1e-9)
                     << "map " << mapIndex << " pair " << pair;
             }
         }
@@ -356,10 +363,8 @@ TEST(RoutePlanner, RandomMapsAgreeWithReferenceDijkstra)
 }
 TEST(GoalDistanceField, MatchesReferenceDijkstraWithWholeNumberCosts)
 {
-    SpringMapRenderer map;
-    LoadRidgeMap(map);
-    DriveabilityGrid grid;
-    grid.SyncWith(map);
+    RidgeWorld world;
+    const DriveabilityGrid& grid = world.Grid;
     const int source = 50 * grid.GetWidth() + 10; // south of the crest, west of the gap
     GoalDistanceField field;
     field.BeginBuild(grid, source);
@@ -387,10 +392,9 @@ TEST(RoutePlanner, GroupOrderAcrossTheRidgeSharesOneFieldAndStaysDrivable)
     // Twenty vehicles south-west of the crest ordered to a disc north of it: each route is valid,
     // ends at its own goal and is at most a few cells longer than the shortest cell path, and only
     // the first builds a goal field: the others follow it at a quarter of its cost at most.
-    SpringMapRenderer map;
-    LoadRidgeMap(map);
-    DriveabilityGrid grid;
-    grid.SyncWith(map);
+    RidgeWorld world;
+    const SpringMapRenderer& map = world.Map;
+    const DriveabilityGrid& grid = world.Grid;
     RoutePlanner planner;
     std::size_t firstCells = 0;
     for (int i = 0; i < 20; ++i)
@@ -410,17 +414,10 @@ TEST(RoutePlanner, GroupOrderAcrossTheRidgeSharesOneFieldAndStaysDrivable)
         for (const Vec3D& point : route)
             EXPECT_EQ(point.Y, map.GetTerrainHeight(point.X, point.Z)) << "vehicle " << i;
         ExpectLegsDriveable(grid, from.X, from.Z, route, "group route");
-        int fx = 0, fz = 0, tx = 0, tz = 0;
-        grid.FindCell(from.X, from.Z, fx, fz);
-        grid.FindCell(to.X, to.Z, tx, tz);
-        const double shortest = ReferenceCosts(grid, fx, fz)[tz * grid.GetWidth() + tx] * SquareSize;
-        EXPECT_LE(RouteLength(from.X, from.Z, route), shortest + 4.0 * SquareSize) << "vehicle " << i;
+        EXPECT_LE(RouteLength(from.X, from.Z, route), ReferenceCost(grid, from, to) + 4.0 * SquareSize)
+            << "vehicle " << i;
     }
 }
-} // namespace
-
-namespace
-{
 void ExpectSameRoute(const std::vector<Vec3D>& route, const std::vector<Vec3D>& expected, int which)
 {
     ASSERT_EQ(route.size(), expected.size()) << "route " << which;

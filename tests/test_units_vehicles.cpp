@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <memory>
+#include <tuple>
 
 #include <gtest/gtest.h>
 
@@ -26,10 +27,7 @@ struct DriveWorld
     UnitSimulation Simulation{Map, Vehicles, AirUnits};
     VehicleUnit& Vehicle = *Vehicles.emplace_back(std::make_unique<VehicleUnit>());
 
-    DriveWorld()
-    {
-        Map.LoadHeightGrid(65, 65, SquareSize, std::vector<float>(65 * 65, 0.0f));
-    }
+    DriveWorld() { Map.LoadHeightGrid(65, 65, SquareSize, std::vector<float>(65 * 65, 0.0f)); }
     void Step(double dtSec = FrameSec) { Simulation.Step(dtSec); }
 };
 
@@ -41,8 +39,7 @@ TEST(VehicleDriving, StraightLegCoversSpeedTimesTimeThenStopsAtTheGoal)
     for (int frame = 0; frame < 60; ++frame)
         world.Step();
     // Facing +Z already: one second at 60 units per second.
-    EXPECT_NEAR(world.Vehicle.Position.Z, 160.0, 1e-6);
-    EXPECT_NEAR(world.Vehicle.Position.X, 100.0, 1e-9);
+    EXPECT_LT(std::hypot(world.Vehicle.Position.X - 100.0, world.Vehicle.Position.Z - 160.0), 1e-6);
     EXPECT_TRUE(world.Vehicle.bHasTarget);
     for (int frame = 0; frame < 4 * 60 + 5; ++frame)
         world.Step();
@@ -95,10 +92,9 @@ TEST(VehicleDriving, BadTimeStepsChangeNothing)
     for (double dt : {0.0, -1.0, double(NAN), -double(INFINITY), double(INFINITY)})
     {
         world.Step(dt);
-        EXPECT_EQ(v.Position.X, position.X) << "dt " << dt;
-        EXPECT_EQ(v.Position.Z, position.Z) << "dt " << dt;
-        EXPECT_EQ(v.RouteRefreshCooldown, cooldown) << "dt " << dt;
-        EXPECT_TRUE(std::isfinite(v.HeadingDeg)) << "dt " << dt;
+        EXPECT_EQ(std::tuple(v.Position.X, v.Position.Z, v.RouteRefreshCooldown, std::isfinite(v.HeadingDeg)),
+                  std::tuple(position.X, position.Z, cooldown, true))
+            << "dt " << dt;
     }
 }
 
@@ -128,18 +124,14 @@ TEST(ViewportUnits, DriveableWaypointIsTheNearestDrivablePointAtTerrainHeight)
     for (const auto& c : cases)
     {
         const Vec3D goal = app.View.FindDriveableVehicleWaypoint(c.request);
-        EXPECT_NEAR(goal.X, c.x, 1e-6) << c.what;
-        EXPECT_NEAR(goal.Z, c.z, 1e-6) << c.what;
-        EXPECT_EQ(goal.Y, app.View.SpringMap.GetTerrainHeight(goal.X, goal.Z)) << c.what;
-        EXPECT_EQ(goal.Y, 0.0) << c.what;
+        EXPECT_LT(std::hypot(goal.X - c.x, goal.Z - c.z), 1e-6) << c.what << ": " << goal.X << ", " << goal.Z;
+        EXPECT_TRUE(goal.Y == 0.0 && goal.Y == app.View.SpringMap.GetTerrainHeight(goal.X, goal.Z)) << c.what;
     }
     // No map: the point at the (flat) default height.
     TestApp empty;
     empty.View.bIdentityDriveable = false;
     const Vec3D goal = empty.View.FindDriveableVehicleWaypoint(Vec3D(5, 7, 9));
-    EXPECT_EQ(goal.X, 5.0);
-    EXPECT_EQ(goal.Y, 0.0);
-    EXPECT_EQ(goal.Z, 9.0);
+    EXPECT_EQ(std::tuple(goal.X, goal.Y, goal.Z), std::tuple(5.0, 0.0, 9.0));
 }
 
 TEST(ViewportUnits, RoutePlanReplacesOrQueuesAndLeavesInactiveVehiclesAlone)
@@ -161,15 +153,13 @@ TEST(ViewportUnits, RoutePlanReplacesOrQueuesAndLeavesInactiveVehiclesAlone)
         // Vehicle 0: the new goal replaces the old one, or waits behind it.
         EXPECT_EQ(v[0]->Target.X, bAppend ? 1.0 : 5.0) << mode;
         ASSERT_EQ(v[0]->WaypointQueue.size(), bAppend ? 1u : 0u) << mode;
-        if (bAppend)
-        {
-            EXPECT_EQ(v[0]->WaypointQueue.front().X, 5.0) << mode;
-        }
+        EXPECT_EQ(bAppend ? v[0]->WaypointQueue.front().X : 5.0, 5.0) << mode;
         EXPECT_EQ(v[0]->bNeedsRouteRefresh, !bAppend) << mode << ": only a new target needs a route";
         // Vehicle 1: inactive, untouched.
-        EXPECT_EQ(v[1]->Target.X, inactiveBefore.Target.X) << mode;
-        EXPECT_EQ(v[1]->WaypointQueue.size(), inactiveBefore.WaypointQueue.size()) << mode;
-        EXPECT_EQ(v[1]->bNeedsRouteRefresh, inactiveBefore.bNeedsRouteRefresh) << mode;
+        EXPECT_EQ(std::tuple(v[1]->Target.X, v[1]->WaypointQueue.size(), v[1]->bNeedsRouteRefresh),
+                  std::tuple(inactiveBefore.Target.X, inactiveBefore.WaypointQueue.size(),
+                             inactiveBefore.bNeedsRouteRefresh))
+            << mode;
         // Vehicle 2: a goal that is not finite is refused.
         EXPECT_EQ(v[2]->Target.X, 1.0) << mode;
         EXPECT_TRUE(v[2]->WaypointQueue.empty()) << mode;
@@ -192,16 +182,15 @@ TEST(ViewportUnits, PlacementIsDeterministicOnDrivableGroundAndAllOrNothing)
     LoadRidgeMap(b.View.SpringMap);
     ASSERT_TRUE(a.View.PlaceUnitsOnMap(120, 5));
     ASSERT_TRUE(b.View.PlaceUnitsOnMap(120, 5));
-    ASSERT_EQ(a.View.Vehicles.size(), 120u);
-    ASSERT_EQ(a.View.AirUnits.size(), 5u);
+    ASSERT_EQ(std::tuple(a.View.Vehicles.size(), a.View.AirUnits.size()), std::tuple(120u, 5u));
     EXPECT_EQ(a.View.VehicleSelectionMask, std::vector<bool>(120, false));
     for (std::size_t i = 0; i < a.View.Vehicles.size(); ++i)
     {
         const Vec3D& p = a.View.Vehicles[i]->Position;
         EXPECT_TRUE(a.View.Units.GetDriveability().IsDriveable(p.X, p.Z)) << "vehicle " << i;
         EXPECT_EQ(p.Y, a.View.SpringMap.GetTerrainHeight(p.X, p.Z)) << "vehicle " << i;
-        EXPECT_EQ(p.X, b.View.Vehicles[i]->Position.X) << "vehicle " << i;
-        EXPECT_EQ(p.Z, b.View.Vehicles[i]->Position.Z) << "vehicle " << i;
+        EXPECT_TRUE(p.X == b.View.Vehicles[i]->Position.X && p.Z == b.View.Vehicles[i]->Position.Z)
+            << "vehicle " << i << " placed differently the second time";
         for (std::size_t j = 0; j < i; ++j)
             EXPECT_GT(std::hypot(p.X - a.View.Vehicles[j]->Position.X, p.Z - a.View.Vehicles[j]->Position.Z),
                       8.0)
@@ -220,8 +209,7 @@ TEST(ViewportUnits, PlacementIsDeterministicOnDrivableGroundAndAllOrNothing)
     EXPECT_EQ(empty.View.Vehicles.size(), 1u);
     EXPECT_FALSE(a.View.PlaceUnitsOnMap(-1, 1));
     EXPECT_FALSE(a.View.PlaceUnitsOnMap(100000, 1));
-    EXPECT_EQ(a.View.Vehicles.size(), 120u);
-    EXPECT_EQ(a.View.AirUnits.size(), 5u);
+    EXPECT_EQ(std::tuple(a.View.Vehicles.size(), a.View.AirUnits.size()), std::tuple(120u, 5u));
 }
 
 } // namespace
